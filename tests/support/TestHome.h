@@ -1,0 +1,41 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+// A throw-away home folder for one test: HOME and the XDG variables point into a fresh
+// temporary folder for the object's life, and everything in it is removed afterwards.
+class TestHome {
+public:
+    TestHome();
+    ~TestHome();
+    TestHome(const TestHome&) = delete;
+    TestHome& operator=(const TestHome&) = delete;
+
+    const std::string& Path() const { return _path; }
+    // Path of a file or folder below the temporary home.
+    std::string operator/(const std::string& name) const { return _path + "/" + name; }
+
+private:
+    std::string _path;
+    std::map<std::string, std::string> _saved;  // variable -> earlier value ("\x01" = unset)
+};
+
+// A fresh empty temporary folder, removed with the object.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    const std::string& Path() const { return _path; }
+    std::string operator/(const std::string& name) const { return _path + "/" + name; }
+
+private:
+    std::string _path;
+};
+
+// Whole-file helpers for fixtures.
+std::string ReadWholeFile(const std::string& path);
+void WriteWholeFile(const std::string& path, const std::string& bytes);

@@ -1,0 +1,54 @@
+// orvane-tool: the command-line companion. This file only declares the subcommands and their
+// arguments; each subcommand's work is a function of ToolCommands.h.
+#include <CLI/CLI.hpp>
+
+#include "OrvaneVersion.h"
+#include "tools/ToolCommands.h"
+
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+struct ToolApp {
+    CLI::App app{ORVANE_PRODUCT " command-line companion", "orvane-tool"};
+    std::function<int()> run;  // set by the subcommand that was chosen
+
+    CLI::App* Add(const char* name, const char* description, std::function<int()> action)
+    {
+        CLI::App* sub = app.add_subcommand(name, description);
+        sub->callback([this, action] { run = action; });
+        return sub;
+    }
+};
+
+void _DeclareCommands(ToolApp&)
+{
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    ToolApp tool;
+    tool.app.set_version_flag("--version", std::string(ORVANE_PRODUCT " ") + ORVANE_VERSION);
+    tool.app.require_subcommand(0, 1);
+    _DeclareCommands(tool);
+    try {
+        tool.app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return tool.app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        return tool.app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return tool.app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        tool::PrintError("%s (see orvane-tool --help)", e.what());
+        return tool::kExitUsage;
+    }
+    if (!tool.run) {
+        std::fputs(tool.app.help().c_str(), stderr);
+        return tool::kExitUsage;
+    }
+    return tool.run();
+}
