@@ -1,14 +1,67 @@
+// The process's entry: the static start-up in its fixed order, then main's preparation.
 #include "OrvaneVersion.h"
+#include "engine/AppEntry.h"
+#include "engine/CmdCounts.h"
+#include "engine/LDebug.h"
+#include "engine/LInstaller.h"
 
 #include <cstdio>
 #include <cstring>
+#include <sys/stat.h>
+
+namespace {
+
+// Global services that exist before main, built in this order by one object so the order is
+// fixed rather than left to the linker.
+struct StaticStartup {
+    StaticStartup()
+    {
+        gdwMainThreadId = pthread_self();
+        LDebugInstallSignalHandlers();
+        ProbeCPUFeatures();
+        CmdCountsReset();
+    }
+} gStartup;
+
+void _PrintVersion()
+{
+    std::printf("%s %s\n", ORVANE_PRODUCT, ORVANE_VERSION);
+}
+
+void _PrintHelp()
+{
+    _PrintVersion();
+    std::printf(
+        "Usage: orvane [--help | --version]\n"
+        "       orvane -installer -username NAME\n"
+        "\n"
+        "The two-deck window is not built yet. What works today runs through the\n"
+        "command-line companion: see orvane-tool --help.\n");
+}
+
+}  // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc > 1 && std::strcmp(argv[1], "--version") == 0) {
-        std::printf("%s %s\n", ORVANE_PRODUCT, ORVANE_VERSION);
-        return 0;
+    umask(0);  // files the program creates take their mode as given
+    CopyArguments(argc, argv);
+    idThreadMain = pthread_self();
+    LInitLocale();
+    LSetMaximumNumberOfOpenFiles();
+
+    int result = 0;
+    if (gargc > 1 && std::strcmp(gargv[1], "-installer") == 0) {
+        result = InstallerMain() ? 0 : 1;
+    } else if (gargc > 1 && std::strcmp(gargv[1], "--version") == 0) {
+        _PrintVersion();
+    } else if (gargc > 1 && std::strcmp(gargv[1], "--help") == 0) {
+        _PrintHelp();
+    } else if (gargc > 1) {
+        std::fprintf(stderr, "orvane: unknown argument %s (see orvane --help)\n", gargv[1]);
+        result = 2;
+    } else {
+        _PrintHelp();
     }
-    std::printf("%s %s\n", ORVANE_PRODUCT, ORVANE_VERSION);
-    return 0;
+    FreeArguments();
+    return result;
 }

@@ -1,0 +1,94 @@
+#include "engine/LInstaller.h"
+
+#include "engine/AppEntry.h"
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <pwd.h>
+#include <string>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr size_t kMaxPathChars = 259;
+
+// The user's data folder for the program, without creating it.
+std::string _UserDataFolderApp(const char* user)
+{
+    const passwd* entry = getpwnam(user);
+    if (!entry || !entry->pw_dir)
+        return {};
+    if (geteuid() == entry->pw_uid) {
+        if (const char* data = getenv("XDG_DATA_HOME"); data && *data)
+            return std::string(data) + "/Orvane";
+    }
+    return std::string(entry->pw_dir) + "/.local/share/Orvane";
+}
+
+// The folder "install" beside the running program.
+std::string _InstallFolder()
+{
+    std::error_code error;
+    fs::path self = fs::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : (self.parent_path() / "install").string();
+}
+
+int _GrantGroupAndOthers(const fs::path& root)
+{
+    int failures = 0;
+    std::error_code error;
+    const auto mode = fs::perms::group_read | fs::perms::group_write | fs::perms::others_read |
+                      fs::perms::others_write;
+    fs::permissions(root, mode, fs::perm_options::add, error);
+    for (auto it = fs::recursive_directory_iterator(root, error); !error && it != fs::end(it);
+         it.increment(error)) {
+        std::error_code one;
+        fs::permissions(it->path(), mode, fs::perm_options::add, one);
+        failures += one ? 1 : 0;
+    }
+    return failures;
+}
+
+}  // namespace
+
+int LInstaller::Finalize(const char* from, const char* to)
+{
+    std::error_code error;
+    fs::create_directories(to, error);
+    if (error) {
+        std::fprintf(stderr, "orvane: cannot create %s: %s\n", to, error.message().c_str());
+        return 1;
+    }
+    int failures = 0;
+    for (auto it = fs::directory_iterator(from, error); !error && it != fs::end(it); it.increment(error)) {
+        std::error_code one;
+        fs::copy(it->path(), fs::path(to) / it->path().filename(),
+                 fs::copy_options::recursive | fs::copy_options::overwrite_existing, one);
+        if (one) {
+            std::fprintf(stderr, "orvane: could not install %s: %s\n", it->path().c_str(), one.message().c_str());
+            ++failures;
+        }
+    }
+    if (error && error != std::errc::no_such_file_or_directory) {
+        std::fprintf(stderr, "orvane: cannot read %s: %s\n", from, error.message().c_str());
+        ++failures;
+    }
+    return failures + _GrantGroupAndOthers(to);
+}
+
+bool InstallerMain()
+{
+    if (gargc <= 3 || std::strcmp(gargv[2], "-username") != 0)
+        return true;
+    std::string user(gargv[3], strnlen(gargv[3], kMaxPathChars));
+    std::string target = _UserDataFolderApp(user.c_str());
+    if (target.empty()) {
+        std::fprintf(stderr, "orvane: no such user: %s\n", user.c_str());
+        return true;
+    }
+    LInstaller::Finalize(_InstallFolder().c_str(), target.c_str());
+    return true;
+}

@@ -1,0 +1,183 @@
+#include "engine/AppEntry.h"
+#include "engine/CmdCounts.h"
+#include "engine/LDebug.h"
+#include "engine/LInstaller.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> _Copy(std::vector<std::string> args)
+{
+    std::vector<char*> argv;
+    for (auto& a : args)
+        argv.push_back(a.data());
+    argv.push_back(nullptr);
+    CopyArguments(static_cast<int>(args.size()), argv.data());
+    std::vector<std::string> kept;
+    for (int i = 0; i < gargc; ++i)
+        kept.push_back(gargv[i]);
+    EXPECT_EQ(gargv[gargc], nullptr);
+    FreeArguments();
+    return kept;
+}
+
+std::string _RunProgram(const std::string& arguments, int* status)
+{
+    std::string command = std::string(ORVANE_PROGRAM_PATH) + " " + arguments + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    std::string out;
+    char buffer[256];
+    while (size_t got = fread(buffer, 1, sizeof(buffer), pipe))
+        out.append(buffer, got);
+    *status = pclose(pipe);
+    return out;
+}
+
+}  // namespace
+
+TEST(ArgumentCopy, DropsOnlyAProcessSerialNumberInFirstPlace)
+{
+    using V = std::vector<std::string>;
+    EXPECT_EQ(_Copy({"orvane", "-psn_0_1234", "a", "b"}), (V{"orvane", "a", "b"}));
+    EXPECT_EQ(_Copy({"orvane", "a", "-psn_0_1234"}), (V{"orvane", "a", "-psn_0_1234"}));
+    EXPECT_EQ(_Copy({"orvane", "-ps"}), (V{"orvane", "-ps"}));
+    EXPECT_EQ(_Copy({"orvane"}), (V{"orvane"}));
+    // Odd and even argument counts copy alike.
+    EXPECT_EQ(_Copy({"orvane", "x", "y"}), (V{"orvane", "x", "y"}));
+    EXPECT_EQ(_Copy({"orvane", "x", "y", "z"}), (V{"orvane", "x", "y", "z"}));
+}
+
+TEST(ProcessPreparation, FeatureProbeAndOpenFileLimit)
+{
+    ProbeCPUFeatures();
+    EXPECT_TRUE(gbOptCPUSupportRun);
+#if defined(__x86_64__)
+    EXPECT_TRUE(gbOptCPUSupportSSE2);  // every x86-64 processor has it
+#endif
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    LSetMaximumNumberOfOpenFiles();
+    rlimit after{};
+    getrlimit(RLIMIT_NOFILE, &after);
+    EXPECT_EQ(after.rlim_max, before.rlim_max);
+    EXPECT_GE(after.rlim_cur, std::min<rlim_t>(1024, after.rlim_max));
+}
+
+TEST(CmdCounts, FileRoundTripAndLimits)
+{
+    TempFolder folder;
+    std::string path = folder / "OrvaneCounts.txt";
+    CmdCountsReset();
+    EXPECT_FALSE(CmdCountsRead(path.c_str()));  // missing file leaves the table alone
+    EXPECT_EQ(CmdCounts.size, 64);
+
+    CmdCountsIncrement(300);
+    CmdCountsIncrement(300);
+    CmdCountsIncrement(17);
+    ASSERT_TRUE(CmdCountsWrite(path.c_str()));
+    EXPECT_EQ(std::filesystem::file_size(path), 4u + 64u * 8u);
+    CmdCountsReset();
+    ASSERT_TRUE(CmdCountsRead(path.c_str()));
+    EXPECT_EQ(CmdCounts.entries[0].id, 300u);
+    EXPECT_EQ(CmdCounts.entries[0].count, 2u);
+    EXPECT_EQ(CmdCounts.entries[1].id, 17u);
+
+    // A count above 256 gives a table of 256 entries, each read from the file.
+    std::string big;
+    uint32_t count = 300;
+    big.append(reinterpret_cast<const char*>(&count), 4);
+    for (uint32_t i = 0; i < count; ++i) {
+        LCmdCount entry{i + 1, i * 2};
+        big.append(reinterpret_cast<const char*>(&entry), sizeof(entry));
+    }
+    WriteWholeFile(path, big);
+    ASSERT_TRUE(CmdCountsRead(path.c_str()));
+    EXPECT_EQ(CmdCounts.size, 256);
+    EXPECT_EQ(CmdCounts.entries[255].id, 256u);
+    EXPECT_EQ(CmdCounts.entries[255].count, 510u);
+
+    // A count between 64 and 256 sizes the table to it; a truncated file fills what it holds.
+    count = 100;
+    WriteWholeFile(path, std::string(reinterpret_cast<const char*>(&count), 4) + std::string(16, '\x01'));
+    CmdCountsReset();
+    ASSERT_TRUE(CmdCountsRead(path.c_str()));
+    EXPECT_EQ(CmdCounts.size, 100);
+    EXPECT_EQ(CmdCounts.entries[1].id, 0x01010101u);
+    EXPECT_EQ(CmdCounts.entries[2].id, 0u);
+    CmdCountsReset();
+}
+
+TEST(CmdCounts, GrowsUpToTheMostAndThenIgnoresNewCommands)
+{
+    CmdCountsReset();
+    for (uint32_t id = 1; id <= 300; ++id)
+        CmdCountsIncrement(id);
+    EXPECT_EQ(CmdCounts.size, 256);
+    EXPECT_EQ(CmdCounts.entries[255].id, 256u);
+    CmdCountsIncrement(5);
+    EXPECT_EQ(CmdCounts.entries[4].count, 2u);
+    CmdCountsReset();
+}
+
+TEST(DebugSignalHandler, WritesACrashReportAndEndsBySameSignal)
+{
+    TempFolder folder;
+    std::string logs = folder / "Logs";
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        LDebugSetLogFolder(logs.c_str());
+        LDebugInstallSignalHandlers();
+        gwDebugCurrentCommand = 4711;
+        raise(SIGFPE);
+        _exit(0);  // not reached
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGFPE);
+    std::vector<std::filesystem::path> reports;
+    for (const auto& entry : std::filesystem::directory_iterator(logs))
+        reports.push_back(entry.path());
+    ASSERT_EQ(reports.size(), 1u);
+    std::string text = ReadWholeFile(reports[0]);
+    EXPECT_NE(text.find("abnormal signal 8 (FPE), command 4711"), std::string::npos) << text;
+}
+
+TEST(ProgramEntry, VersionHelpAndUnknownArguments)
+{
+    int status = 0;
+    std::string out = _RunProgram("--version", &status);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_NE(out.find("Orvane DJ Software "), std::string::npos);
+    out = _RunProgram("-psn_0_99 --help", &status);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_NE(out.find("Usage: orvane"), std::string::npos);
+    out = _RunProgram("--frobnicate", &status);
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+}
+
+TEST(ProgramEntry, InstallerCopiesIntoTheUsersDataFolder)
+{
+    TempFolder from;
+    TempFolder to;
+    std::filesystem::create_directories(from / "Components/x");
+    WriteWholeFile(from / "Components/x/tool", "#!/bin/sh\n");
+    WriteWholeFile(from / "readme.txt", "hello");
+    EXPECT_EQ(LInstaller::Finalize(from.Path().c_str(), (to / "Orvane").c_str()), 0);
+    EXPECT_EQ(ReadWholeFile(to / "Orvane/readme.txt"), "hello");
+    EXPECT_TRUE(std::filesystem::exists(to / "Orvane/Components/x/tool"));
+    auto perms = std::filesystem::status(to / "Orvane/readme.txt").permissions();
+    EXPECT_NE(perms & std::filesystem::perms::others_write, std::filesystem::perms::none);
+}
