@@ -1,0 +1,281 @@
+#include "sound/LSampleFormat.h"
+#include "sound/LWaveFile.h"
+#include "sound/WaveBytes.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+int64_t FileSize(const std::string& path)
+{
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 ? info.st_size : -1;
+}
+
+std::string HeaderOf(uint32_t dataBytes, uint16_t channels, uint32_t rate, uint16_t bits)
+{
+    const uint32_t frameBytes = channels * bits / 8u;
+    return "RIFF" + Le32(dataBytes + 38) + "WAVEfmt " + Le32(18) + Le16(1) + Le16(channels) +
+           Le32(rate) + Le32(rate * frameBytes) + Le16(frameBytes) + Le16(bits) + Le16(0) + "data" +
+           Le32(dataBytes);
+}
+
+std::vector<int> Noise(size_t count, int limit, unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<int> value(-limit, limit);
+    std::vector<int> values(count);
+    for (int& v : values)
+        v = value(random);
+    return values;
+}
+
+// Values as a 16-bit file keeps them.
+std::vector<int> To16(std::vector<int> values)
+{
+    for (int& v : values)
+        v = ((v + 8) >> 4) * 16;
+    return values;
+}
+
+// The bytes a 16-bit file holds for graph values.
+std::string Pcm16Of(std::vector<int> values)
+{
+    for (int& v : values)
+        v = (v + 8) >> 4;
+    return Pcm16(values);
+}
+
+// Seeks to many positions and reads with many block sizes: each read must equal the same
+// frames cut from one continuous read, zeros outside the stream.
+void ExpectSeekEqualsStream(LSoundSource& source)
+{
+    const int end = source->GetEndSample();
+    const int channels = source->GetChannels();
+    const int margin = 40000;
+    std::vector<int> whole(static_cast<size_t>(end + 2 * margin) * channels);
+    source->Seek(-margin);
+    source->Read(whole.data(), end + 2 * margin);
+    for (int i = 0; i < margin * channels; ++i)
+        ASSERT_EQ(whole[static_cast<size_t>(i)], 0);
+
+    std::mt19937 random(11);
+    const std::vector<int> sizes{1, 2, 7, 255, 1000, 4096, 8191, 8192, 8193, 20000, 32768};
+    std::vector<int> block;
+    for (int size : sizes) {
+        for (int trial = 0; trial < 6; ++trial) {
+            std::uniform_int_distribution<int> start(-size - 5, end + 5);
+            const int at = trial == 0 ? 0 : start(random);
+            source->Seek(at);
+            block.assign(static_cast<size_t>(size) * channels, 0x5a5a5a5a);
+            int done = 0;
+            while (done < size) {  // several reads in a row must continue seamlessly
+                const int piece = std::min(size - done, 1 + size / 3);
+                source->Read(block.data() + done * channels, piece);
+                done += piece;
+            }
+            ASSERT_EQ(source->GetPositionSample(), at + size);
+            const auto first = whole.begin() + (at + margin) * channels;
+            ASSERT_TRUE(std::equal(block.begin(), block.end(), first))
+                << "seek " << at << " block " << size;
+        }
+    }
+}
+
+}  // namespace
+
+TEST(WaveSink, HeaderHoldsPlaceholdersWhileWritingAndTheTruthAfterClose)
+{
+    TempFolder folder;
+    const std::string path = folder / "out.wav";
+    const std::vector<int> values{0x7fff0, -0x80000, 16, -16, 8, 0};
+    {
+        LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 48000, 2, 16, 0);
+        ASSERT_EQ(sink->GetError() & 1, 0);
+        sink->Write(values.data(), 3);
+        EXPECT_EQ(sink->GetPosition(), 3);
+        const std::string open = ReadWholeFile(path);
+        ASSERT_EQ(open.size(), 46u + 12u);
+        EXPECT_EQ(open.substr(4, 4), Le32(0xffffffff));
+        EXPECT_EQ(open.substr(42, 4), Le32(0xffffffd9));
+    }
+    const std::string closed = ReadWholeFile(path);
+    EXPECT_EQ(closed, HeaderOf(12, 2, 48000, 16) + Pcm16(std::vector<int>{0x7fff, -0x8000, 1, -1, 1, 0}));
+
+    // The file reads back as written.
+    LSoundSource source = LWaveFile::OpenSource(path.c_str());
+    EXPECT_EQ(source->GetEndSample(), 3);
+    EXPECT_FALSE(source->IsStreaming());
+}
+
+TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
+{
+    TempFolder folder;
+    // Within what 8 bits hold after rounding: nothing clips on the way out.
+    const std::vector<int> values = Noise(2 * 5000, 0x7f7ff, 3);
+    struct Depth {
+        unsigned short bits;
+        int peak;
+        std::vector<int> expected;
+    };
+    std::vector<int> as8 = values;
+    for (int& v : as8)
+        v = ((v + 2048) >> 12) * 4096;
+    const std::vector<Depth> depths{{8, kPeakLimit, as8}, {16, kPeakLimit, To16(values)},
+                                    {24, kPeakLimit, values}, {32, kPeakLimit, values}};
+    for (const Depth& depth : depths) {
+        const std::string path = folder / ("d" + std::to_string(depth.bits) + ".wav");
+        LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, depth.bits, 0)->Write(values.data(), 5000);
+        EXPECT_EQ(FileSize(path), 46 + 5000 * 2 * depth.bits / 8);
+        LSoundSource source = LWaveFile::OpenSource(path.c_str());
+        ASSERT_EQ(source->GetError(), kErrNone);
+        std::vector<int> got(values.size());
+        source->Read(got.data(), 5000);
+        EXPECT_EQ(got, depth.expected) << depth.bits;
+        ExpectSeekEqualsStream(source);
+    }
+
+    // The float sink labels its data as 32-bit PCM, so it reads back as integers.
+    LWaveFileFormat floatFormat;
+    floatFormat.wFormatTag = kWaveTagFloat;
+    floatFormat.nChannels = 2;
+    floatFormat.nSamplesPerSec = 44100;
+    floatFormat.wBitsPerSample = 32;
+    const std::string floatPath = folder / "float.wav";
+    LWaveFile::OpenSink(floatPath.c_str(), floatFormat)->Write(values.data(), 5000);
+    const std::string bytes = ReadWholeFile(floatPath);
+    EXPECT_EQ(bytes.substr(0, 46), HeaderOf(40000, 2, 44100, 32));
+    float first;
+    std::memcpy(&first, bytes.data() + 46, 4);
+    EXPECT_EQ(first, static_cast<float>(values[0]) / 524288.0f);
+
+    floatFormat.wFormatTag = kWaveTagGSM;
+    EXPECT_EQ(LWaveFile::OpenSink((folder / "gsm.wav").c_str(), floatFormat)->GetError() & 1, 1);
+    EXPECT_EQ(LWaveFile::OpenSinkPCM((folder / "no/such/folder.wav").c_str(), 44100, 2, 16, 0)->GetError() & 1, 1);
+}
+
+TEST(WaveSink, SeekBackwardTruncatesAndForwardDoesNothing)
+{
+    TempFolder folder;
+    const std::string path = folder / "rec.wav";
+    const std::vector<int> values = Noise(2 * 1000, 0x7fff0, 5);
+    {
+        LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 0);
+        sink->Write(values.data(), 1000);
+        sink->Seek(1500);
+        EXPECT_EQ(sink->GetPosition(), 1000);
+        EXPECT_EQ(FileSize(path), 46 + 4000);
+        sink->Seek(600);
+        EXPECT_EQ(sink->GetPosition(), 600);
+        EXPECT_EQ(FileSize(path), 46 + 2400);
+        sink->Write(values.data(), 100);  // the rewound recording continues at frame 600
+        sink->Seek(-5);
+        EXPECT_EQ(sink->GetPosition(), 0);
+        sink->Write(values.data() + 200, 50);
+    }
+    EXPECT_EQ(ReadWholeFile(path), HeaderOf(200, 2, 44100, 16) +
+                                       Pcm16Of(std::vector<int>(values.begin() + 200, values.begin() + 300)));
+}
+
+TEST(WaveSink, ContinuesAnEarlierFileAtTheStartFrame)
+{
+    TempFolder folder;
+    const std::string path = folder / "rec.wav";
+    const std::vector<int> values = Noise(2 * 300, 0x7fff0, 9);
+    LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 0)->Write(values.data(), 300);
+    {
+        LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 100);
+        EXPECT_EQ(sink->GetPosition(), 100);
+        EXPECT_EQ(FileSize(path), 46 + 400);
+        sink->Write(values.data(), 10);
+    }
+    std::vector<int> expected(values.begin(), values.begin() + 200);
+    expected.insert(expected.end(), values.begin(), values.begin() + 20);
+    EXPECT_EQ(ReadWholeFile(path), HeaderOf(440, 2, 44100, 16) + Pcm16Of(expected));
+    // A start beyond the file's end continues at its end.
+    LSoundSink beyond = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 5000);
+    EXPECT_EQ(beyond->GetPosition(), 110);
+}
+
+TEST(WaveSink, ReaderPlaysAFileWhileAWriterGrowsIt)
+{
+    TempFolder folder;
+    const std::string path = folder / "growing.wav";
+    const int totalFrames = 200000;
+    const std::vector<int> values = Noise(2 * totalFrames, 0x7fff0, 21);
+    LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 0);
+    LSoundSource source = LWaveFile::OpenSource(path.c_str());
+    ASSERT_EQ(source->GetError(), kErrNone);
+    EXPECT_TRUE(source->IsStreaming());
+    EXPECT_EQ(source->GetEndSample(), 0);
+
+    std::thread writer([&] {
+        for (int done = 0; done < totalFrames; done += 1000) {
+            sink->Write(values.data() + 2 * done, 1000);
+            std::this_thread::yield();
+        }
+        sink.Close();  // the true header goes in
+    });
+    std::vector<int> played;
+    std::vector<int> block(2 * 4096);
+    bool sawStreaming = false;
+    while (true) {
+        const int end = source->GetEndSample();
+        const int position = source->GetPositionSample();
+        if (position >= end) {
+            if (!source->IsStreaming())
+                break;
+            sawStreaming = true;
+            source->WaitForStreamingData(1);
+            continue;
+        }
+        const int frames = std::min(4096, end - position);
+        source->Read(block.data(), frames);
+        played.insert(played.end(), block.begin(), block.begin() + 2 * frames);
+    }
+    writer.join();
+    EXPECT_TRUE(sawStreaming);
+    EXPECT_EQ(source->GetEndSample(), totalFrames);
+    EXPECT_EQ(played, To16(values));
+}
+
+TEST(WaveSources, EverySourceSeeksAsItStreams)
+{
+    TempFolder folder;
+    const std::vector<int> values = Noise(2 * 30000, 0xfffff, 17);
+    // A float file (tag 3), with values beyond full scale.
+    WaveSpec spec;
+    spec.tag = kWaveTagFloat;
+    spec.bits = 32;
+    spec.data.resize(values.size() * 4);
+    ConvertSamplesOut(reinterpret_cast<LSFF32*>(spec.data.data()), values.data(), int(values.size()));
+    const std::string floatPath = folder / "float.wav";
+    WriteWholeFile(floatPath, MakeWave(spec));
+    LSoundSource floats = LWaveFile::OpenSource(floatPath.c_str());
+    ASSERT_EQ(floats->GetError(), kErrNone);
+    std::vector<int> got(values.size());
+    floats->Read(got.data(), 30000);
+    EXPECT_EQ(got, values);
+    ExpectSeekEqualsStream(floats);
+
+    // The deleting wrapper over a file of unknown length.
+    spec.tag = kWaveTagPCM;
+    spec.bits = 16;
+    spec.sizeUnknown = true;
+    spec.data = Pcm16Of(values);
+    const std::string growingPath = folder / "growing.wav";
+    WriteWholeFile(growingPath, MakeWave(spec));
+    LSoundSource wrapped = LWaveFile::OpenSourceDeletingFileWhenClosed(growingPath.c_str());
+    EXPECT_TRUE(wrapped->IsStreaming());
+    EXPECT_EQ(wrapped->GetEndSample(), 30000);
+    ExpectSeekEqualsStream(wrapped);
+}
