@@ -4,6 +4,21 @@
 #include <cstring>
 #include <time.h>
 
+char const* LGetSoundErrorText(unsigned char errorState)
+{
+    static char const* const texts[] = {
+        "none",
+        "closed or never opened",
+        "inner source has an error",
+        "bad or corrupt file",
+        "missing or unreadable file",
+        "codec not handled",
+        "encrypted without the right key",
+        "codec refused in WAVE files (A-law, mu-law, True Speech)",
+    };
+    return errorState < sizeof(texts) / sizeof(texts[0]) ? texts[errorState] : "unknown error";
+}
+
 LSoundSourceBase::LSoundSourceBase(int rateHz, unsigned char channelCount, int peakValue)
     : rate(rateHz), peak(peakValue), channels(channelCount)
 {

@@ -23,6 +23,9 @@ enum : unsigned char {
     kErrRefusedCodec = 7,  // WAVE tags 6, 7, 34
 };
 
+// A short English meaning of a source error state, for messages.
+char const* LGetSoundErrorText(unsigned char errorState);
+
 class LSoundSource;
 
 class LSoundSourceBase {

@@ -22,8 +22,31 @@ struct ToolApp {
     }
 };
 
-void _DeclareCommands(ToolApp&)
+void _DeclareInfo(ToolApp& tool)
 {
+    static std::string path;
+    CLI::App* info = tool.Add("info", "Show rate, channels, length, peak, error and codec of a file",
+                              [] { return tool::Info(path); });
+    info->add_option("FILE", path, "Audio file")->required();
+}
+
+void _DeclareConvert(ToolApp& tool)
+{
+    static tool::ConvertOptions options;
+    CLI::App* convert = tool.Add("convert", "Convert an audio file to a WAVE file",
+                                 [] { return tool::Convert(options); });
+    convert->add_option("IN", options.in, "Audio file to read")->required();
+    convert->add_option("OUT", options.out, "WAVE file to write")->required();
+    convert->add_option("--bits", options.bits, "Sample depth of OUT")
+        ->check(CLI::IsMember({"8", "16", "24", "32", "float"}));
+    convert->add_option("--rate", options.rate, "Sample rate of OUT (Hz)");
+    convert->add_option("--channels", options.channels, "Channel count of OUT");
+}
+
+void _DeclareCommands(ToolApp& tool)
+{
+    _DeclareInfo(tool);
+    _DeclareConvert(tool);
 }
 
 }  // namespace

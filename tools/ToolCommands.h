@@ -4,6 +4,10 @@
 // only file that includes the argument parser) and returns the process exit code:
 // 0 success, 1 failed operation, 2 bad usage.
 
+#include "sound/LSoundSource.h"
+
+#include <string>
+
 namespace tool {
 
 constexpr int kExitOk = 0;
@@ -12,5 +16,21 @@ constexpr int kExitUsage = 2;
 
 // Prints one error line to stderr as "orvane-tool: <text>".
 void PrintError(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Opens a file the way the program does, by its type.
+LSoundSource OpenByType(const std::string& path);
+
+// info FILE: rate, channels, frames, seconds, peak, error and codec as "key: value" lines.
+int Info(const std::string& path);
+
+struct ConvertOptions {
+    std::string in;
+    std::string out;
+    std::string bits = "16";  // 8, 16, 24, 32 or float
+    int rate = 0;             // 0: the input's
+    int channels = 0;         // 0: the input's
+};
+// convert IN OUT.wav: IN at its own rate and channels into a WAVE file of the chosen depth.
+int Convert(const ConvertOptions& options);
 
 }  // namespace tool

@@ -1,0 +1,163 @@
+#include "sound/LSampleFormat.h"
+#include "sound/LWaveFile.h"
+#include "sound/WaveBytes.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct ToolRun {
+    int exitCode;
+    std::string out;
+    std::string err;
+};
+
+ToolRun RunTool(const TempFolder& folder, const std::string& arguments)
+{
+    const std::string out = folder / "stdout.txt";
+    const std::string err = folder / "stderr.txt";
+    const std::string command =
+        std::string(ORVANE_TOOL_PATH) + " " + arguments + " >" + out + " 2>" + err;
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadWholeFile(out), ReadWholeFile(err)};
+}
+
+bool Exists(const std::string& path)
+{
+    struct stat info;
+    return stat(path.c_str(), &info) == 0;
+}
+
+std::vector<int> Ramp(int count)
+{
+    std::vector<int> values(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i)
+        values[static_cast<size_t>(i)] = ((i * 7919) % 65536 - 32768) * 16;
+    return values;
+}
+
+std::vector<int> ReadAll(const std::string& path)
+{
+    LSoundSource source = LWaveFile::OpenSource(path.c_str());
+    std::vector<int> values(static_cast<size_t>(source->GetEndSample()) * source->GetChannels());
+    source->Read(values.data(), source->GetEndSample());
+    return values;
+}
+
+}  // namespace
+
+TEST(ToolInfo, DescribesWaveFilesAndTheirErrors)
+{
+    TempFolder folder;
+    const std::string path = folder / "a.wav";
+    LWaveFile::OpenSinkPCM(path.c_str(), 48000, 2, 16, 0)->Write(Ramp(2 * 24000).data(), 24000);
+    ToolRun run = RunTool(folder, "info " + path);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "rate: 48000\nchannels: 2\nframes: 24000\nseconds: 0.500\npeak: 524272\n"
+                       "error: 0 (none)\ncodec: Microsoft PCM Format\n");
+
+    WaveSpec mulaw;
+    mulaw.tag = kWaveTagMuLaw;
+    mulaw.bits = 8;
+    WriteWholeFile(path, MakeWave(mulaw));
+    run = RunTool(folder, "info " + path);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.out.find("error: 7 ("), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("codec: Microsoft MULAW (CCITT u-Law)\n"), std::string::npos) << run.out;
+    EXPECT_NE(run.err.find("orvane-tool: "), std::string::npos);
+
+    run = RunTool(folder, "info " + folder / "absent.wav");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.out.find("error: 4 ("), std::string::npos);
+    EXPECT_EQ(run.out.find("codec:"), std::string::npos);
+
+    EXPECT_EQ(RunTool(folder, "info").exitCode, 2);
+}
+
+TEST(ToolConvert, WritesEveryDepthAndReadsBackTheSameValues)
+{
+    TempFolder folder;
+    const std::string in = folder / "in.wav";
+    const std::vector<int> values = Ramp(2 * 20000);
+    LWaveFile::OpenSinkPCM(in.c_str(), 44100, 2, 16, 0)->Write(values.data(), 20000);
+
+    for (const char* bits : {"16", "24", "32"}) {
+        const std::string out = folder / (std::string("out") + bits + ".wav");
+        const ToolRun run = RunTool(folder, "convert " + in + " " + out + " --bits " + bits);
+        ASSERT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_EQ(ReadAll(out), values) << bits;
+        const std::string header = ReadWholeFile(out).substr(0, 46);
+        EXPECT_EQ(header.substr(34, 2), Le16(static_cast<uint32_t>(std::atoi(bits))));
+    }
+    // The default depth is 16 bits; 8 bits keeps the top byte.
+    const std::string out16 = folder / "default.wav";
+    ASSERT_EQ(RunTool(folder, "convert " + in + " " + out16).exitCode, 0);
+    EXPECT_EQ(ReadWholeFile(out16), ReadWholeFile(in));
+    const std::string out8 = folder / "out8.wav";
+    ASSERT_EQ(RunTool(folder, "convert " + in + " " + out8 + " --bits 8").exitCode, 0);
+    const std::vector<int> eight = ReadAll(out8);
+    ASSERT_EQ(eight.size(), values.size());
+    for (size_t i = 0; i < values.size(); i += 997)
+        EXPECT_NEAR(eight[i], values[i], 2048) << i;
+
+    // Float output stores value / 2^19.
+    const std::string outFloat = folder / "float.wav";
+    ASSERT_EQ(RunTool(folder, "convert " + in + " " + outFloat + " --bits float").exitCode, 0);
+    const std::string bytes = ReadWholeFile(outFloat);
+    ASSERT_EQ(bytes.size(), 46u + values.size() * 4);
+    std::vector<int> back(values.size());
+    ConvertSamplesIn(back.data(), reinterpret_cast<const LSFF32*>(bytes.data() + 46), int(values.size()));
+    EXPECT_EQ(back, values);
+}
+
+TEST(ToolConvert, HoldsLoudFloatInputAtTheIntegerLimit)
+{
+    TempFolder folder;
+    WaveSpec spec;
+    spec.tag = kWaveTagFloat;
+    spec.bits = 32;
+    spec.channels = 1;
+    const std::vector<int> values{0x100000, -0x100000, 0x40000};  // +2.0, -2.0, +0.5
+    spec.data.resize(values.size() * 4);
+    ConvertSamplesOut(reinterpret_cast<LSFF32*>(spec.data.data()), values.data(), 3);
+    const std::string in = folder / "loud.wav";
+    const std::string out = folder / "out.wav";
+    WriteWholeFile(in, MakeWave(spec));
+    ASSERT_EQ(RunTool(folder, "convert " + in + " " + out).exitCode, 0);
+    EXPECT_EQ(ReadAll(out), (std::vector<int>{0x7fff0, -0x7fff0, 0x40000}));
+}
+
+TEST(ToolConvert, RefusesWithoutLeavingAFile)
+{
+    TempFolder folder;
+    const std::string in = folder / "in.wav";
+    const std::string out = folder / "out.wav";
+    LWaveFile::OpenSinkPCM(in.c_str(), 44100, 1, 16, 0)->Write(Ramp(100).data(), 100);
+
+    ToolRun run = RunTool(folder, "convert " + in + " " + out + " --rate 48000");
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_NE(run.err.find("not yet supported"), std::string::npos);
+    EXPECT_EQ(RunTool(folder, "convert " + in + " " + out + " --channels 2").exitCode, 2);
+    EXPECT_EQ(RunTool(folder, "convert " + in + " " + out + " --bits 12").exitCode, 2);
+    EXPECT_EQ(RunTool(folder, "convert " + in).exitCode, 2);
+
+    WriteWholeFile(folder / "bad.wav", "RIFF....WAVEjunk");
+    run = RunTool(folder, "convert " + folder / "bad.wav" + " " + out);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("bad or corrupt"), std::string::npos);
+    EXPECT_EQ(RunTool(folder, "convert " + in + " " + folder / "no/such/dir/out.wav").exitCode, 1);
+    EXPECT_FALSE(Exists(out));
+
+    // An existing target is replaced only when the conversion succeeds.
+    WriteWholeFile(out, "keep me");
+    EXPECT_EQ(RunTool(folder, "convert " + folder / "bad.wav" + " " + out).exitCode, 1);
+    EXPECT_EQ(ReadWholeFile(out), "keep me");
+}

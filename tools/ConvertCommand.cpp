@@ -1,0 +1,91 @@
+#include "tools/ToolCommands.h"
+
+#include "sound/LWaveFile.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace tool {
+
+namespace {
+
+constexpr int kBlockFrames = 8192;
+
+LSoundSink _OpenOutput(const std::string& path, const std::string& bits, const LSoundSource& source)
+{
+    if (bits == "float") {
+        LWaveFileFormat format;
+        format.wFormatTag = kWaveTagFloat;
+        format.nChannels = source->GetChannels();
+        format.nSamplesPerSec = static_cast<uint32_t>(source->GetRate());
+        format.wBitsPerSample = 32;
+        return LWaveFile::OpenSink(path.c_str(), format);
+    }
+    return LWaveFile::OpenSinkPCM(path.c_str(), source->GetRate(), source->GetChannels(),
+                                  static_cast<unsigned short>(std::stoi(bits)), 0);
+}
+
+void _ShowProgress(int done, int total)
+{
+    if (total > 0 && isatty(STDERR_FILENO))
+        std::fprintf(stderr, "\rconverting %3d%%", static_cast<int>(100LL * done / total));
+}
+
+// Pulls the whole source into the sink. Integer files cannot hold more than kPeakLimit, so
+// louder sources are held there (the peak limiter's place in the chain).
+void _Pump(LSoundSource& source, LSoundSink& sink, bool clamp)
+{
+    const int channels = source->GetChannels();
+    const int end = source->GetEndSample();
+    std::vector<int> block(static_cast<size_t>(kBlockFrames) * channels);
+    for (int done = 0; done < end; done += kBlockFrames) {
+        const int frames = std::min(kBlockFrames, end - done);
+        source->Read(block.data(), frames);
+        if (clamp)
+            for (int& v : block)
+                v = std::clamp(v, -kPeakLimit, kPeakLimit);
+        sink->Write(block.data(), frames);
+        if (done % (kBlockFrames * 64) == 0)
+            _ShowProgress(done, end);
+    }
+    _ShowProgress(end, end);
+    if (end > 0 && isatty(STDERR_FILENO))
+        std::fputc('\n', stderr);
+}
+
+}  // namespace
+
+int Convert(const ConvertOptions& options)
+{
+    if (options.rate > 0 || options.channels > 0) {
+        PrintError("--rate and --channels are not yet supported");
+        return kExitUsage;
+    }
+    LSoundSource source = OpenByType(options.in);
+    if (source->GetError() != kErrNone) {
+        PrintError("%s: %s", options.in.c_str(), LGetSoundErrorText(source->GetError()));
+        return kExitFailed;
+    }
+    // Written beside the target and renamed at the end, so a failure never leaves half a file.
+    const std::string partial = options.out + ".part" + std::to_string(getpid());
+    LSoundSink sink = _OpenOutput(partial, options.bits, source);
+    if (sink->GetError() & kSinkErrorFlag) {
+        unlink(partial.c_str());
+        PrintError("%s: cannot be written", options.out.c_str());
+        return kExitFailed;
+    }
+    _Pump(source, sink, options.bits != "float" && source->GetPeak() > kPeakLimit);
+    const bool failed = (sink->GetError() & kSinkErrorFlag) != 0;
+    sink.Close();  // the header is made true here
+    if (failed || rename(partial.c_str(), options.out.c_str()) != 0) {
+        unlink(partial.c_str());
+        PrintError("%s: writing failed", options.out.c_str());
+        return kExitFailed;
+    }
+    return kExitOk;
+}
+
+}  // namespace tool
