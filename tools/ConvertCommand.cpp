@@ -34,9 +34,18 @@ void _ShowProgress(int done, int total)
         std::fprintf(stderr, "\rconverting %3d%%", static_cast<int>(100LL * done / total));
 }
 
-// Pulls the whole source into the sink. Integer files cannot hold more than kPeakLimit, so
-// louder sources are held there (the peak limiter's place in the chain).
-void _Pump(LSoundSource& source, LSoundSink& sink, bool clamp)
+// The largest value an integer file of `bits` keeps without wrapping; 0 for float files.
+int _OutputLimit(const std::string& bits)
+{
+    if (bits == "float")
+        return 0;
+    // 8 bits round to the nearest 4096, so the top 2048 values would wrap to the bottom.
+    return bits == "8" ? 0x7f7ff : kPeakLimit;
+}
+
+// Pulls the whole source into the sink, holding values within `limit` when it is not 0
+// (standing where the peak limiter goes in the program's chain).
+void _Pump(LSoundSource& source, LSoundSink& sink, int limit)
 {
     const int channels = source->GetChannels();
     const int end = source->GetEndSample();
@@ -44,9 +53,9 @@ void _Pump(LSoundSource& source, LSoundSink& sink, bool clamp)
     for (int done = 0; done < end; done += kBlockFrames) {
         const int frames = std::min(kBlockFrames, end - done);
         source->Read(block.data(), frames);
-        if (clamp)
+        if (limit > 0)
             for (int& v : block)
-                v = std::clamp(v, -kPeakLimit, kPeakLimit);
+                v = std::clamp(v, -limit, limit);
         sink->Write(block.data(), frames);
         if (done % (kBlockFrames * 64) == 0)
             _ShowProgress(done, end);
@@ -60,7 +69,7 @@ void _Pump(LSoundSource& source, LSoundSink& sink, bool clamp)
 
 int Convert(const ConvertOptions& options)
 {
-    if (options.rate > 0 || options.channels > 0) {
+    if (options.rate != ConvertOptions::kUnset || options.channels != ConvertOptions::kUnset) {
         PrintError("--rate and --channels are not yet supported");
         return kExitUsage;
     }
@@ -77,7 +86,8 @@ int Convert(const ConvertOptions& options)
         PrintError("%s: cannot be written", options.out.c_str());
         return kExitFailed;
     }
-    _Pump(source, sink, options.bits != "float" && source->GetPeak() > kPeakLimit);
+    const int limit = _OutputLimit(options.bits);
+    _Pump(source, sink, source->GetPeak() > limit ? limit : 0);
     const bool failed = (sink->GetError() & kSinkErrorFlag) != 0;
     sink.Close();  // the header is made true here
     if (failed || rename(partial.c_str(), options.out.c_str()) != 0) {

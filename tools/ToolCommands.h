@@ -27,8 +27,9 @@ struct ConvertOptions {
     std::string in;
     std::string out;
     std::string bits = "16";  // 8, 16, 24, 32 or float
-    int rate = 0;             // 0: the input's
-    int channels = 0;         // 0: the input's
+    static constexpr int kUnset = -1;
+    int rate = kUnset;        // Hz; unset: the input's
+    int channels = kUnset;    // unset: the input's
 };
 // convert IN OUT.wav: IN at its own rate and channels into a WAVE file of the chosen depth.
 int Convert(const ConvertOptions& options);
