@@ -1,0 +1,89 @@
+#include "base/LSignalObject.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+long _MsSince(Clock::time_point start)
+{
+    return static_cast<long>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+}
+
+}  // namespace
+
+TEST(LSignalObject, IsAManualResetEvent)
+{
+    LSignalObject s;
+    ASSERT_GE(s.GetReadDescriptor(), 0);
+    EXPECT_FALSE(s.IsSignaled());
+    s.Signal();
+    s.Signal();
+    EXPECT_TRUE(s.IsSignaled());
+    EXPECT_TRUE(s.IsSignaled());  // looking does not consume it
+    s.Reset();
+    EXPECT_FALSE(s.IsSignaled());  // one reset clears any number of signals
+    s.Reset();                     // and is harmless on an empty pipe
+    EXPECT_FALSE(s.WaitSignal(20));
+}
+
+TEST(LSignalObject, StaysSignalledWhenThePipeIsFull)
+{
+    LSignalObject s;
+    for (int i = 0; i < 200000; ++i)  // more than any pipe buffer holds
+        s.Signal();
+    EXPECT_TRUE(s.IsSignaled());
+    s.Reset();
+    EXPECT_FALSE(s.IsSignaled());
+}
+
+TEST(LSignalObject, WaitEndsWhenAnotherThreadSignals)
+{
+    LSignalObject a;
+    LSignalObject b;
+    std::thread signaller([&b] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        b.Signal();
+    });
+    auto start = Clock::now();
+    EXPECT_TRUE(a.WaitSignalDual(b.Ref(), kWaitForever));
+    EXPECT_GE(_MsSince(start), 20);
+    signaller.join();
+    EXPECT_FALSE(a.IsSignaled());
+}
+
+TEST(LSignalObjectGroup, SelectKeepsOnlyTheReadyMembers)
+{
+    LSignalObject a;
+    LSignalObject b;
+    LSignalObjectGroup group;
+    ASSERT_TRUE(group.Add(a));
+    ASSERT_TRUE(group.Add(b));
+    EXPECT_FALSE(group.Select(0));
+
+    group.Clear();
+    group.Add(a);
+    group.Add(b);
+    b.Signal();
+    EXPECT_TRUE(group.Select(kWaitForever));
+    EXPECT_FALSE(group.IsMember(a));
+    EXPECT_TRUE(group.IsMember(b));
+    EXPECT_EQ(group.GetMemberCount(), 1);
+}
+
+TEST(LSignalObjectGroup, HoldsAtMost255Members)
+{
+    LSignalObject s;
+    LSignalObjectGroup group;
+    // Members are descriptors; the same one counts once, so use distinct made-up numbers.
+    for (int fd = 0; fd < LSignalObjectGroup::kMaxMembers; ++fd)
+        ASSERT_TRUE(group.AddDescriptor(fd));
+    EXPECT_EQ(group.GetMemberCount(), 255);
+    EXPECT_FALSE(group.AddDescriptor(300));
+    EXPECT_FALSE(group.AddDescriptor(FD_SETSIZE));
+}
