@@ -25,7 +25,8 @@ bool _SetRealTime(pthread_t thread, int priority)
     rlimit limit{};
     if (getrlimit(RLIMIT_RTPRIO, &limit) != 0 || limit.rlim_cur == 0)
         return false;
-    param.sched_priority = std::min<int>(level, static_cast<int>(limit.rlim_cur));
+    if (limit.rlim_cur != RLIM_INFINITY)
+        param.sched_priority = std::min<rlim_t>(static_cast<rlim_t>(level), limit.rlim_cur);
     return pthread_setschedparam(thread, SCHED_FIFO, &param) == 0;
 }
 

@@ -28,8 +28,14 @@ public:
     void SetError(const char* message) override;
     void SetStatus(const char* text, int line) override;
     void SetProgress(double fraction) override;
-    void SetProgressIndeterminateOn() override { PostQueuedNotifyData(kCodeIndeterminateOn, nullptr, 0); }
-    void SetProgressIndeterminateOff() override { PostQueuedNotifyData(kCodeIndeterminateOff, nullptr, 0); }
+    void SetProgressIndeterminateOn() override
+    {
+        PostQueuedNotifyData(kCodeIndeterminateOn, nullptr, 0);
+    }
+    void SetProgressIndeterminateOff() override
+    {
+        PostQueuedNotifyData(kCodeIndeterminateOff, nullptr, 0);
+    }
 
 protected:
     void EvQueuedNotifyData(unsigned int code, const void* data, unsigned long size) override;

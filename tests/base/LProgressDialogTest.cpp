@@ -85,6 +85,15 @@ protected:
     }
 };
 
+// Runs `action` on another thread after `ms`; join the answer.
+std::thread _Later(int ms, std::function<void()> action)
+{
+    return std::thread([ms, action = std::move(action)] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+        action();
+    });
+}
+
 // A task given as a function, so each test writes its own.
 struct Task {
     std::function<LProcessResult(LProcessInterface&)> body;
@@ -171,11 +180,7 @@ TEST_F(ProgressDialog, WaitsDeliverQueuedEventsAndEndOnCancel)
         EXPECT_EQ(p.ProcessWaitSignal(s, 20), kProcessFailed);
         EXPECT_FALSE(p.ProcessWait(10));
 
-        std::thread presser([&cancel] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(30));
-            cancel.PostQueueNotify();
-        });
-        start = Clock::now();
+        std::thread presser = _Later(30, [&cancel] { cancel.PostQueueNotify(); });
         LProcessResult waited = p.ProcessWaitSignal(s, kWaitForever);
         presser.join();
         EXPECT_EQ(waited, kProcessStopped);
@@ -189,10 +194,7 @@ TEST_F(ProgressDialog, SignalFromAnotherThreadEndsTheWait)
 {
     Task task{[](LProcessInterface& p) {
         LSignalObject s;
-        std::thread signaller([&s] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(30));
-            s.Signal();
-        });
+        std::thread signaller = _Later(30, [&s] { s.Signal(); });
         LProcessResult waited = p.ProcessWaitSignal(s, 10000);
         signaller.join();
         return waited;
@@ -206,10 +208,7 @@ TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
 {
     CancelButton cancel;
     Task task{[&cancel](LProcessInterface& p) {
-        std::thread presser([&cancel] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            cancel.PostQueueNotify();
-        });
+        std::thread presser = _Later(100, [&cancel] { cancel.PostQueueNotify(); });
         // The command outlives the test; keep it off the test's output so nothing waits on it.
         LProcessResult result = LRunShellCommand(p, "exec sleep 3 >/dev/null 2>&1");
         presser.join();
@@ -218,6 +217,22 @@ TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
     auto start = Clock::now();
     EXPECT_EQ(ProcessRunAsDialog(nullptr, "Decoding", task), kProcessStopped);
     EXPECT_LT(_MsSince(start), 2000);
+}
+
+TEST(LConsoleProgressView, CtrlCCancelsTheTask)
+{
+    LSetProgressViewFactory(nullptr);  // the console form
+    Task task{[](LProcessInterface& p) {
+        raise(SIGINT);
+        LSignalObject never;
+        return p.ProcessWaitSignal(never, 10000);
+    }};
+    auto start = Clock::now();
+    EXPECT_EQ(ProcessRunAsDialog(nullptr, "Converting", task), kProcessStopped);
+    EXPECT_LT(_MsSince(start), 5000);
+    struct sigaction after{};
+    sigaction(SIGINT, nullptr, &after);
+    EXPECT_EQ(after.sa_handler, SIG_DFL);  // the handler goes with the dialog
 }
 
 TEST(LRunShellCommand, AnswersFinishedOrFailed)

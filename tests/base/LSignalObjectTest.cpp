@@ -2,20 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <thread>
-
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-long _MsSince(Clock::time_point start)
-{
-    return static_cast<long>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
-
-}  // namespace
 
 TEST(LSignalObject, IsAManualResetEvent)
 {
@@ -40,21 +26,6 @@ TEST(LSignalObject, StaysSignalledWhenThePipeIsFull)
     EXPECT_TRUE(s.IsSignaled());
     s.Reset();
     EXPECT_FALSE(s.IsSignaled());
-}
-
-TEST(LSignalObject, WaitEndsWhenAnotherThreadSignals)
-{
-    LSignalObject a;
-    LSignalObject b;
-    std::thread signaller([&b] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        b.Signal();
-    });
-    auto start = Clock::now();
-    EXPECT_TRUE(a.WaitSignalDual(b.Ref(), kWaitForever));
-    EXPECT_GE(_MsSince(start), 20);
-    signaller.join();
-    EXPECT_FALSE(a.IsSignaled());
 }
 
 TEST(LSignalObjectGroup, SelectKeepsOnlyTheReadyMembers)
