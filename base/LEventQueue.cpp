@@ -92,15 +92,20 @@ bool LEventQueue::DispatchOne()
     return true;
 }
 
+size_t LEventQueue::DispatchPending(size_t budget)
+{
+    size_t dispatched = 0;
+    while (dispatched < budget && DispatchOne())
+        ++dispatched;
+    return dispatched;
+}
+
 bool LEventQueue::ClearEventQueue()
 {
     if (_clearing)
         return false;
     _clearing = true;
-    size_t budget = GetPendingCount() + 1;
-    bool any = false;
-    while (budget-- > 0 && DispatchOne())
-        any = true;
+    bool any = DispatchPending(GetPendingCount() + 1) > 0;
     _clearing = false;
     return any;
 }

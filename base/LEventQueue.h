@@ -55,8 +55,12 @@ public:
 
     // Dispatches the oldest event; false if none waited.
     bool DispatchOne();
-    // Dispatches what waits now, plus at most one more, without waiting. False if nothing
-    // was dispatched, and at once when called again from inside one of its dispatches.
+    // What a main loop calls when the wake descriptor fires: dispatches at most `budget`
+    // events without waiting; answers how many. Nested loops inside those events still work.
+    size_t DispatchPending(size_t budget);
+    // The pump of long tasks: dispatches what waits now, plus at most one more, without
+    // waiting. False if nothing was dispatched, and at once when called again from inside
+    // one of its own dispatches.
     bool ClearEventQueue();
     // Waits at most `ms` for an event or for `fd` (-1: none) to become readable. Dispatches
     // nothing.

@@ -166,6 +166,43 @@ TEST_F(ProgressDialog, CancelIsSeenAtTheNextIsToStopAndStays)
     EXPECT_EQ(gView.calls[1], "cancel off");
 }
 
+namespace {
+
+// Opens a dialog from inside an event, as a conversion's end report may; the task cancels
+// itself through the queue and counts its rounds until it sees the stop.
+class DialogFromEvent : public LThreadQueuedNotify {
+public:
+    CancelButton cancel;
+    int rounds = 0;
+    LProcessResult result = -1;
+
+protected:
+    void EvNotify() override
+    {
+        Task task{[this](LProcessInterface& p) {
+            cancel.PostQueueNotify();
+            for (rounds = 1; rounds < 100; ++rounds)
+                if (p.IsToStop())
+                    return kProcessStopped;
+            return kProcessFinished;
+        }};
+        result = ProcessRunAsDialog(nullptr, "nested", task);
+    }
+};
+
+}  // namespace
+
+TEST_F(ProgressDialog, DialogOpenedFromTheMainLoopStillPumps)
+{
+    DialogFromEvent opener;
+    opener.PostQueueNotify();
+    auto queue = LEventQueue::ForCurrentThread();
+    EXPECT_EQ(queue->DispatchPending(10), 1u);  // Cancel ran inside, not out here
+    EXPECT_EQ(queue->GetPendingCount(), 0u);
+    EXPECT_EQ(opener.result, kProcessStopped);
+    EXPECT_EQ(opener.rounds, 1);
+}
+
 TEST_F(ProgressDialog, WaitsDeliverQueuedEventsAndEndOnCancel)
 {
     CancelButton cancel;
