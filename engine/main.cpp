@@ -1,5 +1,6 @@
 // The process's entry: the static start-up in its fixed order, then main's preparation.
 #include "OrvaneVersion.h"
+#include "base/LDebugThreads.h"
 #include "engine/AppEntry.h"
 #include "engine/CmdCounts.h"
 #include "engine/LDebug.h"
@@ -46,6 +47,7 @@ int main(int argc, char** argv)
     umask(0);  // files the program creates take their mode as given
     CopyArguments(argc, argv);
     idThreadMain = pthread_self();
+    LDebugThreadDataStartThread("MAIN");
     LInitLocale();
     LSetMaximumNumberOfOpenFiles();
 

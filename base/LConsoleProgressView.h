@@ -1,0 +1,43 @@
+#pragma once
+
+#include "base/LProgressDialog.h"
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+// The progress dialog of the command-line tool: one self-rewriting line of bar and status
+// on a terminal (nothing but errors elsewhere), and Ctrl-C as Cancel while it is open.
+class LConsoleProgressView : public LProgressView {
+public:
+    explicit LConsoleProgressView(int fd = 2);  // a terminal or not, as isatty says
+    LConsoleProgressView(int fd, bool terminal, int columns);
+    ~LConsoleProgressView() override;
+
+    bool Open(LProgressDialog& dialog, const char* title) override;
+    void Close() override;
+    void SetStatusText(int line, const char* text) override;
+    void SetProgressPercent(int percent) override;
+    void SetIndeterminate(bool on) override;
+    void SetCancelEnabled(bool) override {}
+    void ShowError(const char* title, const char* message) override;
+
+    // The line as it is drawn now, without terminal controls.
+    std::string FormatLine() const;
+
+private:
+    class CancelWatcher;
+
+    void _Draw(bool force);
+    void _Write(const std::string& text) const;
+
+    int _fd;
+    bool _terminal;
+    int _columns;
+    std::string _status[2];
+    int _percent = 0;
+    bool _indeterminate = false;
+    std::string _drawn;
+    std::chrono::steady_clock::time_point _lastDraw{};
+    std::unique_ptr<CancelWatcher> _watcher;
+};

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "base/LSignalObject.h"
+
+// What a long task answers.
+using LProcessResult = int;
+inline constexpr LProcessResult kProcessFinished = 0;
+inline constexpr LProcessResult kProcessStopped = 1;  // stopped on request
+inline constexpr LProcessResult kProcessFailed = 2;   // failed, or a wait reached its limit
+
+// The one thing a long task sees of whatever runs it: stop requests, waits that a stop cuts
+// short, error and progress reports. Reports do nothing unless the runner shows them.
+class LProcessInterface {
+public:
+    virtual ~LProcessInterface() = default;
+
+    virtual bool IsToStop() = 0;
+    // Sleeps `ms`; true if a stop cut it short.
+    virtual bool ProcessWait(unsigned int ms) = 0;
+    // 0 when `s` is signalled, 1 on a stop, 2 at the time limit.
+    virtual LProcessResult ProcessWaitSignal(LSignalObjectRef s, unsigned int ms) = 0;
+    virtual LProcessResult ProcessWaitSignalObjectGroup(LSignalObjectGroup& group,
+                                                        unsigned int ms) = 0;
+    virtual void SetError(const char* /*message*/) {}
+    // Line 0 is the first status line; 1 and above the second.
+    virtual void SetStatus(const char* /*text*/, int /*line*/) {}
+    virtual void SetProgress(double /*fraction*/) {}
+    virtual void SetProgressIndeterminateOn() {}
+    virtual void SetProgressIndeterminateOff() {}
+
+    static constexpr int kErrorBufferBytes = 8192;
+    // printf-style SetError; longer texts are cut.
+    void SetErrorF(const char* format, ...) __attribute__((format(printf, 2, 3)));
+};
+
+// Runs a task with nobody watching: never stops, loses messages.
+class LProcessInterfaceVoid : public LProcessInterface {
+public:
+    bool IsToStop() override { return false; }
+    bool ProcessWait(unsigned int ms) override;
+    LProcessResult ProcessWaitSignal(LSignalObjectRef s, unsigned int ms) override;
+    LProcessResult ProcessWaitSignalObjectGroup(LSignalObjectGroup& group,
+                                                unsigned int ms) override;
+};
+
+// Passes stop requests, waits and errors through to an outer task's interface.
+class LProcessInterfaceNested : public LProcessInterface {
+public:
+    explicit LProcessInterfaceNested(LProcessInterface& outer) : _outer(outer) {}
+
+    bool IsToStop() override { return _outer.IsToStop(); }
+    bool ProcessWait(unsigned int ms) override { return _outer.ProcessWait(ms); }
+    LProcessResult ProcessWaitSignal(LSignalObjectRef s, unsigned int ms) override
+    {
+        return _outer.ProcessWaitSignal(s, ms);
+    }
+    LProcessResult ProcessWaitSignalObjectGroup(LSignalObjectGroup& group,
+                                                unsigned int ms) override
+    {
+        return _outer.ProcessWaitSignalObjectGroup(group, ms);
+    }
+    void SetError(const char* message) override { _outer.SetError(message); }
+
+protected:
+    LProcessInterface& _outer;
+};
+
+// A sub-task that fills the stretch [offset, offset + scale] of the outer task's progress.
+// Its status and indeterminate mode stay its own, so it can't overwrite the outer task's text.
+class LProcessInterfaceSubProcess : public LProcessInterfaceNested {
+public:
+    LProcessInterfaceSubProcess(LProcessInterface& outer, double offset, double scale)
+        : LProcessInterfaceNested(outer), _offset(offset), _scale(scale)
+    {
+    }
+
+    void SetProgress(double fraction) override { _outer.SetProgress(fraction * _scale + _offset); }
+
+private:
+    double _offset;
+    double _scale;
+};

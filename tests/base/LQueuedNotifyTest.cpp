@@ -1,0 +1,254 @@
+#include "base/LQueuedNotify.h"
+#include "base/LThread.h"
+#include "base/LThreadNotifyInterface.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <poll.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// Every delivery, in order, as "name" or "name:code:data".
+std::vector<std::string> gLog;
+
+class NamedNotify : public LThreadQueuedNotify {
+public:
+    explicit NamedNotify(std::string name) : _name(std::move(name)) {}
+
+protected:
+    void EvNotify() override { gLog.push_back(_name); }
+
+private:
+    std::string _name;
+};
+
+class NamedHandler : public LQueuedNotifyDataHandler {
+public:
+    explicit NamedHandler(std::string name) : _name(std::move(name)) {}
+
+protected:
+    void EvQueuedNotifyData(unsigned int code, const void* data, unsigned long size) override
+    {
+        std::string text = data ? std::string(static_cast<const char*>(data), size) : "-";
+        gLog.push_back(_name + ":" + std::to_string(code) + ":" + text);
+    }
+
+private:
+    std::string _name;
+};
+
+bool _IsReadable(int fd)
+{
+    pollfd p{fd, POLLIN, 0};
+    return poll(&p, 1, 0) == 1;
+}
+
+LEventQueue& _Queue()
+{
+    static std::shared_ptr<LEventQueue> queue = LEventQueue::ForCurrentThread();
+    return *queue;
+}
+
+class QueuedNotify : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        while (_Queue().DispatchOne()) {
+        }
+        gLog.clear();
+    }
+};
+
+}  // namespace
+
+TEST_F(QueuedNotify, PostsFromManyThreadsArriveOnceEachInTheirOrder)
+{
+    // Each of four threads posts numbered records to one of two handlers; every record must
+    // arrive once, and each thread's records in the order it posted them.
+    NamedHandler a("a");
+    NamedHandler b("b");
+    constexpr int kPostsEach = 300;
+    std::vector<std::thread> posters;
+    NamedHandler* targets[] = {&a, &b, &a, &b};
+    for (unsigned int thread = 0; thread < 4; ++thread)
+        posters.emplace_back([handler = targets[thread], thread] {
+            for (int i = 0; i < kPostsEach; ++i) {
+                std::string number = std::to_string(i);
+                handler->PostQueuedNotifyData(thread, number.data(), number.size());
+            }
+        });
+    for (auto& t : posters)
+        t.join();
+    EXPECT_TRUE(gLog.empty());  // nothing runs until the owning thread drains
+    while (_Queue().DispatchOne()) {
+    }
+    ASSERT_EQ(gLog.size(), 4u * kPostsEach);
+    int next[4] = {};
+    for (const std::string& entry : gLog) {
+        unsigned int thread = entry[2] - '0';
+        ASSERT_LT(thread, 4u);
+        EXPECT_EQ(entry[0], thread % 2 == 0 ? 'a' : 'b');
+        EXPECT_EQ(entry.substr(4), std::to_string(next[thread]++)) << entry;
+    }
+}
+
+TEST_F(QueuedNotify, DeliveryFollowsTheOrderOfPostingWithCopiedData)
+{
+    NamedNotify a("a");
+    NamedHandler h("h");
+    NamedNotify b("b");
+    b.PostQueueNotify();
+    std::string data = "xy";
+    h.PostQueuedNotifyData(7, data.data(), data.size());
+    data = "zz";  // the queue holds its own copy
+    a.PostQueueNotify();
+    PostQueuedNotifyData(nullptr, 1, "lost", 4);  // no handler: nothing happens
+    h.PostQueuedNotifyData(0, nullptr, 5);  // a size without data is delivered as no data
+    b.PostQueueNotify();
+    while (_Queue().DispatchOne()) {
+    }
+    EXPECT_EQ(gLog, (std::vector<std::string>{"b", "h:7:xy", "a", "h:0:-", "b"}));
+}
+
+TEST_F(QueuedNotify, DestroyedReceiverGetsNothingAndOthersStill)
+{
+    NamedNotify keep("keep");
+    auto gone = std::make_unique<NamedNotify>("gone");
+    auto goneHandler = std::make_unique<NamedHandler>("goneH");
+    std::thread poster([&] {
+        for (int i = 0; i < 3; ++i) {
+            gone->PostQueueNotify();
+            keep.PostQueueNotify();
+            goneHandler->PostQueuedNotifyData(2, "d", 1);
+        }
+    });
+    poster.join();
+    gone.reset();
+    goneHandler.reset();
+    EXPECT_EQ(_Queue().GetPendingCount(), 3u);
+    while (_Queue().DispatchOne()) {
+    }
+    EXPECT_EQ(gLog, (std::vector<std::string>{"keep", "keep", "keep"}));
+}
+
+TEST_F(QueuedNotify, WakeDescriptorIsReadableExactlyWhileEventsWait)
+{
+    int fd = _Queue().GetWakeDescriptor();
+    ASSERT_GE(fd, 0);
+    EXPECT_FALSE(_IsReadable(fd));
+    auto n = std::make_unique<NamedNotify>("n");
+    n->PostQueueNotify();
+    n->PostQueueNotify();
+    EXPECT_TRUE(_IsReadable(fd));
+    EXPECT_TRUE(_Queue().DispatchOne());
+    EXPECT_TRUE(_IsReadable(fd));
+    EXPECT_TRUE(_Queue().DispatchOne());
+    EXPECT_FALSE(_IsReadable(fd));
+    n->PostQueueNotify();
+    n.reset();  // flushing the last event clears the wake too
+    EXPECT_FALSE(_IsReadable(fd));
+}
+
+namespace {
+
+// Posts once more from inside its own delivery, and tries to drain from there.
+class ReentrantNotify : public LThreadQueuedNotify {
+public:
+    int delivered = 0;
+    bool nestedClearAnswered = true;
+
+protected:
+    void EvNotify() override
+    {
+        ++delivered;
+        if (delivered == 1) {
+            PostQueueNotify();
+            nestedClearAnswered = _Queue().ClearEventQueue();
+        }
+    }
+};
+
+}  // namespace
+
+TEST_F(QueuedNotify, ClearEventQueueRefusesReentryButNestedDispatchWorks)
+{
+    ReentrantNotify n;
+    n.PostQueueNotify();
+    EXPECT_TRUE(_Queue().ClearEventQueue());
+    EXPECT_FALSE(n.nestedClearAnswered);
+    EXPECT_EQ(n.delivered, 2);  // the budget of one extra event takes the re-posted one
+    EXPECT_FALSE(_Queue().ClearEventQueue());
+}
+
+TEST_F(QueuedNotify, RunUntilDrainsWhatAWorkerPostsLater)
+{
+    NamedNotify n("n");
+    std::thread worker([&n] {
+        for (int i = 0; i < 5; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            n.PostQueueNotify();
+        }
+    });
+    EXPECT_TRUE(_Queue().RunUntil([] { return gLog.size() == 5; }, 10000));
+    worker.join();
+    EXPECT_FALSE(_Queue().RunUntil([] { return gLog.size() == 6; }, 20));
+}
+
+namespace {
+
+// Records what reaches the interface thread.
+class RecordingInterface : public LProcessInterfaceVoid {
+public:
+    std::vector<std::string> calls;
+    void SetError(const char* m) override { calls.push_back(std::string("error ") + m); }
+    void SetStatus(const char* t, int line) override
+    {
+        calls.push_back("status" + std::to_string(line) + " " + t);
+    }
+    void SetProgress(double f) override { calls.push_back("progress " + std::to_string(f)); }
+    void SetProgressIndeterminateOn() override { calls.push_back("indeterminate on"); }
+    void SetProgressIndeterminateOff() override { calls.push_back("indeterminate off"); }
+};
+
+class ReportingWorker : public LThread {
+public:
+    LProcessInterface* report = nullptr;
+    ~ReportingWorker() override { WaitForThreadEnd(); }
+
+protected:
+    void ThreadFunction() override
+    {
+        report->SetProgressIndeterminateOn();
+        report->SetStatus("first", 0);
+        report->SetStatus(std::string(400, 'x').c_str(), 3);
+        report->SetProgress(0.25);
+        report->SetError("bad file");
+        report->SetProgressIndeterminateOff();
+    }
+};
+
+}  // namespace
+
+TEST_F(QueuedNotify, ThreadNotifyInterfaceCarriesReportsToTheInterfaceThread)
+{
+    RecordingInterface target;
+    ReportingWorker worker;
+    LThreadNotifyInterface adapter(worker, target);
+    worker.report = &adapter;
+    worker.Start(kThreadPriorityNormal);
+    worker.WaitForThreadEnd();
+    EXPECT_TRUE(target.calls.empty());
+    while (_Queue().DispatchOne()) {
+    }
+    EXPECT_EQ(target.calls, (std::vector<std::string>{
+                                "indeterminate on", "status0 first",
+                                "status1 " + std::string(259, 'x'), "progress 0.250000",
+                                "error bad file", "indeterminate off"}));
+
+    worker.StopThreadSoon();  // stop requests come from the worker
+    EXPECT_TRUE(adapter.IsToStop());
+}
