@@ -39,7 +39,8 @@ public:
     bool Append(std::string_view text)
     {
         size_t take = std::min(text.size(), LFile::kMaxPathChars - _used);
-        memcpy(_text + _used, text.data(), take);
+        if (take > 0)
+            memcpy(_text + _used, text.data(), take);
         _used += take;
         return take == text.size();
     }
