@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
@@ -64,6 +65,12 @@ TEST(LFileFolders, UserDataFolderFollowsXdgDataHomeAtEachCall)
     unsetenv("XDG_DATA_HOME");
     setenv("HOME", (home / "other").c_str(), 1);
     EXPECT_EQ(Folder(LFile::GetUserDataFolder), home / "other/.local/share");
+
+    // A home too long for a path buffer is cut, and the folder made from it fails cleanly.
+    setenv("HOME", ("/" + std::string(400, 'h')).c_str(), 1);
+    EXPECT_EQ(Folder(LFile::GetUserDataFolder), "/" + std::string(257, 'h') + "/");
+    EXPECT_FALSE(LFile::GetUserDataFolderApp(app));
+    EXPECT_EQ(strlen(app), LFile::kMaxPathChars);
 }
 
 TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndIsNotCreated)

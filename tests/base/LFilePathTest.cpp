@@ -41,7 +41,6 @@ TEST(LFilePath, MakeFilePathAddsOneSeparatorOnlyWhereNeitherSideHasOne)
     EXPECT_EQ(Join("/a/", "/b"), "/a//b");  // both kept, as given
     EXPECT_EQ(Join("C:\\x\\", "b"), "C:\\x\\b");
     EXPECT_EQ(Join("", "b"), "b");
-    EXPECT_EQ(Join("", "/b"), "/b");
     EXPECT_EQ(Join("/a", "b", ".wav"), "/a/b.wav");
     EXPECT_EQ(Join("/a", "song.mp3", ".wav"), "/a/song.mp3.wav");
 }
@@ -60,11 +59,9 @@ TEST(LFilePath, FolderAndFileParts)
     EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "/a"), "/");
     EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "a"), "");
     EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "a\\b"), "a");
-    EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "a/b\\c"), "a/b");
     EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "/a/"), "/a");
 
     EXPECT_EQ(Apply(LFile::_GetFileFromPath, "/a/b/c.mp3"), "c.mp3");
-    EXPECT_EQ(Apply(LFile::_GetFileFromPath, "c.mp3"), "c.mp3");
     EXPECT_EQ(Apply(LFile::_GetFileFromPath, "x\\c.mp3"), "c.mp3");
     EXPECT_EQ(Apply(LFile::_GetFileFromPath, "/a/"), "");
 }
@@ -75,7 +72,6 @@ TEST(LFilePath, FileNameDropsOnlyTheLastExtension)
     EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, ".hidden"), ".hidden");
     EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "/music/.hidden"), ".hidden");
     EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "/x.y/track"), "track");
-    EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "/x/song.mp3"), "song");
     EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "/x/song."), "song");
 }
 
@@ -86,7 +82,6 @@ TEST(LFilePath, ExtensionOnlyBehindTheLastSeparator)
     EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "/a.b/c"), "");
     EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "a.b\\c"), "");
     EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, ".mp3"), "");
-    EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "song"), "");
     EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "song."), ".");
 }
 
