@@ -96,6 +96,10 @@ bool LFile::CopyFolderFiles(const char* from, const char* to)
 
 bool LFile::DeleteFolderTree(const char* path)
 {
+    // A link given as the tree is removed itself; what it points to is not ours to delete.
+    struct stat top {};
+    if (lstat(path, &top) == 0 && S_ISLNK(top.st_mode))
+        return unlink(path) == 0;
     bool all = true;
     FolderIteratorAllFiles entries(path);
     while (entries.Next()) {
@@ -135,10 +139,13 @@ bool LFile::SetFolderSecurityAllAccess(const char* path)
 
 bool LFile::TestFileShareWriteBlocked(const char* path)
 {
-    LReadFileRef file;
-    if (!file.Open(path))
+    // Non-blocking, so that a FIFO or device at the path cannot hold the caller.
+    int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
         return false;
-    return flock(file.GetDescriptor(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    bool blocked = flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    close(fd);
+    return blocked;
 }
 
 LFile::FolderIterator::FolderIterator(const char* folder, const char* pattern)

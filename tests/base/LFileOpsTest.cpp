@@ -87,6 +87,9 @@ TEST(LFileTree, CreateCopyAndDeleteATree)
     // A link to a folder outside is removed, not followed.
     WriteWholeFile(folder / "keep.txt", "keep");
     fs::create_directory_symlink(folder.Path(), folder / "copy/link");
+    fs::create_directory_symlink(folder / "copy", folder / "toplink");
+    ASSERT_TRUE(LFile::DeleteFolderTree((folder / "toplink").c_str()));
+    EXPECT_TRUE(fs::exists(folder / "copy/.dot"));
     ASSERT_TRUE(LFile::DeleteFolderTree((folder / "copy").c_str()));
     EXPECT_FALSE(fs::exists(folder / "copy"));
     EXPECT_EQ(ReadWholeFile(folder / "keep.txt"), "keep");

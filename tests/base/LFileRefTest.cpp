@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -147,6 +148,8 @@ TEST(LSharedReadFile, WriterLockIsSeenAndWaitedForBriefly)
     WriteWholeFile(path, "<a/>");
     EXPECT_FALSE(LFile::TestFileShareWriteBlocked(path.c_str()));
     EXPECT_FALSE(LFile::TestFileShareWriteBlocked((folder / "missing").c_str()));
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    EXPECT_FALSE(LFile::TestFileShareWriteBlocked((folder / "fifo").c_str()));  // returns at once
 
     LWriteFileRef writer;
     ASSERT_TRUE(writer.OpenExisting(path.c_str()));
