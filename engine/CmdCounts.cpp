@@ -1,6 +1,6 @@
 #include "engine/CmdCounts.h"
 
-#include "base/LReadFile.h"
+#include "base/LFileRef.h"
 #include "base/flocktimed.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "engine/LInstaller.h"
 
+#include "base/LFile.h"
 #include "engine/AppEntry.h"
 
 #include <cstdio>
@@ -13,19 +14,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr size_t kMaxPathChars = 259;
 
-// The user's data folder for the program, without creating it.
+// The user's data folder for the program, without creating it. For another user than the one
+// running, XDG_DATA_HOME is not theirs, so their home's default is taken.
 std::string _UserDataFolderApp(const char* user)
 {
     const passwd* entry = getpwnam(user);
     if (!entry || !entry->pw_dir)
         return {};
-    if (geteuid() == entry->pw_uid) {
-        if (const char* data = getenv("XDG_DATA_HOME"); data && *data)
-            return std::string(data) + "/Orvane";
-    }
-    return std::string(entry->pw_dir) + "/.local/share/Orvane";
+    char folder[LFile::kPathBytes];
+    if (geteuid() == entry->pw_uid)
+        LFile::GetUserDataFolder(folder);
+    else
+        LFile::_MakeFilePath(folder, entry->pw_dir, ".local/share");
+    LFile::_MakeFilePath(folder, folder, "Orvane");
+    return folder;
 }
 
 // The folder "install" beside the running program.
@@ -83,7 +86,7 @@ bool InstallerMain()
 {
     if (gargc <= 3 || std::strcmp(gargv[2], "-username") != 0)
         return true;
-    std::string user(gargv[3], strnlen(gargv[3], kMaxPathChars));
+    std::string user(gargv[3], strnlen(gargv[3], LFile::kMaxPathChars));
     std::string target = _UserDataFolderApp(user.c_str());
     if (target.empty()) {
         std::fprintf(stderr, "orvane: no such user: %s\n", user.c_str());

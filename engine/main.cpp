@@ -1,6 +1,7 @@
 // The process's entry: the static start-up in its fixed order, then main's preparation.
 #include "OrvaneVersion.h"
 #include "base/LDebugThreads.h"
+#include "base/LFile.h"
 #include "engine/AppEntry.h"
 #include "engine/CmdCounts.h"
 #include "engine/LDebug.h"
@@ -12,6 +13,14 @@
 
 namespace {
 
+// Crash reports go to "Logs" in the user data folder, made now so a crash needs no mkdir chain.
+void _SetLogFolder()
+{
+    char logs[LFile::kPathBytes];
+    LFile::GetUserDataFolderAppSubFolder(LFile::kLogsFolder, logs);
+    LDebugSetLogFolder(logs);
+}
+
 // Global services that exist before main, built in this order by one object so the order is
 // fixed rather than left to the linker.
 struct StaticStartup {
@@ -19,6 +28,7 @@ struct StaticStartup {
     {
         gdwMainThreadId = pthread_self();
         LDebugInstallSignalHandlers();
+        _SetLogFolder();
         ProbeCPUFeatures();
         CmdCountsReset();
     }

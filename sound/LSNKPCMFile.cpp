@@ -1,6 +1,6 @@
 #include "sound/LSNKPCMFile.h"
 
-#include "base/LReadFile.h"
+#include "base/LFileRef.h"
 #include "sound/LSampleFormat.h"
 
 #include <algorithm>

@@ -29,7 +29,7 @@ ssize_t _ReadAt(int fd, void* dest, size_t bytes, int64_t offset)
 
 }  // namespace
 
-LSRCPCMFileBase::LSRCPCMFileBase(LReadFile& file, int rateHz, unsigned char channelCount, int peakValue,
+LSRCPCMFileBase::LSRCPCMFileBase(LReadFileRef& file, int rateHz, unsigned char channelCount, int peakValue,
                                  unsigned long bytesPerSample, unsigned int dataBytes)
     : LSoundSourceBase(rateHz, channelCount, peakValue),
       _bytesPerSample(static_cast<int>(std::min<unsigned long>(bytesPerSample, 8)))

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/LReadFile.h"
+#include "base/LFileRef.h"
 #include "sound/LSoundSource.h"
 
 #include <cstdint>
@@ -13,7 +13,7 @@ class LSRCPCMFileBase : public LSoundSourceBase {
 public:
     // Takes over `file`'s descriptor (error 4 when it has none). `dataBytes` above 0xffffff00
     // means the length is unknown.
-    LSRCPCMFileBase(LReadFile& file, int rate, unsigned char channels, int peak,
+    LSRCPCMFileBase(LReadFileRef& file, int rate, unsigned char channels, int peak,
                     unsigned long bytesPerSample, unsigned int dataBytes);
     ~LSRCPCMFileBase() override;
 

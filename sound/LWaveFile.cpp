@@ -1,6 +1,6 @@
 #include "sound/LWaveFile.h"
 
-#include "base/LReadFile.h"
+#include "base/LFileRef.h"
 #include "sound/LSNKPCMFile.h"
 #include "sound/LSRCPCMFile.h"
 #include "sound/LSampleFormat.h"
@@ -27,7 +27,7 @@ uint64_t _Padded(uint32_t size) { return (uint64_t(size) + 1) & ~uint64_t(1); }
 // it succeeded; the file then stands behind what was read.
 class WaveWalker {
 public:
-    explicit WaveWalker(LReadFile& file) : _file(file) {}
+    explicit WaveWalker(LReadFileRef& file) : _file(file) {}
 
     // Skips outer chunks up to the RIFF WAVE form, then finds and reads the format chunk.
     unsigned char ReadFormat(LWaveFileFormat& format, bool& extensiblePCM)
@@ -84,16 +84,16 @@ private:
         return false;
     }
 
-    LReadFile& _file;
+    LReadFileRef& _file;
 };
 
-bool _OpenRegular(LReadFile& file, char const* path)
+bool _OpenRegular(LReadFileRef& file, char const* path)
 {
     struct stat info;
     return file.Open(path) && fstat(file.GetDescriptor(), &info) == 0 && !S_ISDIR(info.st_mode);
 }
 
-LSoundSource _OpenPCM(LReadFile& file, const LWaveFileFormat& format, uint32_t dataBytes)
+LSoundSource _OpenPCM(LReadFileRef& file, const LWaveFileFormat& format, uint32_t dataBytes)
 {
     const int rate = static_cast<int>(format.nSamplesPerSec);
     const auto channels = static_cast<unsigned char>(format.nChannels);
@@ -107,7 +107,7 @@ LSoundSource _OpenPCM(LReadFile& file, const LWaveFileFormat& format, uint32_t d
     return LSoundSource(new LSRCPCMFile<LSFLE24>(file, rate, channels, kPeakLimit, 3, dataBytes));
 }
 
-LSoundSource _OpenByTag(LReadFile& file, const LWaveFileFormat& format, uint32_t dataBytes)
+LSoundSource _OpenByTag(LReadFileRef& file, const LWaveFileFormat& format, uint32_t dataBytes)
 {
     switch (format.wFormatTag) {
     case kWaveTagPCM:
@@ -133,7 +133,7 @@ LSoundSource _OpenByTag(LReadFile& file, const LWaveFileFormat& format, uint32_t
 
 LSoundSource LWaveFile::OpenSource(char const* path)
 {
-    LReadFile file;
+    LReadFileRef file;
     if (!_OpenRegular(file, path))
         return MakeErrorSource(kErrMissing);
     WaveWalker walker(file);
@@ -181,7 +181,7 @@ LSoundSink LWaveFile::OpenSinkPCM(char const* path, int rate, unsigned char chan
 
 bool LWaveFormatEx::_Load(char const* path, std::unique_ptr<WAVEFORMATEX>& out)
 {
-    LReadFile file;
+    LReadFileRef file;
     if (!_OpenRegular(file, path))
         return false;
     auto format = std::make_unique<WAVEFORMATEX>();

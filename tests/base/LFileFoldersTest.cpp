@@ -1,0 +1,120 @@
+#include "base/LFile.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <sys/stat.h>
+
+namespace {
+
+std::string Folder(void (*get)(char*))
+{
+    char dest[LFile::kPathBytes];
+    get(dest);
+    return dest;
+}
+
+// Puts a stand-in xdg-user-dir first on PATH for the object's life. The script answers from
+// user-dirs.dirs-like variables so each test decides what the desktop says.
+class FakeUserDirs {
+public:
+    explicit FakeUserDirs(const TestHome& home, const std::string& script)
+        : _bin(home / "bin"), _oldPath(getenv("PATH") ? getenv("PATH") : "")
+    {
+        std::filesystem::create_directories(_bin);
+        WriteWholeFile(_bin + "/xdg-user-dir", "#!/bin/sh\n" + script);
+        chmod((_bin + "/xdg-user-dir").c_str(), 0755);
+        setenv("PATH", (_bin + ":" + _oldPath).c_str(), 1);
+    }
+    ~FakeUserDirs() { setenv("PATH", _oldPath.c_str(), 1); }
+
+private:
+    std::string _bin;
+    std::string _oldPath;
+};
+
+}  // namespace
+
+TEST(LFileFolders, UserDataFolderFollowsXdgDataHomeAtEachCall)
+{
+    TestHome home;
+    EXPECT_EQ(Folder(LFile::GetUserDataFolder), home / ".local/share");
+
+    char app[LFile::kPathBytes];
+    ASSERT_TRUE(LFile::GetUserDataFolderApp(app));
+    EXPECT_EQ(std::string(app), home / ".local/share/Orvane");
+    EXPECT_TRUE(std::filesystem::is_directory(app));
+
+    for (const char* name : {LFile::kCacheFolder, LFile::kLogsFolder, LFile::kRecordingFolder,
+                             LFile::kTempFolder, LFile::kComponentsFolder}) {
+        char sub[LFile::kPathBytes];
+        ASSERT_TRUE(LFile::GetUserDataFolderAppSubFolder(name, sub));
+        EXPECT_EQ(std::string(sub), home / ".local/share/Orvane/" + name);
+        EXPECT_TRUE(std::filesystem::is_directory(sub));
+    }
+
+    setenv("XDG_DATA_HOME", (home / "elsewhere/").c_str(), 1);
+    EXPECT_EQ(Folder(LFile::GetUserDataFolder), home / "elsewhere");
+    // Relative values are not valid XDG paths and are ignored.
+    setenv("XDG_DATA_HOME", "relative/data", 1);
+    EXPECT_EQ(Folder(LFile::GetUserDataFolder), home / ".local/share");
+    unsetenv("XDG_DATA_HOME");
+    setenv("HOME", (home / "other").c_str(), 1);
+    EXPECT_EQ(Folder(LFile::GetUserDataFolder), home / "other/.local/share");
+
+    // A home too long for a path buffer is cut, and the folder made from it fails cleanly.
+    setenv("HOME", ("/" + std::string(400, 'h')).c_str(), 1);
+    EXPECT_EQ(Folder(LFile::GetUserDataFolder), "/" + std::string(257, 'h') + "/");
+    EXPECT_FALSE(LFile::GetUserDataFolderApp(app));
+    EXPECT_EQ(strlen(app), LFile::kMaxPathChars);
+}
+
+TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndIsNotCreated)
+{
+    TestHome home;
+    setenv("XDG_DATA_DIRS", ("relative:" + (home / "sys/") + ":/usr/share").c_str(), 1);
+    EXPECT_EQ(Folder(LFile::GetSharedDataFolder), home / "sys");
+    EXPECT_EQ(Folder(LFile::GetSharedDataFolderApp), home / "sys/Orvane");
+    EXPECT_FALSE(std::filesystem::exists(home / "sys"));
+    setenv("XDG_DATA_DIRS", "", 1);
+    EXPECT_EQ(Folder(LFile::GetSharedDataFolder), "/usr/local/share");
+}
+
+TEST(LFileFolders, MusicAndDownloadsComeFromXdgUserDirUnlessItAnswersHome)
+{
+    TestHome home;
+    FakeUserDirs fake(home, "case \"$1\" in\n"
+                            "MUSIC) echo \"$HOME/Tunes\" ;;\n"
+                            "DOWNLOAD) echo \"$HOME\" ;;\n"
+                            "esac\n");
+    EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Tunes");
+    EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
+}
+
+TEST(LFileFolders, MissingOrUselessXdgUserDirFallsBackToTheHome)
+{
+    TestHome home;
+    {
+        FakeUserDirs fake(home, "echo relative/Music\n");
+        EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Music");
+    }
+    {
+        FakeUserDirs fake(home, "exit 1\n");
+        EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
+    }
+    std::string oldPath = getenv("PATH");
+    setenv("PATH", (home / "empty").c_str(), 1);
+    EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Music");
+    setenv("PATH", oldPath.c_str(), 1);
+}
+
+TEST(LFileFolders, ApplicationsFolderHoldsTheRunningProgram)
+{
+    std::string folder = Folder(LFile::GetApplicationsFolder);
+    EXPECT_TRUE(std::filesystem::exists(folder + "/base_tests"));
+    EXPECT_EQ(Folder(LFile::GetHelpFolder), folder + "/help/");
+}

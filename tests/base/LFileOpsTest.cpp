@@ -1,0 +1,177 @@
+#include "base/LFile.h"
+#include "base/LLockFile.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+template <typename Iterator>
+std::vector<std::string> Names(const std::string& folder, const char* pattern = "*")
+{
+    Iterator it(folder.c_str(), pattern);
+    std::vector<std::string> names;
+    while (it.Next())
+        names.emplace_back(it.GetName());
+    EXPECT_FALSE(it.Next());  // stays at the end
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+using Strings = std::vector<std::string>;
+
+// Runs `child` in a forked process and returns its exit code (the child must not touch gtest).
+template <typename Function>
+int InChild(Function child)
+{
+    pid_t pid = fork();
+    if (pid == 0)
+        _exit(child());
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace
+
+TEST(LFileFolderIterator, MatchesPatternIgnoringCaseAndSkipsHiddenEntries)
+{
+    TempFolder folder;
+    for (const char* name : {"a.wav", "B.WAV", "c.mp3", ".hidden.wav"})
+        WriteWholeFile(folder / name, "x");
+    fs::create_directory(folder / "sub.wav");
+
+    EXPECT_EQ(Names<LFile::FolderIterator>(folder.Path(), "*.wav"), (Strings{"B.WAV", "a.wav", "sub.wav"}));
+    EXPECT_EQ(Names<LFile::FolderIterator>(folder.Path()), (Strings{"B.WAV", "a.wav", "c.mp3", "sub.wav"}));
+    EXPECT_EQ(Names<LFile::FolderIteratorAllFiles>(folder.Path(), "*.none"),
+              (Strings{".hidden.wav", "B.WAV", "a.wav", "c.mp3", "sub.wav"}));
+    EXPECT_EQ(Names<LFile::FolderIterator>(folder / "missing"), Strings{});
+
+    LFile::FolderIterator it(folder.Path().c_str(), "c.*");
+    ASSERT_TRUE(it.Next());
+    char path[LFile::kPathBytes];
+    it.GetPath(path);
+    EXPECT_EQ(std::string(path), folder / "c.mp3");
+}
+
+TEST(LFileTree, CreateCopyAndDeleteATree)
+{
+    TempFolder folder;
+    std::string deep = folder / "a/b\\c/d";  // either separator ends a level
+    ASSERT_TRUE(LFile::CreateFolderTree(deep.c_str()));
+    EXPECT_TRUE(fs::is_directory(folder / "a/b\\c/d"));
+    EXPECT_TRUE(LFile::CreateFolderTree(deep.c_str()));  // existing levels are fine
+    WriteWholeFile(folder / "a/top.txt", "top");
+    WriteWholeFile(folder / "a/.dot", "dot");
+    WriteWholeFile(folder / "a/b\\c/d/deep.txt", "deep");
+
+    // A folder is copied whole.
+    ASSERT_TRUE(LFile::CopyFile((folder / "a").c_str(), (folder / "copy").c_str()));
+    EXPECT_EQ(ReadWholeFile(folder / "copy/b\\c/d/deep.txt"), "deep");
+    EXPECT_EQ(ReadWholeFile(folder / "copy/.dot"), "dot");
+
+    // Only the plain, visible files of a folder.
+    ASSERT_TRUE(LFile::CopyFolderFiles((folder / "a").c_str(), (folder / "flat/new").c_str()));
+    EXPECT_EQ(Names<LFile::FolderIteratorAllFiles>(folder / "flat/new"), Strings{"top.txt"});
+
+    // A link to a folder outside is removed, not followed.
+    WriteWholeFile(folder / "keep.txt", "keep");
+    fs::create_directory_symlink(folder.Path(), folder / "copy/link");
+    fs::create_directory_symlink(folder / "copy", folder / "toplink");
+    ASSERT_TRUE(LFile::DeleteFolderTree((folder / "toplink").c_str()));
+    EXPECT_TRUE(fs::exists(folder / "copy/.dot"));
+    ASSERT_TRUE(LFile::DeleteFolderTree((folder / "copy").c_str()));
+    EXPECT_FALSE(fs::exists(folder / "copy"));
+    EXPECT_EQ(ReadWholeFile(folder / "keep.txt"), "keep");
+    EXPECT_FALSE(LFile::DeleteFolderTree((folder / "copy").c_str()));
+
+    // A plain file where a level should be.
+    EXPECT_FALSE(LFile::CreateFolderTree((folder / "keep.txt/x").c_str()));
+}
+
+TEST(LFileTree, CopyFileIsWholeOrLeavesTheTargetAlone)
+{
+    TempFolder folder;
+    std::string data(3 * 8192 + 17, 'q');  // blocks plus a part block
+    WriteWholeFile(folder / "in.wav", data);
+    ASSERT_TRUE(LFile::CopyFile((folder / "in.wav").c_str(), (folder / "out.wav").c_str()));
+    EXPECT_EQ(ReadWholeFile(folder / "out.wav"), data);
+    struct stat st {};
+    ASSERT_EQ(stat((folder / "out.wav").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0777u);
+
+    WriteWholeFile(folder / "old.wav", "earlier");
+    EXPECT_FALSE(LFile::CopyFile((folder / "missing.wav").c_str(), (folder / "old.wav").c_str()));
+    EXPECT_EQ(ReadWholeFile(folder / "old.wav"), "earlier");
+    EXPECT_EQ(Names<LFile::FolderIteratorAllFiles>(folder.Path()), (Strings{"in.wav", "old.wav", "out.wav"}));
+    EXPECT_FALSE(LFile::CopyFile((folder / "in.wav").c_str(), (folder / "no/folder/x.wav").c_str()));
+}
+
+TEST(LLockFile, LockIsHeldAgainstAnotherProcessAndReleasedWithItsFile)
+{
+    TempFolder folder;
+    std::string target = folder / "Temp1.wav";
+    LLockFile lock;
+    ASSERT_TRUE(lock.Lock(target.c_str()));
+    EXPECT_EQ(std::string(lock.GetLockPath()), folder / "Temp1.lck");
+    EXPECT_TRUE(fs::exists(folder / "Temp1.lck"));
+
+    auto tryLock = [&target] {
+        LLockFile other;
+        return other.Lock(target.c_str()) ? 0 : 1;
+    };
+    EXPECT_EQ(InChild(tryLock), 1);
+
+    // Locking another path with the same object releases the first one.
+    ASSERT_TRUE(lock.Lock((folder / "Temp2.wav").c_str()));
+    EXPECT_FALSE(fs::exists(folder / "Temp1.lck"));
+    EXPECT_EQ(InChild(tryLock), 0);
+
+    lock.Unlock();
+    EXPECT_FALSE(fs::exists(folder / "Temp2.lck"));
+    EXPECT_FALSE(lock.IsLocked());
+    EXPECT_FALSE(lock.Lock((folder / "missing/x.wav").c_str()));
+}
+
+TEST(LLockFile, ManyProcessesRacingHoldItOneAtATime)
+{
+    TempFolder folder;
+    std::string target = folder / "race.wav";
+    std::string counter = folder / "inside";
+    constexpr int kProcesses = 4;
+    constexpr int kRounds = 200;
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        pid_t pid = fork();
+        if (pid == 0) {
+            int overlaps = 0;
+            for (int round = 0; round < kRounds; ++round) {
+                LLockFile lock;
+                if (!lock.Lock(target.c_str()))
+                    continue;
+                // Inside the lock nobody else may be inside: mkdir fails if someone is.
+                if (mkdir(counter.c_str(), 0700) != 0)
+                    ++overlaps;
+                else
+                    rmdir(counter.c_str());
+            }
+            _exit(overlaps == 0 ? 0 : 1);
+        }
+        children.push_back(pid);
+    }
+    for (pid_t pid : children) {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+}
