@@ -45,7 +45,7 @@ public:
     const Children& GetChildren() const { return _children; }
 
     LXMLElement& AddChild(std::unique_ptr<LXMLElement> child);
-    LXMLElement& AddElement(const char* name) { return AddChild(std::make_unique<LXMLElement>(name, _preserve)); }
+    LXMLElement& AddElement(const char* name) { return AddChild(std::make_unique<LXMLElement>(name, _ChildPreserve())); }
     void AddText(const char* data) { AddChild(MakeText(data)); }
     // Removes and destroys the child; false if it is not a child of this element.
     bool RemoveChild(const LXMLElement* child);
@@ -58,6 +58,8 @@ protected:
 private:
     struct _ContentFrame;
 
+    // The document's own flag governs only its top-level text; elements inherit theirs.
+    bool _ChildPreserve() const { return _name && _preserve; }
     bool _ParseStartTag(int terminator, LXMLLoader& loader);
     void _StoreAttribute(const char* key, char* value, int terminator);
     LXMLElement* _ReadContent(_ContentFrame& frame, LXMLLoader& loader);
