@@ -3,6 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace {
+
+constexpr size_t kIndexFromNodes = 8;  // tables this large are searched by index
+
+}  // namespace
+
 void LCopyText(char* dest, const char* src)
 {
     if (dest == src) {
@@ -14,23 +20,60 @@ void LCopyText(char* dest, const char* src)
     dest[length] = 0;
 }
 
-LHashNode* LHashTable::_Find(const char* key)
+LHashTable::LHashTable(const LHashTable& other) : _nodes(other._nodes)
 {
-    for (LHashNode& node : _nodes)
-        if (std::strcmp(node.GetKey(), key) == 0)
-            return &node;
-    return nullptr;
+    if (!other._index.empty())
+        _BuildIndex();
 }
 
-const LHashNode* LHashTable::_Find(const char* key) const
+LHashTable& LHashTable::operator=(const LHashTable& other)
 {
-    return const_cast<LHashTable*>(this)->_Find(key);
+    if (this != &other) {
+        LHashTable copy(other);
+        *this = std::move(copy);
+    }
+    return *this;
+}
+
+void LHashTable::Clear()
+{
+    _index.clear();
+    _nodes.clear();
+}
+
+void LHashTable::_BuildIndex()
+{
+    _index.clear();
+    _index.reserve(_nodes.size() * 2);
+    for (auto node = _nodes.begin(); node != _nodes.end(); ++node)
+        _index.emplace(node->GetKeyView(), node);
+}
+
+LHashTable::_Position LHashTable::_Find(const char* key)
+{
+    if (!_index.empty()) {
+        auto found = _index.find(key);
+        return found == _index.end() ? _nodes.end() : found->second;
+    }
+    for (auto node = _nodes.begin(); node != _nodes.end(); ++node)
+        if (std::strcmp(node->GetKey(), key) == 0)
+            return node;
+    return _nodes.end();
+}
+
+void LHashTable::_Insert(_Position before, const char* key, const char* value)
+{
+    _Position node = _nodes.emplace(before, key, value);
+    if (!_index.empty())
+        _index.emplace(node->GetKeyView(), node);
+    else if (_nodes.size() >= kIndexFromNodes)
+        _BuildIndex();
 }
 
 const char* LHashTable::GetParm(const char* key, const char* def) const
 {
-    const LHashNode* node = _Find(key);
-    return node ? node->GetData() : def;
+    auto node = const_cast<LHashTable*>(this)->_Find(key);
+    return node != _nodes.end() ? node->GetData() : def;
 }
 
 void LHashTable::GetString(const char* key, const char* def, char* dest) const
@@ -48,18 +91,20 @@ int LHashTable::GetInt(const char* key, int def) const
 
 void LHashTable::SetString(const char* key, const char* value)
 {
-    if (LHashNode* node = _Find(key))
+    auto node = _Find(key);
+    if (node != _nodes.end())
         node->SetData(value);
     else
-        _nodes.emplace(_nodes.begin(), key, value);
+        _Insert(_nodes.begin(), key, value);
 }
 
 void LHashTable::SetParmBottom(const char* key, const char* value)
 {
-    if (LHashNode* node = _Find(key))
+    auto node = _Find(key);
+    if (node != _nodes.end())
         node->SetData(value);
     else
-        _nodes.emplace_back(key, value);
+        _Insert(_nodes.end(), key, value);
 }
 
 void LHashTable::SetInt(const char* key, int value)
@@ -69,9 +114,10 @@ void LHashTable::SetInt(const char* key, int value)
 
 bool LHashTable::Remove(const char* key)
 {
-    LHashNode* node = _Find(key);
-    if (!node)
+    auto node = _Find(key);
+    if (node == _nodes.end())
         return false;
-    _nodes.erase(_nodes.begin() + (node - _nodes.data()));
+    _index.erase(node->GetKeyView());
+    _nodes.erase(node);
     return true;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <list>
 #include <string>
-#include <vector>
+#include <string_view>
+#include <unordered_map>
 
 // Bytes of the fixed text buffers that hold a value read out of a table or a setting: at most
 // 259 characters and the terminating zero. Longer text is cut, not refused.
@@ -16,6 +18,7 @@ public:
     LHashNode(const char* key, const char* value) : _key(key), _data(value) {}
 
     const char* GetKey() const { return _key.c_str(); }
+    std::string_view GetKeyView() const { return _key; }
     const char* GetData() const { return _data.c_str(); }
     void SetData(const char* value) { _data = value; }
 
@@ -29,7 +32,13 @@ private:
 // written in, so it is part of the contract.
 class LHashTable {
 public:
-    using const_iterator = std::vector<LHashNode>::const_iterator;
+    using const_iterator = std::list<LHashNode>::const_iterator;
+
+    LHashTable() = default;
+    LHashTable(const LHashTable& other);
+    LHashTable& operator=(const LHashTable& other);
+    LHashTable(LHashTable&&) = default;
+    LHashTable& operator=(LHashTable&&) = default;
 
     // The stored value, or `def` when the key is missing. Valid until the table changes.
     const char* GetParm(const char* key, const char* def) const;
@@ -45,7 +54,7 @@ public:
     void SetInt(const char* key, int value);
     // Removes the key; false if it was not there.
     bool Remove(const char* key);
-    void Clear() { _nodes.clear(); }
+    void Clear();
 
     size_t Count() const { return _nodes.size(); }
     bool IsEmpty() const { return _nodes.empty(); }
@@ -53,8 +62,14 @@ public:
     const_iterator end() const { return _nodes.end(); }
 
 private:
-    LHashNode* _Find(const char* key);
-    const LHashNode* _Find(const char* key) const;
+    using _Position = std::list<LHashNode>::iterator;
 
-    std::vector<LHashNode> _nodes;
+    _Position _Find(const char* key);
+    void _Insert(_Position before, const char* key, const char* value);
+    void _BuildIndex();
+
+    std::list<LHashNode> _nodes;
+    // Key lookup for large tables, so that input with thousands of attributes or fields stays
+    // linear; small tables (nearly all) are searched in order and allocate no index.
+    std::unordered_map<std::string_view, _Position> _index;
 };

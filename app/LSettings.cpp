@@ -183,8 +183,21 @@ bool _SettingsFile::Save()
         return false;
     if (_corrupt && !_ReplaceFile(_path + ".bad", _text))
         return false;
+    // Only the settings themselves are written back: whatever else a damaged or hand-edited
+    // file held is in the .bad copy or was never ours.
+    LXMLElement clean(kRootName);
+    NamedElementIterator item(*_root, kItemName);
+    while (item.Next()) {
+        const char* key = item->Attributes().GetParm("key", nullptr);
+        const char* value = item->Attributes().GetParm("value", nullptr);
+        if (!key || !value)
+            continue;
+        LXMLElement& copy = clean.AddElement(kItemName);
+        copy.Attributes().SetParmBottom("key", key);
+        copy.Attributes().SetParmBottom("value", value);
+    }
     std::string out;
-    _root->SaveToBuffer(out, 0);
+    clean.SaveToBuffer(out, 0);
     return _ReplaceFile(_path, out);
 }
 

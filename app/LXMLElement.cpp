@@ -402,8 +402,9 @@ int LXMLElement::SaveToBuffer(std::string& out, int depth) const
         Open& top = open.back();
         if (top.next < top.element->_children.size()) {
             const LXMLElement* child = top.element->_children[top.next++].get();
-            // A document's children stand at its own depth.
-            start(child, top.element->_name ? top.depth + 1 : top.depth);
+            // A document's children stand at its own depth; a negative depth stays negative,
+            // so the whole subtree is written without indentation.
+            start(child, top.element->_name && top.depth >= 0 ? top.depth + 1 : top.depth);
             continue;
         }
         if (top.element->_name)

@@ -26,8 +26,9 @@ public:
 
     // Replaces the children by what the loader's text holds up to this element's end tag.
     void LoadData(LXMLLoader& loader);
-    // Appends the subtree; depth is the indentation in tabs, negative for none. Returns how
-    // many nodes were written, 0 for a whitespace-only text.
+    // Appends the subtree; depth is the indentation in tabs, negative for a compact subtree
+    // with no indentation or line breaks between tags. Returns how many nodes were written,
+    // 0 for a whitespace-only text.
     int SaveToBuffer(std::string& out, int depth) const;
 
     // The first child element with exactly that name, or null.

@@ -68,3 +68,32 @@ TEST(LHashTable, CopiedStringsAreCutAt259Characters)
     table.GetString("missing", "def", dest);
     EXPECT_STREQ(dest, "def");
 }
+
+TEST(LHashTable, LargeTablesKeepTheSameOrderAndLookups)
+{
+    LHashTable table;
+    for (int i = 0; i < 1000; ++i)
+        table.SetParmBottom(("k" + std::to_string(i)).c_str(), std::to_string(i).c_str());
+    table.SetString("first", "f");
+    table.SetString("k500", "changed");  // existing: stays where it is
+    LHashTable copy = table;
+    EXPECT_TRUE(copy.Remove("k999"));
+    EXPECT_FALSE(copy.Remove("k999"));
+    copy.SetParmBottom("k999", "back");
+    table = copy;
+
+    int position = 0;
+    for (const LHashNode& node : table) {
+        std::string expected = position == 0 ? "first" : "k" + std::to_string(position - 1);
+        EXPECT_EQ(node.GetKey(), expected);
+        ++position;
+    }
+    EXPECT_EQ(position, 1001);
+    EXPECT_STREQ(table.GetParm("k500", nullptr), "changed");
+    EXPECT_STREQ(table.GetParm("k999", nullptr), "back");
+    EXPECT_EQ(table.GetInt("k123", -1), 123);
+    EXPECT_EQ(table.GetParm("K123", nullptr), nullptr);
+    table.Clear();
+    table.SetString("a", "1");
+    EXPECT_STREQ(table.GetParm("a", nullptr), "1");
+}

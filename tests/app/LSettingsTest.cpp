@@ -102,7 +102,8 @@ TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
     TestHome home;
     std::string path = home / ".config/Orvane/settings.xml";
     std::filesystem::create_directories(home / ".config/Orvane");
-    const std::string broken = "<OrvaneSettings>\n\t<setting key=\"S/A\" value=\"1\"/>\n\t<setting key=\"S/B\" val";
+    const std::string broken =
+        "<OrvaneSettings>\n\t<setting key=\"S/A\" value=\"1\"/>\n\t<junk><a><b/></a></junk>\n\t<setting key=\"S/B\" val";
     WriteWholeFile(path, broken);
     EXPECT_EQ(_Get("S", "A"), "1");  // what was read up to the damage still counts
     EXPECT_EQ(ReadWholeFile(path), broken);  // reading changes nothing
@@ -111,6 +112,8 @@ TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
     EXPECT_EQ(ReadWholeFile(path + ".bad"), broken);
     EXPECT_EQ(_Get("S", "A"), "1");
     EXPECT_EQ(_Get("S", "C"), "3");
+    EXPECT_EQ(ReadWholeFile(path), "<OrvaneSettings>\n\t<setting key=\"S/A\" value=\"1\"/>\n"
+                                   "\t<setting key=\"S/C\" value=\"3\"/>\n</OrvaneSettings>\n");
 
     // Text that is not a settings file at all is kept too.
     WriteWholeFile(path, "not xml at all");
