@@ -89,22 +89,23 @@ int LHashTable::GetInt(const char* key, int def) const
     return static_cast<int>(std::strtol(value, nullptr, 10));
 }
 
-void LHashTable::SetString(const char* key, const char* value)
+void LHashTable::_Set(const char* key, const char* value, bool newAtFront)
 {
     auto node = _Find(key);
     if (node != _nodes.end())
         node->SetData(value);
     else
-        _Insert(_nodes.begin(), key, value);
+        _Insert(newAtFront ? _nodes.begin() : _nodes.end(), key, value);
+}
+
+void LHashTable::SetString(const char* key, const char* value)
+{
+    _Set(key, value, true);
 }
 
 void LHashTable::SetParmBottom(const char* key, const char* value)
 {
-    auto node = _Find(key);
-    if (node != _nodes.end())
-        node->SetData(value);
-    else
-        _Insert(_nodes.end(), key, value);
+    _Set(key, value, false);
 }
 
 void LHashTable::SetInt(const char* key, int value)

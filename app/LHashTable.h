@@ -66,6 +66,7 @@ private:
 
     _Position _Find(const char* key);
     void _Insert(_Position before, const char* key, const char* value);
+    void _Set(const char* key, const char* value, bool newAtFront);
     void _BuildIndex();
 
     std::list<LHashNode> _nodes;
