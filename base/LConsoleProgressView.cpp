@@ -1,6 +1,6 @@
 #include "base/LConsoleProgressView.h"
 #include "base/LQueuedNotify.h"
-#include "base/LReadFile.h"
+#include "base/LFileRef.h"
 #include "base/LThread.h"
 
 #include <algorithm>

@@ -7,6 +7,8 @@
 
 #include <cstdio>
 #include <functional>
+#include <memory>
+#include <string>
 
 namespace {
 
@@ -43,10 +45,32 @@ void _DeclareConvert(ToolApp& tool)
     convert->add_option("--channels", options.channels, "Channel count of OUT");
 }
 
+void _DeclareSettings(ToolApp& tool)
+{
+    struct Arguments {
+        std::string section, key, value;
+    };
+    auto args = std::make_shared<Arguments>();  // kept alive by the callbacks below
+    CLI::App* settings = tool.app.add_subcommand("settings", "Read or change a user setting");
+    settings->require_subcommand(1);
+    CLI::App* get = settings->add_subcommand("get", "Print a setting's value");
+    get->add_option("SECTION", args->section)->required();
+    get->add_option("KEY", args->key)->required();
+    get->callback([&tool, args] { tool.run = [args] { return tool::SettingsGet(args->section, args->key); }; });
+    CLI::App* set = settings->add_subcommand("set", "Store a setting's value and print it as stored");
+    set->add_option("SECTION", args->section)->required();
+    set->add_option("KEY", args->key)->required();
+    set->add_option("VALUE", args->value)->required();
+    set->callback([&tool, args] {
+        tool.run = [args] { return tool::SettingsSet(args->section, args->key, args->value); };
+    });
+}
+
 void _DeclareCommands(ToolApp& tool)
 {
     _DeclareInfo(tool);
     _DeclareConvert(tool);
+    _DeclareSettings(tool);
 }
 
 }  // namespace

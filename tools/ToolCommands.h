@@ -33,5 +33,8 @@ struct ConvertOptions {
 };
 // convert IN OUT.wav: IN at its own rate and channels into a WAVE file of the chosen depth.
 int Convert(const ConvertOptions& options);
+// settings get SECTION KEY / settings set SECTION KEY VALUE: prints the value as stored.
+int SettingsGet(const std::string& section, const std::string& key);
+int SettingsSet(const std::string& section, const std::string& key, const std::string& value);
 
 }  // namespace tool

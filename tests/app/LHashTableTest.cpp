@@ -1,0 +1,99 @@
+#include "app/LHashTable.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace {
+
+std::string _Keys(const LHashTable& table)
+{
+    std::string keys;
+    for (const LHashNode& node : table)
+        keys += node.GetKey();
+    return keys;
+}
+
+}  // namespace
+
+TEST(LHashTable, NewKeysGoFrontOrBackAndExistingKeysStayPut)
+{
+    LHashTable table;
+    table.SetString("b", "1");
+    table.SetString("a", "2");
+    table.SetParmBottom("c", "3");
+    EXPECT_EQ(_Keys(table), "abc");
+    table.SetString("c", "x");
+    table.SetParmBottom("a", "y");
+    EXPECT_EQ(_Keys(table), "abc");
+    EXPECT_STREQ(table.GetParm("a", nullptr), "y");
+    EXPECT_STREQ(table.GetParm("c", nullptr), "x");
+    EXPECT_STREQ(table.GetParm("A", "none"), "none");  // case matters
+
+    LHashTable copy = table;
+    copy.SetString("a", "changed");
+    EXPECT_STREQ(table.GetParm("a", nullptr), "y");
+    EXPECT_TRUE(table.Remove("b"));
+    EXPECT_FALSE(table.Remove("b"));
+    EXPECT_EQ(_Keys(table), "ac");
+}
+
+TEST(LHashTable, IntegersFollowTheStrtolRules)
+{
+    LHashTable table;
+    table.SetString("empty", "");
+    table.SetString("text", "abc");
+    table.SetString("lead", "12ab");
+    table.SetInt("negative", -42);
+    EXPECT_EQ(table.GetInt("empty", 7), 7);
+    EXPECT_EQ(table.GetInt("missing", 7), 7);
+    EXPECT_EQ(table.GetInt("text", 7), 0);
+    EXPECT_EQ(table.GetInt("lead", 7), 12);
+    EXPECT_EQ(table.GetInt("negative", 7), -42);
+    EXPECT_STREQ(table.GetParm("negative", nullptr), "-42");
+}
+
+TEST(LHashTable, CopiedStringsAreCutAt259Characters)
+{
+    LHashTable table;
+    std::string longValue(400, 'v');
+    table.SetString("k", longValue.c_str());
+    EXPECT_EQ(std::string(table.GetParm("k", "")), longValue);  // the table itself keeps all
+    char dest[kLTextBytes + 8];
+    std::memset(dest, '#', sizeof(dest));
+    table.GetString("k", "", dest);
+    EXPECT_EQ(std::string(dest), longValue.substr(0, 259));
+    EXPECT_EQ(dest[kLTextBytes], '#');  // nothing written past the buffer
+    table.GetString("missing", "def", dest);
+    EXPECT_STREQ(dest, "def");
+}
+
+TEST(LHashTable, LargeTablesKeepTheSameOrderAndLookups)
+{
+    LHashTable table;
+    for (int i = 0; i < 1000; ++i)
+        table.SetParmBottom(("k" + std::to_string(i)).c_str(), std::to_string(i).c_str());
+    table.SetString("first", "f");
+    table.SetString("k500", "changed");  // existing: stays where it is
+    LHashTable copy = table;
+    EXPECT_TRUE(copy.Remove("k999"));
+    EXPECT_FALSE(copy.Remove("k999"));
+    copy.SetParmBottom("k999", "back");
+    table = copy;
+
+    int position = 0;
+    for (const LHashNode& node : table) {
+        std::string expected = position == 0 ? "first" : "k" + std::to_string(position - 1);
+        EXPECT_EQ(node.GetKey(), expected);
+        ++position;
+    }
+    EXPECT_EQ(position, 1001);
+    EXPECT_STREQ(table.GetParm("k500", nullptr), "changed");
+    EXPECT_STREQ(table.GetParm("k999", nullptr), "back");
+    EXPECT_EQ(table.GetInt("k123", -1), 123);
+    EXPECT_EQ(table.GetParm("K123", nullptr), nullptr);
+    table.Clear();
+    table.SetString("a", "1");
+    EXPECT_STREQ(table.GetParm("a", nullptr), "1");
+}

@@ -1,0 +1,187 @@
+#include "app/LSettings.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+std::string _Get(const char* section, const char* key, const char* def = "<none>")
+{
+    char value[kLTextBytes];
+    _LUserSettingGetString(section, key, def, value);
+    return value;
+}
+
+// Runs `work` in a child process and waits for it; true if it exited with 0.
+template <typename Work>
+bool _InChildProcess(Work work)
+{
+    pid_t pid = fork();
+    if (pid == 0)
+        _exit(work() ? 0 : 1);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Read before main, from a static initialiser: the store must not depend on anything set up.
+const bool gReadBeforeMain = [] {
+    char value[kLTextBytes];
+    return !_LUserSettingGetString("Settings", "NeverSetAnywhere", "d", value) && std::string(value) == "d";
+}();
+
+}  // namespace
+
+TEST(UserSettings, WriteThroughAndReadBackByJoinedKey)
+{
+    TestHome home;
+    EXPECT_TRUE(gReadBeforeMain);
+    EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "<none>");
+    ASSERT_TRUE(LUserSettingSetString("Settings", "CrossFadeTime", "12"));
+    EXPECT_EQ(LSettingsPath(LSettingUser::kCurrentUser), home / ".config/Orvane/settings.xml");
+    EXPECT_EQ(ReadWholeFile(home / ".config/Orvane/settings.xml"),
+              "<OrvaneSettings>\n\t<setting key=\"Settings/CrossFadeTime\" value=\"12\"/>\n</OrvaneSettings>\n");
+    // A section ending in "/" joins to the same key.
+    EXPECT_EQ(_Get("Settings/", "CrossFadeTime"), "12");
+    ASSERT_TRUE(LUserSettingSetString("Settings/", "CrossFadeTime", "9"));
+    EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "9");
+
+    ASSERT_TRUE(LUserSettingSetString("MainWindow", "Title", "<A & \"B\">\ttab"));
+    EXPECT_EQ(_Get("MainWindow", "Title"), "<A & \"B\">\ttab");
+    ASSERT_TRUE(LUserSettingDeleteItem("MainWindow", "Title"));
+    EXPECT_EQ(_Get("MainWindow", "Title"), "<none>");
+    EXPECT_TRUE(LUserSettingDeleteItem("MainWindow", "Title"));  // nothing to delete is fine
+    EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "9");
+
+    // XDG_CONFIG_HOME is read at each call.
+    setenv("XDG_CONFIG_HOME", (home / "other").c_str(), 1);
+    EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "<none>");
+}
+
+TEST(UserSettings, ValuesAreCutAndTheDefaultMayShareTheBuffer)
+{
+    TestHome home;
+    std::string longValue(300, 'x');
+    ASSERT_TRUE(LUserSettingSetString("S", "Long", longValue.c_str()));
+    EXPECT_EQ(_Get("S", "Long"), longValue.substr(0, 259));
+
+    char buffer[kLTextBytes] = "fallback";
+    EXPECT_FALSE(_LUserSettingGetString("S", "Missing", buffer, buffer));
+    EXPECT_STREQ(buffer, "fallback");
+    EXPECT_TRUE(_LUserSettingGetString("S", "Long", buffer, buffer));
+    EXPECT_EQ(std::string(buffer), longValue.substr(0, 259));
+}
+
+TEST(UserSettings, NumbersAndBooleansFallBackOnEmptyOrMissing)
+{
+    TestHome home;
+    LUserSettingSetString("Settings", "Empty", "");
+    LUserSettingSetString("Settings", "Text", "abc");
+    LUserSettingSetInt("Settings", "MaxCache", -250);
+    LUserSettingSetString("Settings", "Off", "0n");
+    LUserSettingSetString("Settings", "On", "yes");
+    EXPECT_EQ(LUserSettingGetInt("Settings", "Empty", 15), 15);
+    EXPECT_EQ(LUserSettingGetInt("Settings", "Missing", 15), 15);
+    EXPECT_EQ(LUserSettingGetInt("Settings", "Text", 15), 0);
+    EXPECT_EQ(LUserSettingGetInt("Settings", "MaxCache", 100), -250);
+    EXPECT_TRUE(LUserSettingGetBool("Settings", "Empty", true));
+    EXPECT_FALSE(LUserSettingGetBool("Settings", "Missing", false));
+    EXPECT_FALSE(LUserSettingGetBool("Settings", "Off", true));
+    EXPECT_TRUE(LUserSettingGetBool("Settings", "On", false));
+}
+
+TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
+{
+    TestHome home;
+    std::string path = home / ".config/Orvane/settings.xml";
+    std::filesystem::create_directories(home / ".config/Orvane");
+    const std::string broken =
+        "<OrvaneSettings>\n\t<setting key=\"S/A\" value=\"1\"/>\n\t<junk><a><b/></a></junk>\n\t<setting key=\"S/B\" val";
+    WriteWholeFile(path, broken);
+    EXPECT_EQ(_Get("S", "A"), "1");  // what was read up to the damage still counts
+    EXPECT_EQ(ReadWholeFile(path), broken);  // reading changes nothing
+
+    ASSERT_TRUE(LUserSettingSetString("S", "C", "3"));
+    EXPECT_EQ(ReadWholeFile(path + ".bad"), broken);
+    EXPECT_EQ(_Get("S", "A"), "1");
+    EXPECT_EQ(_Get("S", "C"), "3");
+    EXPECT_EQ(ReadWholeFile(path), "<OrvaneSettings>\n\t<setting key=\"S/A\" value=\"1\"/>\n"
+                                   "\t<setting key=\"S/C\" value=\"3\"/>\n</OrvaneSettings>\n");
+
+    // Text that is not a settings file at all is kept too.
+    WriteWholeFile(path, "not xml at all");
+    ASSERT_TRUE(LUserSettingSetString("S", "D", "4"));
+    EXPECT_EQ(ReadWholeFile(path + ".bad"), "not xml at all");
+    EXPECT_EQ(_Get("S", "D"), "4");
+    std::string left;  // no temporary file stays behind
+    for (const auto& entry : std::filesystem::directory_iterator(home / ".config/Orvane"))
+        left += entry.path().filename().string() + " ";
+    EXPECT_EQ(left.size(), std::string("settings.xml settings.xml.bad settings.xml.lock ").size()) << left;
+}
+
+TEST(UserSettings, OneProcessWritesAndAnotherReads)
+{
+    TestHome home;
+    ASSERT_TRUE(_InChildProcess([] { return LUserSettingSetString("Settings", "FromChild", "c1"); }));
+    EXPECT_EQ(_Get("Settings", "FromChild"), "c1");
+    LUserSettingSetString("Settings", "FromParent", "p1");
+    EXPECT_TRUE(_InChildProcess([] { return _Get("Settings", "FromParent") == "p1"; }));
+}
+
+TEST(UserSettings, ConcurrentWritersLoseNoKey)
+{
+    TestHome home;
+    constexpr int kKeysEach = 25;
+    auto setMany = [](const std::string& prefix) {
+        bool ok = true;
+        for (int i = 0; i < kKeysEach; ++i)
+            ok = LUserSettingSetInt("Race", (prefix + std::to_string(i)).c_str(), i) && ok;
+        return ok;
+    };
+    // Two processes, each with four threads.
+    std::vector<pid_t> children;
+    for (const char* process : {"p", "q"}) {
+        pid_t pid = fork();
+        if (pid == 0) {
+            std::vector<std::thread> threads;
+            for (int t = 0; t < 4; ++t)
+                threads.emplace_back([&, t] { setMany(process + std::to_string(t) + "_"); });
+            for (auto& thread : threads)
+                thread.join();
+            _exit(0);
+        }
+        children.push_back(pid);
+    }
+    for (pid_t pid : children)
+        waitpid(pid, nullptr, 0);
+    int found = 0;
+    for (const char* process : {"p", "q"})
+        for (int t = 0; t < 4; ++t)
+            for (int i = 0; i < kKeysEach; ++i)
+                found += LUserSettingGetInt("Race", (process + std::to_string(t) + "_" + std::to_string(i)).c_str(), -1) == i;
+    EXPECT_EQ(found, 2 * 4 * kKeysEach);
+}
+
+TEST(SharedSettings, ReadFromTheSharedDataFolderWithDefaults)
+{
+    TestHome home;
+    char value[kLTextBytes];
+    EXPECT_FALSE(_LSharedSettingGetString("Distributor", "URL", "none", value));
+    EXPECT_STREQ(value, "none");
+
+    std::filesystem::create_directories(home / "shared/Orvane");
+    EXPECT_EQ(LSharedSettingsPath(), home / "shared/Orvane/SharedSettings.xml");
+    WriteWholeFile(LSharedSettingsPath(), "<Distributor>\n\t<URL value=\"https://example.org/dj\"/>\n\t<Empty/>\n</Distributor>\n");
+    EXPECT_TRUE(_LSharedSettingGetString("Distributor", "URL", "none", value));
+    EXPECT_STREQ(value, "https://example.org/dj");
+    EXPECT_FALSE(_LSharedSettingGetString("Distributor", "Empty", "none", value));
+    EXPECT_STREQ(value, "none");
+    EXPECT_FALSE(_LSharedSettingGetString("Other", "URL", "none", value));
+}

@@ -1,0 +1,278 @@
+#include "app/LLoadText.h"
+#include "app/LXMLElement.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Parsed {
+    LXMLDocument document;
+    std::string error;
+};
+
+// Parses text; the document is heap-held because it cannot be moved.
+std::unique_ptr<Parsed> _Parse(const std::string& text)
+{
+    auto parsed = std::make_unique<Parsed>();
+    parsed->document.Parse(text.c_str(), &parsed->error);
+    return parsed;
+}
+
+std::string _Save(const LXMLElement& element, int depth = 0)
+{
+    std::string out;
+    element.SaveToBuffer(out, depth);
+    return out;
+}
+
+}  // namespace
+
+TEST(XMLEntities, NamedAndNumericEntitiesGiveBytes)
+{
+    auto p = _Parse("<a>&#65;&#x41;&#X4a;&#321;&amp;&lt;&gt;&quot;&apos;</a>");
+    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "AAJA&<>\"'");
+    EXPECT_EQ(p->error, "");
+    // Entities are resolved inside attribute values too, also inside quotes.
+    p = _Parse("<a v=\"&lt;&#x2F;&gt;\"/>");
+    EXPECT_STREQ(p->document.GetElement("a")->Attributes().GetParm("v", nullptr), "</>");
+}
+
+TEST(XMLEntities, MalformedEntitiesLeaveTheirMessage)
+{
+    auto p = _Parse("<a>x & y</a>");
+    EXPECT_EQ(p->error, "Ln 1, Col 8: Strings starting with an ampersand (&) must end with a semicolon (;). Either replace the '&' with '&amp;' or add a ';' at the end of the control string.");
+    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "x y");
+
+    p = _Parse("<a>&nbsp;</a>");
+    EXPECT_EQ(p->error, "Ln 1, Col 10: Invalid escaped ampersand character. Make sure you use &amp; in place of any & characters!");
+    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "&");
+
+    // 23 characters of name are read; the 24th is refused.
+    EXPECT_EQ(_Parse("<a>&" + std::string(23, 'q') + ";</a>")->error.find("Invalid"), 14u);
+    EXPECT_NE(_Parse("<a>&" + std::string(24, 'q') + ";</a>")->error.find("semicolon"), std::string::npos);
+}
+
+TEST(XMLStartTag, QuotesHoldTerminatorsAndDeclarationsAreElements)
+{
+    auto p = _Parse("<a b=\"x>y\" c='q\"r' d=plain e/>");
+    const LXMLElement* a = p->document.GetElement("a");
+    ASSERT_NE(a, nullptr);
+    EXPECT_STREQ(a->Attributes().GetParm("b", nullptr), "x>y");
+    EXPECT_STREQ(a->Attributes().GetParm("c", nullptr), "q\"r");
+    EXPECT_STREQ(a->Attributes().GetParm("d", nullptr), "plain");
+    EXPECT_STREQ(a->Attributes().GetParm("e", nullptr), "");
+    EXPECT_TRUE(a->GetChildren().empty());
+
+    p = _Parse("<?xml version=\"1.0\"?>\n<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<root/>");
+    std::vector<const LXMLElement*> top;  // the newlines between them are top-level text
+    for (const auto& child : p->document.GetChildren())
+        if (!child->IsText())
+            top.push_back(child.get());
+    ASSERT_EQ(top.size(), 3u);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_STREQ(top[i]->GetName(), "?xml");
+        EXPECT_STREQ(top[i]->Attributes().GetParm("version", nullptr), "1.0");
+        EXPECT_TRUE(top[i]->GetChildren().empty());
+    }
+    EXPECT_EQ(top[1]->Attributes().Count(), 2u);
+    EXPECT_STREQ(top[2]->GetName(), "root");
+    EXPECT_EQ(_Save(*top[0]), "<?xml version=\"1.0\"?>\n");
+}
+
+TEST(XMLStartTag, LongTokensAreCutAt259Characters)
+{
+    std::string name(300, 'n');
+    std::string value(300, 'v');
+    auto p = _Parse("<" + name + " k=\"" + value + "\">t</" + name + ">");
+    ASSERT_EQ(p->document.GetChildren().size(), 1u);
+    const LXMLElement& element = *p->document.GetChildren()[0];
+    EXPECT_EQ(std::string(element.GetName()), name.substr(0, 259));
+    EXPECT_EQ(std::string(element.Attributes().GetParm("k", "")), value.substr(0, 259));
+    EXPECT_EQ(p->error, "");  // both sides are cut alike, so the end tag matches
+}
+
+TEST(XMLStartTag, SpacePreservingElementsKeepTheirControlCharacters)
+{
+    auto p = _Parse("<a xml:space=\"preserve\">\n\tx\n<b>\t</b></a><c>\n\tx\n</c>");
+    const LXMLElement* a = p->document.GetElement("a");
+    EXPECT_TRUE(a->GetPreserveSpace());
+    EXPECT_TRUE(a->Attributes().IsEmpty());
+    EXPECT_STREQ(a->GetElementData(), "\n\tx\n");
+    EXPECT_STREQ(a->GetElement("b")->GetElementData(), "\t");  // inherited
+    EXPECT_STREQ(p->document.GetElement("c")->GetElementData(), "x");
+}
+
+TEST(XMLContent, TextKeepsSpacesAndDropsIndentation)
+{
+    auto p = _Parse("<a> x </a><b>\n\t\t\r\n</b>");
+    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), " x ");
+    EXPECT_TRUE(p->document.GetElement("b")->GetChildren().empty());
+
+    // Text before and after a child becomes two text nodes around it.
+    p = _Parse("<a>one<b/>two</a>");
+    const auto& children = p->document.GetElement("a")->GetChildren();
+    ASSERT_EQ(children.size(), 3u);
+    EXPECT_STREQ(children[0]->GetData(), "one");
+    EXPECT_STREQ(children[1]->GetName(), "b");
+    EXPECT_STREQ(children[2]->GetData(), "two");
+}
+
+TEST(XMLContent, EmptyElementFormsAreOneTree)
+{
+    auto shortForm = _Parse("<a/>");
+    auto longForm = _Parse("<a></a>");
+    EXPECT_TRUE(longForm->document.GetElement("a")->GetChildren().empty());
+    EXPECT_EQ(_Save(shortForm->document), "<a/>\n");
+    EXPECT_EQ(_Save(longForm->document), "<a/>\n");
+}
+
+TEST(XMLContent, CdataAndCommentSections)
+{
+    auto p = _Parse("<a><![CDATA[a<b&amp;]]></a><b><![CDATA[x]]y]]></b><c>x<!-- <d> --->y</c>");
+    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "a<b&amp;");
+    EXPECT_STREQ(p->document.GetElement("b")->GetElementData(), "x]]y");
+    const LXMLElement* c = p->document.GetElement("c");
+    EXPECT_EQ(c->GetChildren().size(), 1u);
+    EXPECT_STREQ(c->GetElementData(), "xy");
+    EXPECT_EQ(p->error, "");
+    // Written text is escaped, so "]]>" read back outside CDATA stays as it was.
+    p = _Parse("<a>]]&gt;--&gt;</a>");
+    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "]]>-->");
+}
+
+TEST(XMLErrors, MismatchedEndTagClosesTheElementAndKeepsTheFirstMessage)
+{
+    auto p = _Parse("<a><b>t</c><d/></a>");
+    EXPECT_EQ(p->error, "Ln 1, Col 12: Element <b> should be terminated with </b>, was with c. Check you have terminated your element properly.");
+    const LXMLElement* a = p->document.GetElement("a");
+    ASSERT_NE(a, nullptr);
+    EXPECT_STREQ(a->GetElement("b")->GetElementData(), "t");
+    EXPECT_NE(a->GetElement("d"), nullptr);  // a sibling of b, not its child
+
+    p = _Parse("</x >\n<y/>");
+    EXPECT_EQ(p->error, "Ln 1, Col 5: Misplaced </x> which does not match a <x>.");
+}
+
+TEST(XMLErrors, EachMalformedShapeGivesItsMessage)
+{
+    EXPECT_EQ(_Parse("<a><b>")->error,
+              "Ln 1, Col 7: (EOF) Element <b> should be terminated with </b>. Check you have terminated your element properly.");
+    EXPECT_EQ(_Parse("<a b=\"1\"")->error, "Ln 1, Col 9: Tag <a> does not have a closing '>'");
+    EXPECT_EQ(_Parse("<a>1 < 2</a>")->error,
+              "Ln 1, Col 8: Misplaced < without name. Use &lt; instead of < if appropriate.");
+    EXPECT_EQ(_Parse("text only")->error, "");
+}
+
+TEST(XMLLoader, EachLineEndFormCountsOneLine)
+{
+    auto p = _Parse("a\r\nb\n\rc\rd\ne<>");
+    EXPECT_EQ(p->error, "Ln 5, Col 4: Misplaced < without name. Use &lt; instead of < if appropriate.");
+    // A line end pair reads as one newline; the document keeps its top-level text whole.
+    EXPECT_STREQ(p->document.GetElementData(), "a\nb\nc\nd\ne");
+
+    LXMLLoader loader("\r\n\n\r\rx\n\n");
+    std::string read;
+    for (int c = loader.ReadChar(); c != 0; c = loader.ReadChar())
+        read += static_cast<char>(c);
+    EXPECT_EQ(read, "\n\n\nx\n\n");
+    EXPECT_EQ(loader.ReadChar(), 0);  // the end stays the end
+    EXPECT_EQ(loader.GetLine(), 6);
+    EXPECT_EQ(loader.GetColumn(), 1);
+}
+
+TEST(XMLWriter, LibraryShapedFileReadsAndWritesBackByteForByte)
+{
+    const std::string file =
+        "<?xml version=\"1.0\"?>\n"
+        "<library version=\"2\">\n"
+        "\t<playlist name=\"A &amp; B\">\n"
+        "\t\t<playitem>\n"
+        "\t\t\t<path>/music/Caf\xc3\xa9 &lt;live&gt;.mp3</path>\n"
+        "\t\t\t<TITLE>Say &quot;hi&quot;</TITLE>\n"
+        "\t\t\t<BPM>128.00</BPM>\n"
+        "\t\t\t<beat offset=\"1024\" period=\"20671\"/>\n"
+        "\t\t</playitem>\n"
+        "\t\t<playitem>\n"
+        "\t\t\t<path>/music/two lines\n"
+        "here.wav</path>\n"
+        "\t\t</playitem>\n"
+        "\t</playlist>\n"
+        "\t<empty/>\n"
+        "</library>\n";
+    auto p = _Parse(file);
+    EXPECT_EQ(p->error, "");
+    EXPECT_EQ(_Save(p->document), file);
+}
+
+TEST(XMLWriter, EscapingAndClosingForms)
+{
+    std::string out;
+    LHTMLEncodeToWriterSimpleWithEol(out, "&<>\"'\r\n\xff");
+    EXPECT_EQ(out, "&amp;&lt;&gt;&quot;'\n\n\xff");
+
+    LXMLElement root("root");
+    root.AddElement("?pi");
+    root.AddElement("!--");
+    root.AddElement("![CDATA[");
+    root.AddElement("!DOCTYPE");
+    root.AddText(" \t\r\n");  // writes nothing, but marks a text child
+    EXPECT_EQ(_Save(root), "<root>\t<?pi?>\n\t<!---->\n\t<![CDATA[]]>\n\t<!DOCTYPE>\n</root>\n");
+    EXPECT_EQ(_Save(root, -1), "<root><?pi?><!----><![CDATA[]]><!DOCTYPE></root>\n");
+
+    LXMLElement bare("x");
+    bare.AddElement("y").AddText("t");
+    EXPECT_EQ(_Save(bare, -1), "<x><y>t</y>\n</x>\n");
+    EXPECT_EQ(bare.SaveToBuffer(out, 2), 3);
+}
+
+TEST(XMLTree, LookupsAndIteration)
+{
+    auto p = _Parse("<list><item>1</item><other/><item>2</item><item><x/></item></list>");
+    LXMLElement* list = p->document.GetElement("list");
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->GetElement("missing"), nullptr);
+    std::string seen;
+    NamedElementIterator item(*list, "item");
+    while (item.Next())
+        seen += std::string("[") + item->GetElementData() + "]";
+    EXPECT_EQ(seen, "[1][2][]");
+    EXPECT_FALSE(item.Next());
+
+    ASSERT_TRUE(list->RemoveChild(list->GetElement("other")));
+    EXPECT_EQ(list->GetElement("other"), nullptr);
+    EXPECT_FALSE(list->RemoveChild(&p->document));
+}
+
+TEST(XMLTree, DeepNestingNeitherOverflowsNorLoses)
+{
+    constexpr int kDepth = 100000;  // far beyond what recursion on an 8 MB stack survives
+    std::string text;
+    for (int i = 0; i < kDepth; ++i)
+        text += "<d>";
+    auto p = _Parse(text);
+    EXPECT_NE(p->error.find("(EOF) Element <d>"), std::string::npos);
+    int depth = 0;
+    for (const LXMLElement* e = &p->document; !e->GetChildren().empty(); e = e->GetChildren()[0].get())
+        ++depth;
+    EXPECT_EQ(depth, kDepth);
+    std::string out;
+    EXPECT_EQ(p->document.SaveToBuffer(out, -1), kDepth);
+    EXPECT_EQ(out.size(), 8u * kDepth - 4u);  // "<d>" and "</d>\n" each, "<d/>" inmost
+}
+
+TEST(LLoadText, ReadsWholeFilesAndRefusesMissingOnes)
+{
+    TempFolder folder;
+    std::string bytes(200000, 'x');
+    bytes[100] = '\0';
+    WriteWholeFile(folder / "f", bytes);
+    std::string text;
+    ASSERT_TRUE(LLoadText((folder / "f").c_str(), text));
+    EXPECT_EQ(text, bytes);
+    EXPECT_FALSE(LLoadText((folder / "none").c_str(), text));
+    EXPECT_TRUE(text.empty());
+}
