@@ -26,8 +26,9 @@ int64_t _BlockPeak(const int* values, size_t count)
 }
 
 // One output frame: 63 products per channel in two 64-bit partial sums, so loud clipped
-// material cannot wrap.
-template <int kChannels>
+// material cannot wrap. `Product` is int when every sample is within 16 bits (then no single
+// product reaches 2^31) and int64_t otherwise.
+template <typename Product, int kChannels>
 inline void _FilterFrame(const int* row, const int* samples, int channelCount, int64_t rounding,
                          int shift, int* out)
 {
@@ -35,11 +36,41 @@ inline void _FilterFrame(const int* row, const int* samples, int channelCount, i
     for (int c = 0; c < n; ++c) {
         int64_t a = 0, b = 0;
         for (int k = 0; k < kFirstHalfTaps; ++k)
-            a += static_cast<int64_t>(row[k]) * samples[k * n + c];
+            a += static_cast<Product>(row[k]) * samples[k * n + c];
         for (int k = kFirstHalfTaps; k < LSRCConvertRate::kTaps; ++k)
-            b += static_cast<int64_t>(row[k]) * samples[k * n + c];
+            b += static_cast<Product>(row[k]) * samples[k * n + c];
         out[c] = static_cast<int>(((a >> 1) + (b >> 1) + rounding) >> shift);
     }
+}
+
+// The same sums for two channels, sharing each coefficient load.
+template <typename Product>
+inline void _FilterStereo(const int* row, const int* samples, int64_t rounding, int shift, int* out)
+{
+    int64_t aL = 0, aR = 0, bL = 0, bR = 0;
+    for (int k = 0; k < kFirstHalfTaps; ++k) {
+        const Product c = row[k];
+        aL += c * samples[2 * k];
+        aR += c * samples[2 * k + 1];
+    }
+    for (int k = kFirstHalfTaps; k < LSRCConvertRate::kTaps; ++k) {
+        const Product c = row[k];
+        bL += c * samples[2 * k];
+        bR += c * samples[2 * k + 1];
+    }
+    out[0] = static_cast<int>(((aL >> 1) + (bL >> 1) + rounding) >> shift);
+    out[1] = static_cast<int>(((aR >> 1) + (bR >> 1) + rounding) >> shift);
+}
+
+template <typename Product>
+inline void _Filter(const int* row, const int* samples, int channels, int64_t rounding, int shift, int* out)
+{
+    if (channels == 2)
+        _FilterStereo<Product>(row, samples, rounding, shift, out);
+    else if (channels == 1)
+        _FilterFrame<Product, 1>(row, samples, 1, rounding, shift, out);
+    else
+        _FilterFrame<Product, 0>(row, samples, channels, rounding, shift, out);
 }
 
 }  // namespace
@@ -71,12 +102,10 @@ void LSRCConvertRate::Read(int* out, int frames)
             ReadBuffer();
         const int* row = GetRow(phase);
         const int* samples = _Frame(position);
-        if (ch == 2)
-            _FilterFrame<2>(row, samples, ch, rounding, productShift, out);
-        else if (ch == 1)
-            _FilterFrame<1>(row, samples, ch, rounding, productShift, out);
+        if (_narrowSamples)
+            _Filter<int>(row, samples, ch, rounding, productShift, out);
         else
-            _FilterFrame<0>(row, samples, ch, rounding, productShift, out);
+            _Filter<int64_t>(row, samples, ch, rounding, productShift, out);
         out += ch;
         phase += step;
     }
@@ -102,6 +131,7 @@ void LSRCConvertRate::ReadBuffer()
     while ((peak >> shift) > kSampleLimit && shift < kMaxBlockShift)
         ++shift;
     blockShift = static_cast<uint8_t>(shift);
+    _narrowSamples = (peak >> shift) <= kSampleLimit;
     productShift = static_cast<uint8_t>(kMaxBlockShift - shift);
     rounding = (1 << productShift) >> 1;
     if (shift != 0)

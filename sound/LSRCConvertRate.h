@@ -42,6 +42,9 @@ private:
     uint8_t blockShift = 0;    // right shift applied to the samples now in buffer
     uint8_t productShift = 15;
     int rounding = 1 << 14;
+    // Every sample in buffer lies within +-32768, so a product with a coefficient (below
+    // 65536) fits in 32 bits. Only a peak at or above 2^30 clears it.
+    bool _narrowSamples = true;
 };
 
 // Wraps a stream in a rate converter to `rate`; the same stream when nothing needs converting.

@@ -267,16 +267,22 @@ TEST(ConvertRateSource, LoudMaterialNeitherWrapsNorLosesScale)
     LSoundSource up = Convert(source, 48000);
     EXPECT_NEAR(ReadAll(up, 1)[0], double(absSum) * kPeakLimit / 65536, kPeakLimit * 1e-3);
 
-    // Material far beyond full scale comes out scaled alike, to block floating point precision.
+    // Material far beyond full scale, even past 2^30 where samples no longer fit 16 bits after the
+    // largest block shift, comes out scaled alike, to block floating point precision.
     const std::vector<int> sine = MakeSine(44100, 1, 3000, 0x7fff0, 20000);
-    std::vector<int> louder(sine);
-    for (int& x : louder)
-        x *= 64;
-    LSoundSource a(new MemorySource(44100, 1, sine)), b(new MemorySource(44100, 1, louder));
-    LSoundSource upA = Convert(a, 48000), upB = Convert(b, 48000);
-    const std::vector<int> outA = ReadAll(upA, 20000), outB = ReadAll(upB, 20000);
-    for (size_t i = 0; i < outA.size(); ++i)
-        ASSERT_NEAR(outB[i], 64.0 * outA[i], 64.0 * 40) << i;
+    LSoundSource a(new MemorySource(44100, 1, sine));
+    LSoundSource upA = Convert(a, 48000);
+    const std::vector<int> outA = ReadAll(upA, 20000);
+    for (int factor : {64, 3000}) {
+        std::vector<int> louder(sine);
+        for (int& x : louder)
+            x *= factor;
+        LSoundSource b(new MemorySource(44100, 1, louder));
+        LSoundSource upB = Convert(b, 48000);
+        const std::vector<int> outB = ReadAll(upB, 20000);
+        for (size_t i = 0; i < outA.size(); ++i)
+            ASSERT_NEAR(outB[i], double(factor) * outA[i], factor * 40.0) << factor << " at " << i;
+    }
 }
 
 TEST(PitchSpeed, ConvertsToRateOverSpeedButKeepsTheLabel)
