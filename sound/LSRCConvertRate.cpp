@@ -73,6 +73,51 @@ inline void _Filter(const int* row, const int* samples, int channels, int64_t ro
         _FilterFrame<Product, 0>(row, samples, channels, rounding, shift, out);
 }
 
+// What a run of output frames needs, fixed between two refills.
+struct FilterRun {
+    const int* table;
+    const int* buffer;
+    int channels, phases, step, consumed;
+    int64_t rounding;
+    int shift;
+};
+
+// Output frames until the buffer runs short of what the next one needs; returns how many.
+// The caller refills and calls again.
+template <typename Product>
+inline int _RunFrames(const FilterRun& run, int& position, int& phase, int* out, int frames)
+{
+    const int taps = LSRCConvertRate::kTaps;
+    int done = 0;
+    for (; done < frames; ++done) {
+        if (phase >= run.phases) {
+            position += phase / run.phases;
+            phase %= run.phases;
+        }
+        if (run.consumed <= position)
+            break;
+        _Filter<Product>(run.table + phase * taps, run.buffer + position * run.channels, run.channels,
+                         run.rounding, run.shift, out);
+        out += run.channels;
+        phase += run.step;
+    }
+    return done;
+}
+
+// The common case gets a vector build where the processor has one.
+#if defined(__x86_64__) && defined(__GNUC__)
+__attribute__((target_clones("avx2", "default")))
+#endif
+int _RunNarrow(const FilterRun& run, int& position, int& phase, int* out, int frames)
+{
+    return _RunFrames<int>(run, position, phase, out, frames);
+}
+
+int _RunWide(const FilterRun& run, int& position, int& phase, int* out, int frames)
+{
+    return _RunFrames<int64_t>(run, position, phase, out, frames);
+}
+
 }  // namespace
 
 LSRCConvertRate::LSRCConvertRate(LSoundSource& inner, int targetRate, bool wideGuard,
@@ -92,22 +137,16 @@ LSRCConvertRate::LSRCConvertRate(LSoundSource& inner, int targetRate, bool wideG
 
 void LSRCConvertRate::Read(int* out, int frames)
 {
-    const int ch = channels;
-    for (int i = 0; i < frames; ++i) {
-        if (phase >= phases) {
-            position += phase / phases;
-            phase %= phases;
+    while (frames > 0) {
+        const FilterRun run{coefficients.get(), buffer.get(), channels, phases, step, consumed, rounding, productShift};
+        const int done = _narrowSamples ? _RunNarrow(run, position, phase, out, frames)
+                                        : _RunWide(run, position, phase, out, frames);
+        out += static_cast<size_t>(done) * channels;
+        frames -= done;
+        if (frames > 0) {
+            while (consumed <= position)
+                ReadBuffer();
         }
-        while (consumed <= position)
-            ReadBuffer();
-        const int* row = GetRow(phase);
-        const int* samples = _Frame(position);
-        if (_narrowSamples)
-            _Filter<int>(row, samples, ch, rounding, productShift, out);
-        else
-            _Filter<int64_t>(row, samples, ch, rounding, productShift, out);
-        out += ch;
-        phase += step;
     }
 }
 
