@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -25,6 +26,17 @@ int64_t _BlockPeak(const int* values, size_t count)
     return std::max<int64_t>(high, -static_cast<int64_t>(low));
 }
 
+// Samples wider than 16 bits only come from streams beyond the framework's range; their
+// results saturate rather than wrap.
+template <typename Product>
+inline int _Output(int64_t a, int64_t b, int64_t rounding, int shift)
+{
+    const int64_t value = ((a >> 1) + (b >> 1) + rounding) >> shift;
+    if constexpr (sizeof(Product) > sizeof(int))
+        return static_cast<int>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
+    return static_cast<int>(value);
+}
+
 // One output frame: 63 products per channel in two 64-bit partial sums, so loud clipped
 // material cannot wrap. `Product` is int when every sample is within 16 bits (then no single
 // product reaches 2^31) and int64_t otherwise.
@@ -39,7 +51,7 @@ inline void _FilterFrame(const int* row, const int* samples, int channelCount, i
             a += static_cast<Product>(row[k]) * samples[k * n + c];
         for (int k = kFirstHalfTaps; k < LSRCConvertRate::kTaps; ++k)
             b += static_cast<Product>(row[k]) * samples[k * n + c];
-        out[c] = static_cast<int>(((a >> 1) + (b >> 1) + rounding) >> shift);
+        out[c] = _Output<Product>(a, b, rounding, shift);
     }
 }
 
@@ -58,8 +70,8 @@ inline void _FilterStereo(const int* row, const int* samples, int64_t rounding, 
         bL += c * samples[2 * k];
         bR += c * samples[2 * k + 1];
     }
-    out[0] = static_cast<int>(((aL >> 1) + (bL >> 1) + rounding) >> shift);
-    out[1] = static_cast<int>(((aR >> 1) + (bR >> 1) + rounding) >> shift);
+    out[0] = _Output<Product>(aL, bL, rounding, shift);
+    out[1] = _Output<Product>(aR, bR, rounding, shift);
 }
 
 template <typename Product>
@@ -157,8 +169,9 @@ void LSRCConvertRate::ReadBuffer()
     if (blockShift != 0) {
         // Back to framework scale before the whole block is measured again.
         int* history = _Frame(consumed);
+        const int64_t scale = int64_t{1} << blockShift;
         for (int i = 0; i < kHistoryFrames * channels; ++i)
-            history[i] *= 1 << blockShift;
+            history[i] = static_cast<int>(std::clamp<int64_t>(history[i] * scale, INT32_MIN, INT32_MAX));
     }
     const int n = _RefillCount();
     source->Read(_Frame(consumed + kHistoryFrames), n);

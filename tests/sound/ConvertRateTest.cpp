@@ -285,6 +285,24 @@ TEST(ConvertRateSource, LoudMaterialNeitherWrapsNorLosesScale)
     }
 }
 
+TEST(ConvertRateSource, ExtremesOfTheSampleRangeSaturate)
+{
+    // A square wave at the limits of int, across several refills.
+    std::vector<int> extreme(40000);
+    for (size_t i = 0; i < extreme.size(); ++i)
+        extreme[i] = (i / 5000) % 2 ? INT32_MIN : INT32_MAX;
+    LSoundSource source(new MemorySource(44100, 1, extreme, 0x7fffffff));
+    LSoundSource up = Convert(source, 48000);
+    const std::vector<int> out = ReadAll(up, 40000);
+    for (int i = 100; i < 40000; i += 50) {
+        const double at = i * 44100.0 / 48000;
+        if (std::fmod(at, 5000) < 100 || std::fmod(at, 5000) > 4900)
+            continue;  // edges ring
+        ASSERT_GT(std::abs(double(out[size_t(i)])), 0.99 * INT32_MAX) << i;
+        ASSERT_EQ(out[size_t(i)] > 0, extreme[size_t(at)] > 0) << i;
+    }
+}
+
 TEST(PitchSpeed, ConvertsToRateOverSpeedButKeepsTheLabel)
 {
     auto* memory = new MemorySource(44100, 2, std::vector<int>(2 * 44100, 7), kPeakLimit);
