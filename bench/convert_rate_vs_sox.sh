@@ -1,6 +1,6 @@
 #!/bin/sh
 # Times `orvane-tool convert --rate 48000` against `sox -r 48000` on the same 10-minute stereo
-# file, in the same run. Usage: bench/convert_vs_sox.sh [build/release/orvane-tool]
+# file, in the same run. Usage: bench/convert_rate_vs_sox.sh [build/release/orvane-tool]
 set -eu
 tool=${1:-build/release/orvane-tool}
 work=$(mktemp -d)
