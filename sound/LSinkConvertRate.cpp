@@ -27,12 +27,12 @@ LSinkConvertRateBase::LSinkConvertRateBase(int sinkRate, LSoundSink& destination
     : LSoundSinkBase(sinkRate, destination->GetChannels()),
       LConvertRateBase(sinkRate, destination->GetRate(), kTaps, false, approximate),
       _destination(destination),
-      _input(std::make_unique<int[]>(static_cast<size_t>(kBlockFrames + kTaps) * _Channels())),
-      _output(std::make_unique<int[]>(static_cast<size_t>(kBlockFrames) * _Channels()))
+      _input(std::make_unique<int[]>(static_cast<size_t>(kBlockFrames + kTaps) * channels)),
+      _output(std::make_unique<int[]>(static_cast<size_t>(kBlockFrames) * channels))
 {
     if (sinkRate < 1 || (destination->GetError() & kSinkErrorFlag))
         error |= kSinkErrorFlag;
-    _filled = kFilterHistoryFrames * _Channels();
+    _filled = kFilterHistoryFrames * channels;
     position = _Rescale(destination->GetPosition(), destination->GetRate(), sinkRate);
 }
 
@@ -52,7 +52,7 @@ void LSinkConvertRateBase::Write(int const* samples, int frames)
         const int n = std::min(frames, kBlockFrames);
         _Append(samples, n);
         _Process();
-        samples += static_cast<size_t>(n) * _Channels();
+        samples += static_cast<size_t>(n) * channels;
         frames -= n;
     }
 }
@@ -69,7 +69,7 @@ void LSinkConvertRateBase::Seek(int frame)
 void LSinkConvertRateBase::_Append(int const* samples, int frames)
 {
     int* to = _input.get() + _filled;
-    const int count = frames * _Channels();
+    const int count = frames * channels;
     for (int i = 0; i < count; ++i)
         to[i] = samples[i] >> kInputShift;
     _filled += count;
@@ -77,7 +77,7 @@ void LSinkConvertRateBase::_Append(int const* samples, int frames)
 
 void LSinkConvertRateBase::_AppendSilence(int frames)
 {
-    const int count = frames * _Channels();
+    const int count = frames * channels;
     std::fill_n(_input.get() + _filled, count, 0);
     _filled += count;
 }
@@ -85,13 +85,13 @@ void LSinkConvertRateBase::_AppendSilence(int frames)
 void LSinkConvertRateBase::_Restart()
 {
     _phase = 0;
-    _filled = kFilterHistoryFrames * _Channels();
+    _filled = kFilterHistoryFrames * channels;
     std::fill_n(_input.get(), _filled, 0);
 }
 
 void LSinkConvertRateBase::_Process()
 {
-    const int ch = _Channels();
+    const int ch = channels;
     const int n = _filled / ch - kTaps;
     int i = 0;
     int o = 0;

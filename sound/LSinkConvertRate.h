@@ -27,7 +27,6 @@ private:
     void _AppendSilence(int frames);
     void _Process();
     void _Restart();
-    int _Channels() const { return channels == 0 ? 1 : channels; }
 
     LSoundSink _destination;
     int _filled = 0;  // integers in the input buffer
