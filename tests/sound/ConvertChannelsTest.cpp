@@ -1,0 +1,204 @@
+#include "sound/LSRCConvChannels.h"
+#include "sound/LSRCConvertRate.h"
+#include "sound/LSinkConvertChannels.h"
+#include "sound/LSinkConvertRate.h"
+
+#include "MemorySource.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Keeps everything written to it, and where it was sought.
+class MemorySink : public LSoundSinkBase {
+public:
+    MemorySink(int rateHz, unsigned char channelCount) : LSoundSinkBase(rateHz, channelCount) {}
+    void Write(int const* buffer, int frames) override
+    {
+        written.insert(written.end(), buffer, buffer + static_cast<size_t>(frames) * channels);
+        writes.push_back(frames);
+        position += frames;
+    }
+    void Seek(int sample) override
+    {
+        seeks.push_back(sample);
+        position = sample;
+    }
+    std::vector<int> written;
+    std::vector<int> writes;
+    std::vector<int> seeks;
+};
+
+std::vector<int> Counting(int count, int scale = 16)
+{
+    std::vector<int> v(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i)
+        v[static_cast<size_t>(i)] = ((i * 7919) % 20001 - 10000) * scale;
+    return v;
+}
+
+}  // namespace
+
+TEST(ConvertChannelsSource, MapsChannelsByTheirRules)
+{
+    LSoundSource stereo(new MemorySource(44100, 2, {kPeakLimit, 0, -kPeakLimit, -1, 3, 4}));
+    LSoundSource mono = LSPConvChannels(1).OpenSource(stereo);
+    EXPECT_EQ(mono->GetChannels(), 1);
+    // Full left with silent right is half scale; the shift rounds down.
+    EXPECT_EQ(ReadAll(mono, 3), (std::vector<int>{kPeakLimit / 2, -kPeakLimit / 2 - 1, 3}));
+
+    LSoundSource single(new MemorySource(22050, 1, {5, -6}));
+    LSoundSource doubled = LSPConvChannels(2).OpenSource(single);
+    EXPECT_EQ(doubled->GetRate(), 22050);
+    EXPECT_EQ(ReadAll(doubled, 3), (std::vector<int>{5, 5, -6, -6, 0, 0}));
+
+    LSoundSource three(new MemorySource(44100, 3, {1, 2, 3, 4, 5, 6}));
+    LSoundSource five = LSPConvChannels(5).OpenSource(three);
+    EXPECT_EQ(ReadAll(five, 2), (std::vector<int>{1, 2, 3, 1, 2, 4, 5, 6, 4, 5}));
+    LSoundSource twoOfThree = LSPConvChannels(2).OpenSource(three);
+    three->Seek(0);
+    EXPECT_EQ(ReadAll(twoOfThree, 2), (std::vector<int>{1, 2, 4, 5}));
+}
+
+TEST(ConvertChannelsSource, ReadsLongerThanTheWorkBufferAreWhole)
+{
+    const std::vector<int> data = Counting(2 * 20000);
+    LSoundSource stereo(new MemorySource(44100, 2, data));
+    LSoundSource mono = LSPConvChannels(1).OpenSource(stereo);
+    const std::vector<int> out = ReadAll(mono, 20000);
+    for (size_t i = 0; i < out.size(); ++i)
+        ASSERT_EQ(out[i], (data[2 * i] + data[2 * i + 1]) >> 1) << i;
+}
+
+TEST(ConvertChannelsSource, LeavesStreamsAloneWhenNothingToDo)
+{
+    LSoundSource stereo(new MemorySource(44100, 2, {}));
+    EXPECT_EQ(LSPConvChannels(2).OpenSource(stereo).Get(), stereo.Get());
+    EXPECT_EQ(LSPConvChannels(0).OpenSource(stereo).Get(), stereo.Get());
+    LSoundSource broken = MakeErrorSource(kErrMissing, 44100, 2);
+    EXPECT_EQ(LSPConvChannels(1).OpenSource(broken).Get(), broken.Get());
+}
+
+TEST(ConvertChannelsSource, RateAndChannelsConvertTheFewestChannels)
+{
+    // Reduce first: the rate converter sees one channel.
+    LSoundSource source(new MemorySource(48000, 2, std::vector<int>(2 * 4800, 1600)));
+    LSPConvertSourceRateChannels(44100, 1, source);
+    EXPECT_EQ(source->GetRate(), 44100);
+    EXPECT_EQ(source->GetChannels(), 1);
+    EXPECT_NE(dynamic_cast<LSRCConvertRate*>(source.Get()), nullptr);
+
+    // Raise last: the rate converter sees one channel again.
+    LSoundSource narrow(new MemorySource(22050, 1, std::vector<int>(2205, 1600)));
+    LSPConvertSourceRateChannels(44100, 2, narrow);
+    EXPECT_EQ(narrow->GetRate(), 44100);
+    EXPECT_EQ(narrow->GetChannels(), 2);
+    EXPECT_NE(dynamic_cast<LSRCConvMonoStereo*>(narrow.Get()), nullptr);
+    const std::vector<int> out = ReadAll(narrow, 1000);
+    EXPECT_EQ(out[1000], out[1001]);
+    EXPECT_NEAR(out[1000], 1600, 16);  // a row's DC gain is within 1% of unity
+}
+
+TEST(ConvertRateSink, OddSizedWritesMatchOneLargeWrite)
+{
+    const std::vector<int> input = Counting(2 * 30000);
+    for (auto [from, to] : {std::pair{44100, 48000}, std::pair{48000, 44100}, std::pair{44100, 11025}}) {
+        LSoundSink whole(new MemorySink(to, 2)), pieces(new MemorySink(to, 2));
+        auto* wholeOut = static_cast<MemorySink*>(whole.Get());
+        auto* piecesOut = static_cast<MemorySink*>(pieces.Get());
+        {
+            LSoundSink a = LSinkConvertRate(from).OpenSink(whole, false);
+            LSoundSink b = LSinkConvertRate(from).OpenSink(pieces, false);
+            a->Write(input.data(), 30000);  // more than one block at once
+            for (int at = 0, n = 1; at < 30000; at += n, n = (n * 3 + 5) % 4001)
+                b->Write(input.data() + 2 * at, std::min(n, 30000 - at));
+            EXPECT_EQ(a->GetPosition(), 30000);
+            EXPECT_EQ(b->GetPosition(), 30000);
+        }  // closing flushes the tail
+        EXPECT_EQ(wholeOut->written, piecesOut->written) << from << "->" << to;
+        for (int frames : wholeOut->writes)
+            EXPECT_LE(frames, 8192);
+        const int expected = int(int64_t(30000) * to / from);
+        EXPECT_NEAR(int(wholeOut->written.size() / 2), expected, 2) << from << "->" << to;
+    }
+}
+
+TEST(ConvertRateSink, SineKeepsItsLevelAndCentre)
+{
+    const std::vector<int> sine = MakeSine(22050, 1, 1000, 0x40000, 22050);
+    LSoundSink dest(new MemorySink(44100, 1));
+    auto* out = static_cast<MemorySink*>(dest.Get());
+    {
+        LSoundSink sink = LSinkConvertRate(22050).OpenSink(dest, false);
+        sink->Write(sine.data(), 22050);
+    }
+    ASSERT_GE(out->written.size(), 44100u);
+    // Even output frames fall on input frames: filter centred, no delay.
+    for (int i = 2000; i < 4000; i += 2)
+        ASSERT_NEAR(out->written[size_t(i)], sine[size_t(i / 2)], 0x40000 * 0.01) << i;
+}
+
+TEST(ConvertRateSink, PositionSeekAndSameRate)
+{
+    LSoundSink dest(new MemorySink(48000, 2));
+    EXPECT_EQ(LSinkConvertRate(48000).OpenSink(dest, false).Get(), dest.Get());
+
+    dest->Seek(96000);  // two seconds in
+    auto* out = static_cast<MemorySink*>(dest.Get());
+    LSoundSink sink = LSinkConvertRate(44100).OpenSink(dest, false);
+    EXPECT_EQ(sink->GetPosition(), 88200);
+    EXPECT_EQ(sink->GetRate(), 44100);
+    EXPECT_EQ(sink->GetChannels(), 2);
+
+    const std::vector<int> block(2 * 1000, 1600);
+    sink->Write(block.data(), 1000);
+    const size_t before = out->written.size();
+    sink->Seek(44100);
+    EXPECT_GT(out->written.size(), before) << "the tail is flushed before moving";
+    EXPECT_EQ(out->seeks.back(), 48000);
+    EXPECT_EQ(sink->GetPosition(), 44100);
+}
+
+TEST(ConvertChannelsSink, PairsAndTheirRules)
+{
+    LSoundSink mono(new MemorySink(44100, 1)), stereo(new MemorySink(44100, 2)), stereo2(new MemorySink(44100, 2));
+    LSoundSink fromStereo = LSinkConvertChannels::OpenSink(mono, 2);
+    LSoundSink fromMono = LSinkConvertChannels::OpenSink(stereo, 1);
+    LSoundSink fromFour = LSinkConvertChannels::OpenSink(stereo2, 4);
+    const int twoFrames[] = {kPeakLimit, 0, 3, -4};
+    fromStereo->Write(twoFrames, 2);
+    fromMono->Write(twoFrames, 2);
+    fromFour->Write(twoFrames, 1);
+    EXPECT_EQ(static_cast<MemorySink*>(mono.Get())->written, (std::vector<int>{kPeakLimit / 2, -1}));
+    EXPECT_EQ(static_cast<MemorySink*>(stereo.Get())->written, (std::vector<int>{kPeakLimit, kPeakLimit, 0, 0}));
+    EXPECT_EQ(static_cast<MemorySink*>(stereo2.Get())->written, (std::vector<int>{kPeakLimit, 0}));
+    EXPECT_EQ(fromStereo->GetPosition(), 2);
+    fromStereo->Seek(10);
+    EXPECT_EQ(fromStereo->GetPosition(), 10);
+
+    EXPECT_EQ(LSinkConvertChannels::OpenSink(mono, 1).Get(), mono.Get());
+    LSoundSink none = LSinkConvertChannels::OpenSink(stereo, 3);
+    EXPECT_EQ(none->GetError() & kSinkErrorFlag, kSinkErrorFlag);
+    EXPECT_EQ(none->GetRate(), 44100);
+    EXPECT_EQ(none->GetChannels(), 1);
+}
+
+TEST(ConvertChannelsSink, RateAndChannelsTogether)
+{
+    LSoundSink dest(new MemorySink(48000, 1));
+    auto* out = static_cast<MemorySink*>(dest.Get());
+    LSoundSink sink = dest;
+    LSinkConvertRateChannels(44100, 2, sink);
+    EXPECT_EQ(sink->GetRate(), 44100);
+    EXPECT_EQ(sink->GetChannels(), 2);
+    const std::vector<int> block(2 * 4410, 3200);
+    sink->Write(block.data(), 4410);
+    sink.Close();
+    EXPECT_NEAR(int(out->written.size()), 4800, 2);
+    EXPECT_NEAR(out->written[2000], 3200, 32);
+
+    LSoundSink wide(new MemorySink(48000, 2));
+    LSoundSink unsupported = wide;
+    LSinkConvertRateChannels(44100, 3, unsupported);
+    EXPECT_EQ(unsupported->GetError() & kSinkErrorFlag, kSinkErrorFlag);
+}

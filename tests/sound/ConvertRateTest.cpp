@@ -1,0 +1,328 @@
+#include "sound/LSRCConvertRate.h"
+
+#include "MemorySource.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <numbers>
+#include <numeric>
+
+namespace {
+
+struct SineFit {
+    double amplitude;
+    double residualRms;  // what is left after removing the fitted sine
+};
+
+// Least-squares fit of a sine of known frequency to channel `c` over whole cycles: a wrong
+// frequency leaves a large residual, a wrong level a wrong amplitude.
+SineFit FitSine(const std::vector<int>& samples, int channels, int c, int rate, double hz, int from, int count)
+{
+    double s = 0, k = 0;
+    for (int i = from; i < from + count; ++i) {
+        const double w = 2 * std::numbers::pi * hz * i / rate;
+        s += samples[static_cast<size_t>(i) * channels + c] * std::sin(w);
+        k += samples[static_cast<size_t>(i) * channels + c] * std::cos(w);
+    }
+    s *= 2.0 / count;
+    k *= 2.0 / count;
+    double residual = 0;
+    for (int i = from; i < from + count; ++i) {
+        const double w = 2 * std::numbers::pi * hz * i / rate;
+        const double e = samples[static_cast<size_t>(i) * channels + c] - s * std::sin(w) - k * std::cos(w);
+        residual += e * e;
+    }
+    return {std::hypot(s, k), std::sqrt(residual / count)};
+}
+
+LSoundSource Convert(LSoundSource source, int rate, bool approximate = false)
+{
+    return LSPConvertRate(rate, approximate).OpenSource(source);
+}
+
+LSRCConvertRate& AsConverter(const LSoundSource& h)
+{
+    auto* converter = dynamic_cast<LSRCConvertRate*>(h.Get());
+    EXPECT_NE(converter, nullptr);
+    return *converter;
+}
+
+}  // namespace
+
+TEST(ConvertRateTable, ChoosesPhasesAndStep)
+{
+    struct Case {
+        int from, to;
+        bool approximate;
+        int l, m;
+    };
+    const Case cases[] = {
+        {44100, 48000, false, 160, 147}, {48000, 44100, false, 147, 160},
+        {22050, 44100, false, 2, 1},     {32000, 44100, false, 441, 320},
+        {44100, 11025, false, 1, 4},     {44100, 42000, true, 20, 21},
+    };
+    for (const Case& c : cases) {
+        LConvertRateBase table(c.from, c.to, 63, false, c.approximate);
+        EXPECT_EQ(table.GetPhases(), c.l) << c.from << "->" << c.to;
+        EXPECT_EQ(table.GetStep(), c.m) << c.from << "->" << c.to;
+    }
+    // Without an exact small ratio the search settles on the first close-enough L.
+    LConvertRateBase approx(44100, 48000, 63, false, true);
+    EXPECT_LE(approx.GetPhases(), 255);
+    EXPECT_NEAR(double(approx.GetStep()) / approx.GetPhases(), 44100.0 / 48000, 0.001);
+}
+
+TEST(ConvertRateTable, RowsKeepUnityGainAndMirrorEachOther)
+{
+    for (int taps : {63, 15}) {
+        for (auto [from, to] : {std::pair{44100, 48000}, std::pair{48000, 44100}, std::pair{44100, 22050}}) {
+            LConvertRateBase table(from, to, taps, false, false);
+            const int l = table.GetPhases();
+            const double gain = from >= to ? 65536.0 * (double(to) / from - 0.046875) : 63897.6;
+            EXPECT_EQ(table.GetRow(0)[taps / 2], int(gain + 0.5));
+            for (int p = 0; p < l; ++p) {
+                const int* row = table.GetRow(p);
+                const double sum = std::accumulate(row, row + taps, 0.0);
+                EXPECT_NEAR(sum, 65536.0, 65536.0 * 0.02) << taps << " taps, row " << p;
+                // x for row p tap j is the negation of x for row L-p tap taps-j.
+                for (int j = 1; j < taps && p > 0; ++j)
+                    ASSERT_EQ(row[j], table.GetRow(l - p)[taps - j]) << "row " << p << " tap " << j;
+            }
+        }
+    }
+}
+
+TEST(ConvertRateOpen, EqualRatesAndErrorsGiveTheSameObject)
+{
+    LSoundSource source(new MemorySource(44100, 2, std::vector<int>(200)));
+    EXPECT_EQ(Convert(source, 44100).Get(), source.Get());
+    LSoundSource broken = MakeErrorSource(kErrMissing, 22050, 2);
+    EXPECT_EQ(Convert(broken, 44100).Get(), broken.Get());
+
+    // The returned handle holds its own reference.
+    LSoundSource same = Convert(source, 44100);
+    source.Close();
+    EXPECT_EQ(same->GetEndSample(), 100);
+}
+
+TEST(ConvertRateOpen, TwoStagesOnlyBeyondAFactorOfFour)
+{
+    LSoundSource source(new MemorySource(44100, 1, std::vector<int>(44100)));
+    LSoundSource oneStage = Convert(source, 11025);
+    EXPECT_EQ(AsConverter(oneStage).GetStep(), 4);
+    EXPECT_EQ(AsConverter(oneStage).GetPhases(), 1);
+
+    // 44100 >> 2 exceeds 11024: first to 22048, then halved.
+    LSoundSource twoStage = Convert(source, 11024);
+    EXPECT_EQ(twoStage->GetRate(), 11024);
+    EXPECT_EQ(AsConverter(twoStage).GetStep(), 2);
+    EXPECT_EQ(AsConverter(twoStage).GetPhases(), 1);
+}
+
+TEST(ConvertRateSource, ConstructionTakesErrorsAndDoublesSmallPeaks)
+{
+    LSoundSource quiet(new MemorySource(22050, 1, {}, kPeakLimit));
+    LSoundSource loud(new MemorySource(22050, 1, {}, 0x100001));
+    LSoundSource broken = MakeErrorSource(kErrCodec, 22050, 1);
+    LSRCConvertRate a(quiet, 44100, false, false), b(loud, 44100, false, false), c(broken, 44100, false, false);
+    LSRCConvertRate d(quiet, 0, false, false);
+    EXPECT_EQ(a.GetPeak(), 2 * kPeakLimit);
+    EXPECT_EQ(b.GetPeak(), 0x100001);
+    EXPECT_EQ(a.GetError(), kErrNone);
+    EXPECT_EQ(c.GetError(), kErrInner);
+    EXPECT_EQ(d.GetRate(), 44100);
+    EXPECT_EQ(d.GetError(), kErrBadFormat);
+}
+
+TEST(ConvertRateSource, SineKeepsFrequencyAndLevelThereAndBack)
+{
+    const int frames = 3 * 44100;  // long enough to rewind the internal buffer several times
+    for (double hz : {1000.0, 10000.0}) {
+        const double amplitude = 0x40000;
+        LSoundSource source(new MemorySource(44100, 2, MakeSine(44100, 2, hz, amplitude, frames)));
+        LSoundSource up = Convert(source, 48000);
+        LSoundSource back = Convert(up, 44100);
+
+        std::vector<int> wide = ReadAll(up, 48000 * 2);
+        for (int c = 0; c < 2; ++c) {
+            SineFit fit = FitSine(wide, 2, c, 48000, hz, 48000, 48000);
+            EXPECT_NEAR(20 * std::log10(fit.amplitude / amplitude), 0.0, 0.1) << hz << " Hz up";
+            // Images of a 10 kHz tone lie about 55 dB down with this short filter.
+            EXPECT_LT(fit.residualRms, amplitude * 1e-2) << hz << " Hz up";
+        }
+        back->Seek(0);
+        std::vector<int> narrow = ReadAll(back, frames - 44100);
+        for (int c = 0; c < 2; ++c) {
+            SineFit fit = FitSine(narrow, 2, c, 44100, hz, 44100, 44100);
+            EXPECT_NEAR(20 * std::log10(fit.amplitude / amplitude), 0.0, 0.1) << hz << " Hz back";
+            EXPECT_LT(fit.residualRms, amplitude * 1e-2) << hz << " Hz back";
+        }
+    }
+}
+
+TEST(ConvertRateSource, SeekZeroCentresTheFirstOutputOnSourceFrameZero)
+{
+    std::vector<int> impulse(4000, 0);
+    impulse[0] = 0x40000;
+    auto* memory = new MemorySource(22050, 1, impulse);
+    LSoundSource source(memory);
+    LSoundSource up = Convert(source, 44100);
+    const std::vector<int> fresh = ReadAll(up, 200);
+    // Only the centre tap of row 0 meets the impulse, and output frame 0 is the loudest.
+    const int centre = AsConverter(up).GetRow(0)[31];
+    EXPECT_NEAR(fresh[0], int64_t(0x40000) * centre / 65536, 1);
+    for (size_t i = 1; i < fresh.size(); ++i)
+        EXPECT_LT(std::abs(fresh[i]), fresh[0]) << i;
+
+    ReadAll(up, 3000);
+    up->Seek(0);
+    EXPECT_EQ(memory->seeks.back(), -32);
+    EXPECT_EQ(ReadAll(up, 200), fresh);
+}
+
+TEST(ConvertRateSource, PositionAfterSeekIsTheFrameSoughtAndAdvancesByOne)
+{
+    for (auto [from, to, approximate] : {std::tuple{44100, 48000, false}, std::tuple{48000, 44100, false},
+                                         std::tuple{44100, 42000, true}, std::tuple{44100, 11024, false}}) {
+        LSoundSource source(new MemorySource(from, 2, std::vector<int>(2 * 200000, 1000)));
+        LSoundSource converted = Convert(source, to, approximate);
+        EXPECT_EQ(converted->GetPositionSample(), 0);
+        for (int f = 0; f < 150000; f += 997) {
+            converted->Seek(f);
+            ASSERT_EQ(converted->GetPositionSample(), f) << from << "->" << to;
+            ReadAll(converted, 37);
+            ASSERT_EQ(converted->GetPositionSample(), f + 37) << from << "->" << to;
+        }
+    }
+}
+
+TEST(ConvertRateSource, EndScalesByTheRatioAndStreamsKeepAMargin)
+{
+    auto* memory = new MemorySource(44100, 1, std::vector<int>(44100));
+    LSoundSource source(memory);
+    LSoundSource up = Convert(source, 48000);
+    EXPECT_EQ(up->GetEndSample(), 48000);
+
+    memory->streaming = true;
+    memory->streamEnd = 44100;
+    const int e = 44100 - 33;
+    EXPECT_EQ(up->GetEndSample(), (e / 147) * 160 + (160 * (e % 147)) / 147 - 1);
+}
+
+TEST(ConvertRateSource, StreamingSourceIsAskedOnlyWhatIsKnownAhead)
+{
+    auto* memory = new MemorySource(44100, 2, std::vector<int>(2 * 50000, 5));
+    memory->streaming = true;
+    memory->streamEnd = 100;
+    LSoundSource source(memory);
+    LSoundSource up = Convert(source, 48000);
+    ReadAll(up, 1000);
+    ASSERT_GE(memory->reads.size(), 3u);
+    EXPECT_EQ(memory->reads[0], 100);
+    for (size_t i = 1; i < memory->reads.size(); ++i)
+        EXPECT_EQ(memory->reads[i], 64) << "refill " << i;
+
+    // A finished file is read in large blocks.
+    auto* file = new MemorySource(44100, 2, std::vector<int>(2 * 50000, 5));
+    LSoundSource plain(file);
+    LSoundSource upPlain = Convert(plain, 48000);
+    ReadAll(upPlain, 1000);
+    EXPECT_EQ(file->reads, std::vector<int>{8192});
+}
+
+TEST(ConvertRateSource, ControlMessagesAddressOnlyTheWrappedStream)
+{
+    auto* memory = new MemorySource(22050, 1, std::vector<int>(10000));
+    LSoundSource source(memory);
+    LSoundSource up = Convert(source, 44100);
+    ReadAll(up, 10);
+    long value = 0;
+    EXPECT_TRUE(up->ControlMessage(1, &value));
+    EXPECT_EQ(value, memory->pos);
+    value = 1234;
+    EXPECT_TRUE(up->ControlMessage(2, &value));
+    EXPECT_EQ(memory->pos, 1234);
+    EXPECT_FALSE(up->ControlMessage(1, nullptr));
+    EXPECT_FALSE(up->ControlMessage(0, &value));
+    EXPECT_FALSE(up->ControlMessage(3, &value));
+}
+
+TEST(ConvertRateSource, LoudMaterialNeitherWrapsNorLosesScale)
+{
+    // Full-scale samples following the signs of the first output's filter row: the largest
+    // sum that row can make, past 2^31 before the final shift.
+    LSoundSource probe(new MemorySource(44100, 1, {}));
+    LSRCConvertRate table(probe, 48000, false, false);
+    const int* row = table.GetRow(0);
+    std::vector<int> worst(100, 0);
+    int64_t absSum = 0;
+    for (int j = 0; j < 63; ++j) {
+        if (j >= 31)
+            worst[static_cast<size_t>(j - 31)] = row[j] >= 0 ? kPeakLimit : -kPeakLimit;
+        absSum += j >= 31 ? std::abs(row[j]) : 0;
+    }
+    LSoundSource source(new MemorySource(44100, 1, worst));
+    LSoundSource up = Convert(source, 48000);
+    EXPECT_NEAR(ReadAll(up, 1)[0], double(absSum) * kPeakLimit / 65536, kPeakLimit * 1e-3);
+
+    // Material far beyond full scale, even past 2^30 where samples no longer fit 16 bits after the
+    // largest block shift, comes out scaled alike, to block floating point precision.
+    const std::vector<int> sine = MakeSine(44100, 1, 3000, 0x7fff0, 20000);
+    LSoundSource a(new MemorySource(44100, 1, sine));
+    LSoundSource upA = Convert(a, 48000);
+    const std::vector<int> outA = ReadAll(upA, 20000);
+    for (int factor : {64, 3000}) {
+        std::vector<int> louder(sine);
+        for (int& x : louder)
+            x *= factor;
+        LSoundSource b(new MemorySource(44100, 1, louder));
+        LSoundSource upB = Convert(b, 48000);
+        const std::vector<int> outB = ReadAll(upB, 20000);
+        for (size_t i = 0; i < outA.size(); ++i)
+            ASSERT_NEAR(outB[i], double(factor) * outA[i], factor * 40.0) << factor << " at " << i;
+    }
+}
+
+TEST(ConvertRateSource, ExtremesOfTheSampleRangeSaturate)
+{
+    // A square wave at the limits of int, across several refills.
+    std::vector<int> extreme(40000);
+    for (size_t i = 0; i < extreme.size(); ++i)
+        extreme[i] = (i / 5000) % 2 ? INT32_MIN : INT32_MAX;
+    LSoundSource source(new MemorySource(44100, 1, extreme, 0x7fffffff));
+    LSoundSource up = Convert(source, 48000);
+    const std::vector<int> out = ReadAll(up, 40000);
+    for (int i = 100; i < 40000; i += 50) {
+        const double at = i * 44100.0 / 48000;
+        if (std::fmod(at, 5000) < 100 || std::fmod(at, 5000) > 4900)
+            continue;  // edges ring
+        ASSERT_GT(std::abs(double(out[size_t(i)])), 0.99 * INT32_MAX) << i;
+        ASSERT_EQ(out[size_t(i)] > 0, extreme[size_t(at)] > 0) << i;
+    }
+}
+
+TEST(PitchSpeed, ConvertsToRateOverSpeedButKeepsTheLabel)
+{
+    auto* memory = new MemorySource(44100, 2, std::vector<int>(2 * 44100, 7), kPeakLimit);
+    LSoundSource source(memory);
+    LSRCPitchSpeed faster(source, 1.05, true);
+    EXPECT_EQ(faster.GetRate(), 44100);
+    EXPECT_EQ(faster.GetPeak(), kPeakLimit);
+    EXPECT_EQ(faster.GetEndSample(), 44100 / 21 * 20);  // L 20, M 21
+
+    // Positions are in converted frames; control messages reach the converter.
+    faster.Seek(2000);
+    EXPECT_EQ(faster.GetPositionSample(), 2000);
+    long below = 0;
+    EXPECT_TRUE(faster.ControlMessage(1, &below));
+    EXPECT_EQ(below, memory->pos);
+
+    LSRCPitchSpeed crawl(source, 0.01, true), slowest(source, 0.1, true);
+    EXPECT_EQ(crawl.GetEndSample(), 441000);
+    EXPECT_EQ(slowest.GetEndSample(), 441000);
+
+    LSoundSource broken = MakeErrorSource(kErrBadFormat, 44100, 2);
+    EXPECT_EQ(LSRCPitchSpeed(broken, 1.05, true).GetError(), kErrInner);
+}
