@@ -1,5 +1,7 @@
 #include "sound/LSRCConvertRate.h"
 
+#include "sound/LBufferHelpers.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -15,16 +17,6 @@ constexpr int kFirstHalfTaps = 32;     // products summed into the first of two 
 constexpr int kSampleLimit = 32767;    // block floating point keeps samples within 16 bits
 constexpr int kMaxBlockShift = 15;     // so that productShift never goes negative
 constexpr int kPeakDoublingBelow = 0x100001;
-
-int64_t _BlockPeak(const int* values, size_t count)
-{
-    int low = 0, high = 0;
-    for (size_t i = 0; i < count; ++i) {
-        low = std::min(low, values[i]);
-        high = std::max(high, values[i]);
-    }
-    return std::max<int64_t>(high, -static_cast<int64_t>(low));
-}
 
 // Samples wider than 16 bits only come from streams beyond the framework's range; their
 // results saturate rather than wrap.
@@ -178,7 +170,7 @@ void LSRCConvertRate::ReadBuffer()
 
     int* block = _Frame(consumed);
     const int count = (n + kHistoryFrames) * channels;
-    const int64_t peak = _BlockPeak(block, static_cast<size_t>(count));
+    const int peak = GetBufferPeak(block, n + kHistoryFrames, channels);
     int shift = 0;
     while ((peak >> shift) > kSampleLimit && shift < kMaxBlockShift)
         ++shift;

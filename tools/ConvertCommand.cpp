@@ -1,5 +1,6 @@
 #include "tools/ToolCommands.h"
 
+#include "sound/LSRCConvChannels.h"
 #include "sound/LWaveFile.h"
 
 #include <algorithm>
@@ -69,8 +70,10 @@ void _Pump(LSoundSource& source, LSoundSink& sink, int limit)
 
 int Convert(const ConvertOptions& options)
 {
-    if (options.rate != ConvertOptions::kUnset || options.channels != ConvertOptions::kUnset) {
-        PrintError("--rate and --channels are not yet supported");
+    const bool badRate = options.rate != ConvertOptions::kUnset && options.rate < 1;
+    const bool badChannels = options.channels != ConvertOptions::kUnset && (options.channels < 1 || options.channels > 255);
+    if (badRate || badChannels) {
+        PrintError(badRate ? "--rate must be at least 1" : "--channels must be 1 to 255");
         return kExitUsage;
     }
     LSoundSource source = OpenByType(options.in);
@@ -78,21 +81,29 @@ int Convert(const ConvertOptions& options)
         PrintError("%s: %s", options.in.c_str(), LGetSoundErrorText(source->GetError()));
         return kExitFailed;
     }
+    const int rate = options.rate == ConvertOptions::kUnset ? source->GetRate() : options.rate;
+    const int channels = options.channels == ConvertOptions::kUnset ? source->GetChannels() : options.channels;
+    LSPConvertSourceRateChannels(rate, static_cast<unsigned char>(channels), source);
+    return WriteWave(source, options.out, options.bits);
+}
+
+int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits)
+{
     // Written beside the target and renamed at the end, so a failure never leaves half a file.
-    const std::string partial = options.out + ".part" + std::to_string(getpid());
-    LSoundSink sink = _OpenOutput(partial, options.bits, source);
+    const std::string partial = out + ".part" + std::to_string(getpid());
+    LSoundSink sink = _OpenOutput(partial, bits, source);
     if (sink->GetError() & kSinkErrorFlag) {
         unlink(partial.c_str());
-        PrintError("%s: cannot be written", options.out.c_str());
+        PrintError("%s: cannot be written", out.c_str());
         return kExitFailed;
     }
-    const int limit = _OutputLimit(options.bits);
+    const int limit = _OutputLimit(bits);
     _Pump(source, sink, source->GetPeak() > limit ? limit : 0);
     const bool failed = (sink->GetError() & kSinkErrorFlag) != 0;
     sink.Close();  // the header is made true here
-    if (failed || rename(partial.c_str(), options.out.c_str()) != 0) {
+    if (failed || rename(partial.c_str(), out.c_str()) != 0) {
         unlink(partial.c_str());
-        PrintError("%s: writing failed", options.out.c_str());
+        PrintError("%s: writing failed", out.c_str());
         return kExitFailed;
     }
     return kExitOk;

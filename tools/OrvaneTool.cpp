@@ -66,11 +66,22 @@ void _DeclareSettings(ToolApp& tool)
     });
 }
 
+void _DeclarePitch(ToolApp& tool)
+{
+    static tool::PitchOptions options;
+    CLI::App* pitch = tool.Add("pitch", "Play a file faster or slower, as a deck does, into a WAVE file",
+                               [] { return tool::Pitch(options); });
+    pitch->add_option("IN", options.in, "Audio file to read")->required();
+    pitch->add_option("OUT", options.out, "WAVE file to write")->required();
+    pitch->add_option("--speed", options.speed, "Speed, 1.0 normal; below 0.1 plays at 0.1")->required();
+}
+
 void _DeclareCommands(ToolApp& tool)
 {
     _DeclareInfo(tool);
     _DeclareConvert(tool);
     _DeclareSettings(tool);
+    _DeclarePitch(tool);
 }
 
 }  // namespace

@@ -31,10 +31,23 @@ struct ConvertOptions {
     int rate = kUnset;        // Hz; unset: the input's
     int channels = kUnset;    // unset: the input's
 };
-// convert IN OUT.wav: IN at its own rate and channels into a WAVE file of the chosen depth.
+// convert IN OUT.wav: IN, at the rate and channels asked (exact mode) or its own, into a WAVE
+// file of the chosen depth.
 int Convert(const ConvertOptions& options);
 // settings get SECTION KEY / settings set SECTION KEY VALUE: prints the value as stored.
 int SettingsGet(const std::string& section, const std::string& key);
 int SettingsSet(const std::string& section, const std::string& key, const std::string& value);
+
+// Writes the whole of `source` to OUT.wav of `bits` (as convert's --bits), held within what
+// the file can keep; OUT appears only when complete.
+int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits);
+
+struct PitchOptions {
+    std::string in;
+    std::string out;
+    double speed = 1.0;
+};
+// pitch IN OUT.wav --speed V: the deck's speed change, labelled at IN's rate, 16 bits.
+int Pitch(const PitchOptions& options);
 
 }  // namespace tool
