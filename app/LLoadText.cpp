@@ -1,13 +1,10 @@
 #include "app/LLoadText.h"
 
-#include "base/LReadFile.h"
-#include "base/flocktimed.h"
-
-#include <sys/file.h>
+#include "base/LFileRef.h"
 
 namespace {
 
-constexpr unsigned int kLoadLockWaitMs = 1000;
+constexpr unsigned int kLoadLockWaitMs = 1000;  // milliseconds
 constexpr size_t kLoadChunkBytes = 65536;
 
 }  // namespace
@@ -15,10 +12,9 @@ constexpr size_t kLoadChunkBytes = 65536;
 bool LLoadText(const char* path, std::string& out)
 {
     out.clear();
-    LReadFile file(path);
-    if (!file.IsOpen())
+    LSharedReadFile file;
+    if (!file.Open(path, kLoadLockWaitMs))
         return false;
-    flocktimed(file.GetDescriptor(), LOCK_SH, kLoadLockWaitMs);
     for (;;) {
         size_t used = out.size();
         out.resize(used + kLoadChunkBytes);

@@ -1,7 +1,7 @@
 #include "app/LSettings.h"
 
 #include "app/LLoadText.h"
-#include "base/LReadFile.h"
+#include "base/LFileRef.h"
 #include "base/flocktimed.h"
 
 #include <cerrno>
@@ -100,7 +100,7 @@ bool _ReplaceFile(const std::string& path, const std::string& bytes)
     bool ok = LWriteFully(fd, bytes.data(), bytes.size()) == bytes.size() && fsync(fd) == 0;
     ok = close(fd) == 0 && ok;
     if (ok && rename(temporary.c_str(), path.c_str()) == 0) {
-        LReadFile folder(_FolderOf(path).c_str());
+        LReadFileRef folder(_FolderOf(path).c_str());
         if (folder.IsOpen())
             fsync(folder.GetDescriptor());
         return true;

@@ -139,15 +139,11 @@ TEST(ToolConvert, RefusesWithoutLeavingAFile)
     const std::string out = folder / "out.wav";
     LWaveFile::OpenSinkPCM(in.c_str(), 44100, 1, 16, 0)->Write(Ramp(100).data(), 100);
 
-    ToolRun run = RunTool(folder, "convert " + in + " " + out + " --rate 48000");
-    EXPECT_EQ(run.exitCode, 2);
-    EXPECT_NE(run.err.find("not yet supported"), std::string::npos);
-    EXPECT_EQ(RunTool(folder, "convert " + in + " " + out + " --channels 2").exitCode, 2);
     EXPECT_EQ(RunTool(folder, "convert " + in + " " + out + " --bits 12").exitCode, 2);
     EXPECT_EQ(RunTool(folder, "convert " + in).exitCode, 2);
 
     WriteWholeFile(folder / "bad.wav", "RIFF....WAVEjunk");
-    run = RunTool(folder, "convert " + folder / "bad.wav" + " " + out);
+    ToolRun run = RunTool(folder, "convert " + folder / "bad.wav" + " " + out);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(run.err.find("bad or corrupt"), std::string::npos);
     EXPECT_EQ(RunTool(folder, "convert " + in + " " + folder / "no/such/dir/out.wav").exitCode, 1);
