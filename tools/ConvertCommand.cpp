@@ -44,12 +44,11 @@ int _OutputLimit(const std::string& bits)
     return bits == "8" ? 0x7f7ff : kPeakLimit;
 }
 
-// Pulls the whole source into the sink, holding values within `limit` when it is not 0
+// Pulls `end` frames of the source into the sink, holding values within `limit` when it is not 0
 // (standing where the peak limiter goes in the program's chain).
-void _Pump(LSoundSource& source, LSoundSink& sink, int limit)
+void _Pump(LSoundSource& source, LSoundSink& sink, int limit, int end)
 {
     const int channels = source->GetChannels();
-    const int end = source->GetEndSample();
     std::vector<int> block(static_cast<size_t>(kBlockFrames) * channels);
     for (int done = 0; done < end; done += kBlockFrames) {
         const int frames = std::min(kBlockFrames, end - done);
@@ -87,8 +86,10 @@ int Convert(const ConvertOptions& options)
     return WriteWave(source, options.out, options.bits);
 }
 
-int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits)
+int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits, int frames)
 {
+    if (frames < 0)
+        frames = std::max(0, source->GetEndSample() - source->GetPositionSample());
     // Written beside the target and renamed at the end, so a failure never leaves half a file.
     const std::string partial = out + ".part" + std::to_string(getpid());
     LSoundSink sink = _OpenOutput(partial, bits, source);
@@ -98,7 +99,7 @@ int WriteWave(LSoundSource& source, const std::string& out, const std::string& b
         return kExitFailed;
     }
     const int limit = _OutputLimit(bits);
-    _Pump(source, sink, source->GetPeak() > limit ? limit : 0);
+    _Pump(source, sink, source->GetPeak() > limit ? limit : 0, frames);
     const bool failed = (sink->GetError() & kSinkErrorFlag) != 0;
     sink.Close();  // the header is made true here
     if (failed || rename(partial.c_str(), out.c_str()) != 0) {

@@ -38,9 +38,9 @@ int Convert(const ConvertOptions& options);
 int SettingsGet(const std::string& section, const std::string& key);
 int SettingsSet(const std::string& section, const std::string& key, const std::string& value);
 
-// Writes the whole of `source` to OUT.wav of `bits` (as convert's --bits), held within what
-// the file can keep; OUT appears only when complete.
-int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits);
+// Writes `frames` frames of `source` (-1: from its position to its end) to OUT.wav of `bits`
+// (as convert's --bits), held within what the file can keep; OUT appears only when complete.
+int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits, int frames = -1);
 
 struct PitchOptions {
     std::string in;
