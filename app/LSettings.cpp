@@ -1,6 +1,7 @@
 #include "app/LSettings.h"
 
 #include "app/LLoadText.h"
+#include "base/LFile.h"
 #include "base/LFileRef.h"
 #include "base/flocktimed.h"
 
@@ -301,7 +302,9 @@ bool LUserSettingGetBool(const char* section, const char* key, bool def)
 
 std::string LSharedSettingsPath()
 {
-    return _XdgFirstOfList("XDG_DATA_DIRS", "/usr/local/share") + "/Orvane/SharedSettings.xml";
+    char folder[LFile::kPathBytes];
+    LFile::GetSharedDataFolderApp(folder);
+    return std::string(folder) + "/SharedSettings.xml";
 }
 
 void LSharedSettingsLoad(LXMLDocument& document)
