@@ -1,5 +1,7 @@
 #include "sound/LSRCReverb3.h"
 
+#include "sound/LBufferHelpers.h"
+
 #include "sound/DelaySources.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +100,21 @@ TEST(Reverb, BlocksOfAnySizeGiveTheSameStreamAndMonoRunsTheLeftSide)
     const auto monoOut = ReadAll(m, frames), stereoOut = ReadAll(st, frames);
     for (int f = 0; f < frames; ++f)
         ASSERT_EQ(monoOut[f], stereoOut[2 * f]) << f;
+}
+
+TEST(Reverb, RoomAndDampingBeyondTheDeckStillDieAway)
+{
+    // Unheld, room 10,000 gives the combs a feedback of 1.4 and damping 255 a low pass that
+    // grows: either tail would swell instead of fading.
+    for (unsigned char damping : {100, 255}) {
+        std::vector<int> in = MakeNoise(2, 44100, 0x7fff0);
+        in.resize(in.size() * 8, 0);
+        LSoundSource s = MakeMemorySource(44100, 2, in);
+        s = LSPReverb3(10000, damping, LdBValue(0), LdBValue(-127)).OpenSource(s);
+        const auto out = ReadAll(s, 8 * 44100);
+        EXPECT_LT(GetBufferPeak(out.data() + 14 * 44100, 44100, 2), GetBufferPeak(out.data() + 2 * 44100, 44100, 2))
+            << int(damping);
+    }
 }
 
 }  // namespace
