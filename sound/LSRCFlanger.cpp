@@ -28,7 +28,8 @@ LSRCFlanger::LSRCFlanger(LSoundSource& inner, int delayMs, double rateHz, int de
     _ringLength = (_centreFrames + (_centreFrames * depth) / 100 + 2) * channels;
     _ring = std::make_unique<int[]>(static_cast<size_t>(_ringLength));
     _mix = std::clamp(mixPercent, 0, 100) * 0.01;
-    _phaseStep = kTwoPi * rateHz / rate;
+    // Past the rate the sweep only aliases; held there, the phase never runs off to infinity.
+    _phaseStep = std::isfinite(rateHz) ? kTwoPi * std::clamp(rateHz, -double(rate), double(rate)) / rate : 0.0;
 }
 
 void LSRCFlanger::Read(int* buffer, int frames)

@@ -13,7 +13,7 @@ public:
     static constexpr int kMaxRingInts = 1 << 22;    // the ring never grows past this, any rate or channels
 
     // delayMs is held within 0..kMaxDelayMs, depthPercent and mixPercent within 0..100, so the
-    // swept delay never leaves the ring.
+    // swept delay never leaves the ring; rateHz within +-rate, and 0 when not finite.
     LSRCFlanger(LSoundSource& inner, int delayMs, double rateHz, int depthPercent, int mixPercent);
 
     void Read(int* buffer, int frames) override;

@@ -55,6 +55,10 @@ TEST(Flanger, ParametersBeyondTheSlidersAreHeldInsideTheRing)
     w = wide.OpenSource(w);
     EXPECT_LE(static_cast<LSRCFlanger*>(wide.source.Get())->GetRingLength(), LSRCFlanger::kMaxRingInts);
     ReadInBlocks(w, 50);
+
+    LSoundSource odd = MakeMemorySource(44100, 2, in);  // a rate that is no number: no sweep
+    odd = LSPFlanger(10, std::nan(""), 100, 100).OpenSource(odd);
+    EXPECT_EQ(ReadInBlocks(odd, 8000), FlangerModel(in, 2, 44100, 10, 0.0, 100, 100));
 }
 
 TEST(Flanger, ZeroDelayScalesByOnePlusMix)
