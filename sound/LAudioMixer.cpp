@@ -168,37 +168,37 @@ void LAudioMixer::NoticeAll()
         entry->notYetNoticed = false;
 }
 
-void LAudioMixer::AddChannelDesignation(int id, int sourceChannel, int outputChannel)
+template <typename Change>
+void LAudioMixer::_ChangeDesignations(int id, int sourceChannel, int outputChannel, Change change)
 {
     if (!IsChannel(sourceChannel) || !IsChannel(outputChannel))
         return;
     std::lock_guard guard(_list->lock);
-    LAudioMixerSource* entry = _Find(id);
-    if (!entry)
-        return;
-    int* list = entry->designations[sourceChannel];
-    int* end = list + LAudioMixerSource::kMaxChannels;
-    // The whole list is searched, holes included, so that a route never doubles.
-    if (std::find(list, end, outputChannel) != end)
-        return;
-    int* hole = std::find(list, end, -1);
-    if (hole != end)
-        *hole = outputChannel;
+    if (LAudioMixerSource* entry = _Find(id)) {
+        int* list = entry->designations[sourceChannel];
+        change(list, list + LAudioMixerSource::kMaxChannels);
+    }
+}
+
+void LAudioMixer::AddChannelDesignation(int id, int sourceChannel, int outputChannel)
+{
+    _ChangeDesignations(id, sourceChannel, outputChannel, [outputChannel](int* list, int* end) {
+        // The whole list is searched, holes included, so that a route never doubles.
+        if (std::find(list, end, outputChannel) != end)
+            return;
+        int* hole = std::find(list, end, -1);
+        if (hole != end)
+            *hole = outputChannel;
+    });
 }
 
 void LAudioMixer::RemoveChannelDesignation(int id, int sourceChannel, int outputChannel)
 {
-    if (!IsChannel(sourceChannel) || !IsChannel(outputChannel))
-        return;
-    std::lock_guard guard(_list->lock);
-    LAudioMixerSource* entry = _Find(id);
-    if (!entry)
-        return;
-    int* list = entry->designations[sourceChannel];
-    int* end = list + LAudioMixerSource::kMaxChannels;
-    int* slot = std::find(list, end, outputChannel);
-    if (slot != end)
-        *slot = -1;
+    _ChangeDesignations(id, sourceChannel, outputChannel, [outputChannel](int* list, int* end) {
+        int* slot = std::find(list, end, outputChannel);
+        if (slot != end)
+            *slot = -1;
+    });
 }
 
 void LAudioMixer::SetChannelDesignationVolume(int id, int sourceChannel, int outputChannel, LdBValue volume)

@@ -69,6 +69,10 @@ private:
     LAudioMixerSource* _Find(int id) const;
     // Swaps in `source`, returning the old handle so it is released outside the lock.
     LSoundSource _Swap(int id, LSoundSource& source, bool keepPosition);
+    // Runs `change(list, listEnd)` on one designation list under the lock; channels out of
+    // range are ignored.
+    template <typename Change>
+    void _ChangeDesignations(int id, int sourceChannel, int outputChannel, Change change);
 
     std::shared_ptr<LAudioMixerList> _list;
     bool _endAtShortest;

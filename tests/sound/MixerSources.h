@@ -8,7 +8,7 @@
 // A MemorySource behind a handle, with the raw pointer kept for looking at what it was asked.
 struct HeldMemory {
     LSoundSource handle;
-    MemorySource* memory;
+    MemorySource* memory = nullptr;
 };
 
 inline HeldMemory MakeMemory(std::vector<int> samples, unsigned char channels = 2, int rateHz = 44100)
@@ -17,14 +17,16 @@ inline HeldMemory MakeMemory(std::vector<int> samples, unsigned char channels = 
     return {LSoundSource(memory), memory};
 }
 
-// `frames` frames counting up from `first` by one a frame, the same on every channel and
-// negated on odd channels, so that each frame and channel can be told apart.
+constexpr int kPairOffset = 1000000;  // added to every further channel pair of a Ramp
+
+// `frames` frames counting up from `first` by one a frame, negated on odd channels and
+// raised by kPairOffset for each further pair, so that each frame and channel can be told apart.
 inline std::vector<int> Ramp(int frames, unsigned char channels = 2, int first = 1)
 {
     std::vector<int> out(static_cast<size_t>(frames) * channels);
     for (int f = 0; f < frames; ++f)
         for (int c = 0; c < channels; ++c)
-            out[static_cast<size_t>(f) * channels + c] = (c % 2 ? -1 : 1) * (first + f);
+            out[static_cast<size_t>(f) * channels + c] = (c % 2 ? -1 : 1) * (first + f + c / 2 * kPairOffset);
     return out;
 }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-// A four-channel mix whose frame f holds f+1 on channels 0 and 2 and -(f+1) on 1 and 3.
+// A four-channel mix: Ramp(frames, 4), whose second pair is the first raised by kPairOffset.
 struct Split {
     explicit Split(int frames = 60000)
         : mix(MakeMemory(Ramp(frames, 4), 4)),
@@ -40,7 +40,7 @@ TEST(Splitter, SendsTheSecondPairThroughTheRing)
     EXPECT_FALSE(split.ring->read.IsSignaled());
 
     split.secondary->Read(block.data(), 2);
-    EXPECT_EQ(block, (std::vector<int>{1, -1, 2, -2, 99, 99, 99, 99}));
+    EXPECT_EQ(block, (std::vector<int>{kPairOffset + 1, -kPairOffset - 1, kPairOffset + 2, -kPairOffset - 2, 99, 99, 99, 99}));
     EXPECT_TRUE(split.ring->read.IsSignaled());
     EXPECT_EQ(split.secondary->GetPositionSample(), 2);
 }
@@ -64,7 +64,7 @@ TEST(Splitter, PrefillAndSkipKeepBothSidesOnTheSameFrames)
     EXPECT_TRUE(split.primary->ControlMessage(0, &difference));
     EXPECT_TRUE(split.mix.memory->seeks.empty());
 
-    EXPECT_EQ(ReadAll(split.secondary, 24000), Ramp(24000, 2, 1001));
+    EXPECT_EQ(ReadAll(split.secondary, 24000), Ramp(24000, 2, kPairOffset + 1001));
     EXPECT_TRUE(split.primary->ControlMessage(1, nullptr));
 }
 
@@ -76,8 +76,8 @@ TEST(Splitter, FrameDifferenceDelaysTheSecondarySide)
     ReadAll(split.primary, 13000);
     const std::vector<int> heard = ReadAll(split.secondary, 13000);
     // After the prefill the secondary repeats 100 frames and stays that far behind.
-    EXPECT_EQ(std::vector<int>(heard.begin(), heard.begin() + 2 * 12600), Ramp(12600));
-    EXPECT_EQ(std::vector<int>(heard.begin() + 2 * 12600, heard.end()), Ramp(400, 2, 12501));
+    EXPECT_EQ(std::vector<int>(heard.begin(), heard.begin() + 2 * 12600), Ramp(12600, 2, kPairOffset + 1));
+    EXPECT_EQ(std::vector<int>(heard.begin() + 2 * 12600, heard.end()), Ramp(400, 2, kPairOffset + 12501));
 }
 
 TEST(Splitter, StereoMixFeedsTheSamePairAndAFullRingDropsNewFrames)
