@@ -1,5 +1,6 @@
 #include "sound/LBufferHelpers.h"
 #include "sound/LPeakLimit.h"
+#include "tests/sound/EffectSources.h"
 #include "tests/sound/MemorySource.h"
 
 #include <gtest/gtest.h>
@@ -16,19 +17,6 @@ std::vector<int> Concat(std::vector<int> a, const std::vector<int>& b)
 {
     a.insert(a.end(), b.begin(), b.end());
     return a;
-}
-
-// Reads the whole stream in uneven pieces, as a player whose ring wants odd counts does.
-std::vector<int> ReadInPieces(LSoundSource& s, int frames)
-{
-    std::vector<int> out(static_cast<size_t>(frames) * s->GetChannels());
-    int done = 0;
-    for (int piece = 1; done < frames; piece = piece * 7 % 1999 + 1) {
-        const int n = std::min(piece, frames - done);
-        s->Read(out.data() + static_cast<size_t>(done) * s->GetChannels(), n);
-        done += n;
-    }
-    return out;
 }
 
 }  // namespace
