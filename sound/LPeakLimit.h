@@ -32,7 +32,6 @@ public:
     void Seek(int sample) override;
     bool ControlMessage(int id, long* data) override;
 
-    int GetBlockFrames() const { return _blockFrames; }
 
 private:
     int* _Buffer(int age) const;  // 0 the played block, 2 the newest
