@@ -32,7 +32,6 @@ public:
     void Seek(int sample) override;
     bool ControlMessage(int id, long* data) override;
 
-
 private:
     int* _Buffer(int age) const;  // 0 the played block, 2 the newest
     int _BlockGain(const int* block) const;
