@@ -33,6 +33,9 @@ TEST(CrossFade, FlagClearPassesThroughAndSeekMovesTheIndexWithWrap)
     owner.fadeRequested = true;
     EXPECT_EQ(ReadAll(s, 1)[0], in[2 * size_t(frames - 6000)]);  // one frame: all old material
     EXPECT_FALSE(owner.fadeRequested);
+
+    LSoundSource closed;
+    EXPECT_EQ(owner.OpenSource(closed, 1024)->GetError(), kErrInner);
 }
 
 TEST(CrossFade, RebuiltChainSoughtBackFadesFromTheSameMaterial)
