@@ -1,0 +1,68 @@
+#include "sound/LCrossFade.h"
+
+#include "sound/LdB.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+LSoundSource LCrossFadeSource::OpenSource(LSoundSource& source, int /*frames*/)
+{
+    return LSoundSource(new LSRCCrossFade(source, *this));
+}
+
+LSRCCrossFade::LSRCCrossFade(LSoundSource& source, LCrossFadeSource& owner)
+    : LSoundSourceBase(source->GetRate(), source->GetChannels(), kPeakDefault),
+      _source(source),
+      _owner(owner),
+      _history(std::make_unique<int[]>(kHistoryValues))
+{
+    if (source->GetError() != kErrNone)
+        error = kErrInner;
+}
+
+void LSRCCrossFade::Read(int* out, int frames)
+{
+    if (frames <= 0)
+        return;
+    _source->Read(out, frames);
+    if (_owner.fadeRequested.exchange(false))
+        _Fade(out, frames);
+    _Remember(out, frames * channels);
+}
+
+// New gain rises from 0 and old gain falls from 1 by the same step each frame.
+void LSRCCrossFade::_Fade(int* block, int frames) const
+{
+    const int step = kGainUnity / frames;
+    int a = 0, b = kGainUnity;
+    int h = _index;
+    for (int f = 0; f < frames; ++f) {
+        for (int c = 0; c < channels; ++c, ++block) {
+            *block = LGainMultiply(*block, a) + LGainMultiply(_history[h], b);
+            if (++h == kHistoryValues)
+                h = 0;
+        }
+        a += step;
+        b -= step;
+    }
+}
+
+void LSRCCrossFade::_Remember(const int* block, int count)
+{
+    while (count > 0) {
+        const int n = std::min(count, kHistoryValues - _index);
+        std::memcpy(_history.get() + _index, block, sizeof(int) * static_cast<size_t>(n));
+        block += n;
+        count -= n;
+        _index = (_index + n) % kHistoryValues;
+    }
+}
+
+void LSRCCrossFade::Seek(int sample)
+{
+    const int64_t p = _source->GetResyncPositionSample();
+    _source->Seek(sample);
+    const int64_t back = (p - sample) * channels % kHistoryValues;
+    _index = static_cast<int>((_index - back + kHistoryValues) % kHistoryValues);
+}

@@ -1,0 +1,53 @@
+#include "sound/LDistortion.h"
+
+#include "sound/LdB.h"
+
+#include <algorithm>
+
+LSoundSource LSPDistortion::OpenSource(LSoundSource& inner) const
+{
+    return LSoundSource(new LSRCDistortion(inner, *this));
+}
+
+LSRCDistortion::LSRCDistortion(LSoundSource& inner, const LSPDistortion& params)
+    : LSoundProcessBase(inner), _amount(std::clamp(params.amount, 0.0, 1.0)), _level(params.level)
+{
+    _Rebuild();
+}
+
+void LSRCDistortion::_Rebuild()
+{
+    constexpr double kOne = 16777216.0;  // gain 1.0
+    const double s = 1 - 0.22 * _amount;
+    _g2 = static_cast<int>((1 - _amount) * kOne);
+    _g1 = static_cast<int>(s * kOne);
+    _g0 = static_cast<int>((4 - 3 * s) * kOne);
+    _t1 = _level >> 2;
+    _t2 = _level;
+    _c1 = LGainMultiply(_t1, _g0) - LGainMultiply(_t1, _g1);
+    _c2 = _c1 + LGainMultiply(_t2, _g1) - LGainMultiply(_t2, _g2);
+}
+
+int LSRCDistortion::_Shape(int x) const
+{
+    if (x >= 0) {
+        if (x < _t1)
+            return LGainMultiply(x, _g0);
+        if (x < _t2)
+            return LGainMultiply(x, _g1) + _c1;
+        return LGainMultiply(x, _g2) + _c2;
+    }
+    if (x > -_t1)
+        return LGainMultiply(x, _g0);
+    if (x > -_t2)
+        return LGainMultiply(x, _g1) - _c1;
+    return LGainMultiply(x, _g2) - _c2;
+}
+
+void LSRCDistortion::Read(int* buffer, int frames)
+{
+    source->Read(buffer, frames);
+    const int count = std::max(frames, 0) * channels;
+    for (int i = 0; i < count; ++i)
+        buffer[i] = _Shape(buffer[i]);
+}

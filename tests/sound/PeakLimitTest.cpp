@@ -1,0 +1,72 @@
+#include "sound/LBufferHelpers.h"
+#include "sound/LPeakLimit.h"
+#include "tests/sound/EffectSources.h"
+#include "tests/sound/MemorySource.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+constexpr int kRate = 44100;
+constexpr int kLoudPeak = 0x200000;  // what a mixer may announce
+
+}  // namespace
+
+TEST(PeakLimit, NotInsertedForAStreamWithinTheLimit)
+{
+    LSoundSource quiet(new MemorySource(kRate, 2, {}, kPeakLimit));
+    EXPECT_EQ(LSPPeakLimit(kPeakLimit).OpenSource(quiet).Get(), quiet.Get());
+    LSoundSource loud(new MemorySource(kRate, 2, {}, kLoudPeak));
+    LSoundSource limited = LSPPeakLimit(kPeakLimit).OpenSource(loud);
+    EXPECT_NE(limited.Get(), loud.Get());
+    EXPECT_EQ(limited->GetPeak(), kPeakLimit);
+}
+
+TEST(PeakLimit, LoudStreamNeverPassesTheLimitAndQuietPartIsCopied)
+{
+    // Quiet, a sudden burst at twice full scale, then quiet again for long enough to recover.
+    const auto quiet = MakeSine(kRate, 2, 300, 0x40000, kRate / 2);
+    const auto burst = MakeSine(kRate, 2, 2000, 0xfff00, kRate / 2);
+    auto in = quiet;
+    in.insert(in.end(), burst.begin(), burst.end());
+    in.insert(in.end(), quiet.begin(), quiet.end());
+    const int frames = int(in.size()) / 2;
+    LSoundSource s(new MemorySource(kRate, 2, in, kLoudPeak));
+    s = LSPPeakLimit(kPeakLimit).OpenSource(s);
+    const auto out = ReadInPieces(s, frames);
+
+    EXPECT_LE(GetBufferPeak(out.data(), frames, 2), kPeakLimit);
+    // Limited, not muted: the burst still comes close to the limit.
+    EXPECT_GT(GetBufferPeak(out.data() + kRate, kRate / 2, 2), kPeakLimit * 9 / 10);
+    const size_t head = 2 * 1000, tail = 2 * size_t(kRate / 4);
+    EXPECT_TRUE(std::equal(in.begin(), in.begin() + head, out.begin()));
+    EXPECT_TRUE(std::equal(in.end() - tail, in.end(), out.end() - tail));
+}
+
+TEST(PeakLimit, DeliversFromFrameZeroAndAfterSeekDespiteReadingAhead)
+{
+    std::vector<int> ramp(2 * 20000);
+    for (size_t i = 0; i < ramp.size(); ++i)
+        ramp[i] = int(i);
+    auto* mem = new MemorySource(kRate, 2, ramp, kLoudPeak);
+    LSoundSource s(mem);
+    s = LSPPeakLimit(kPeakLimit).OpenSource(s);
+    const int block = kRate / 35;
+
+    const auto first = ReadAll(s, 100);
+    EXPECT_EQ(mem->reads, (std::vector<int>{block, block, block}));
+    EXPECT_EQ(s->GetPositionSample(), 100);
+    EXPECT_TRUE(std::equal(first.begin(), first.end(), ramp.begin()));
+
+    s->Seek(5000);
+    EXPECT_EQ(s->GetPositionSample(), 5000);
+    const auto later = ReadAll(s, 2 * block);
+    EXPECT_TRUE(std::equal(later.begin(), later.end(), ramp.begin() + 2 * 5000));
+
+    mem->streaming = true;  // a growing stream hides the read-ahead from its end
+    mem->streamEnd = 20000;
+    EXPECT_EQ(s->GetEndSample(), 20000 - 3 * block);
+}
