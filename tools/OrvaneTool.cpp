@@ -76,12 +76,33 @@ void _DeclarePitch(ToolApp& tool)
     pitch->add_option("--speed", options.speed, "Speed, 1.0 normal; below 0.1 plays at 0.1")->required();
 }
 
+void _DeclareDeck(ToolApp& tool)
+{
+    static tool::DeckOptions o;
+    CLI::App* deck = tool.Add("deck", "Render a WAVE file through a deck's chain with the given settings",
+                              [] { return tool::Deck(o); });
+    deck->add_option("IN", o.in, "WAVE file on the deck")->required();
+    deck->add_option("OUT", o.out, "WAVE file to write (16 bits)")->required();
+    deck->add_option("--eq", o.eq, "Equaliser L,M,H in dB")->delimiter(',')->expected(3);
+    deck->add_option("--highpass", o.highPass, "High pass corner (Hz)");
+    deck->add_option("--reverb", o.reverb, "Reverb MIX,MS,OPTION")->delimiter(',')->expected(3);
+    deck->add_option("--distortion", o.distortion, "Distortion AMOUNT,DB")->delimiter(',')->expected(2);
+    deck->add_option("--phaser", o.phaser, "Phaser A,B")->delimiter(',')->expected(2);
+    deck->add_option("--flanger", o.flanger, "Flanger A,B,C,D")->delimiter(',')->expected(4);
+    deck->add_option("--delay", o.delay, "Delay A,B")->delimiter(',')->expected(2);
+    deck->add_option("--pitch", o.pitch, "Speed ratio, 1.0 normal");
+    deck->add_option("--loop", o.loop, "Loop CUE,FRAMES")->delimiter(',')->expected(2);
+    deck->add_option("--start", o.start, "First frame");
+    deck->add_option("--frames", o.frames, "Frames to render (default: to the end; 30 s with a loop)");
+}
+
 void _DeclareCommands(ToolApp& tool)
 {
     _DeclareInfo(tool);
     _DeclareConvert(tool);
     _DeclareSettings(tool);
     _DeclarePitch(tool);
+    _DeclareDeck(tool);
 }
 
 }  // namespace

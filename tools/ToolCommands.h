@@ -7,6 +7,7 @@
 #include "sound/LSoundSource.h"
 
 #include <string>
+#include <vector>
 
 namespace tool {
 
@@ -49,5 +50,24 @@ struct PitchOptions {
 };
 // pitch IN OUT.wav --speed V: the deck's speed change, labelled at IN's rate, 16 bits.
 int Pitch(const PitchOptions& options);
+
+// deck IN.wav OUT.wav [options]: IN through the chain a deck builds with those settings on.
+// Lists hold the values of one option in order; an empty list leaves that effect off.
+struct DeckOptions {
+    std::string in;
+    std::string out;
+    std::vector<int> eq;            // low, mid, high dB
+    int highPass = 0;               // Hz; 0 off
+    std::vector<int> reverb;        // mix percent, time ms, option
+    std::vector<double> distortion; // amount, gain dB
+    std::vector<int> phaser;        // a, b
+    std::vector<double> flanger;    // a, b, c, d
+    std::vector<int> delay;         // a, b
+    double pitch = 1.0;
+    std::vector<int> loop;          // cue frame, length in frames
+    int start = 0;                  // frame
+    int frames = -1;                // -1: to the end, or 30 s with a loop
+};
+int Deck(const DeckOptions& options);
 
 }  // namespace tool

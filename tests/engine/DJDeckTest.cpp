@@ -1,0 +1,173 @@
+#include "engine/DJDeck.h"
+
+#include "sound/LDistortion.h"
+#include "sound/LHighPass.h"
+#include "sound/LParametricEq.h"
+#include "sound/LSRCEcho.h"
+#include "sound/LSRCFlanger.h"
+#include "sound/LSRCReverb3.h"
+#include "sound/LSRCConvertRate.h"
+#include "sound/LWaveFile.h"
+#include "sound/MemorySource.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr int kRate = 44100;
+constexpr int kFrames = 44100;  // one second
+
+// A stereo test track: a sine on the left, another on the right, loud enough for every stage
+// to change it.
+std::string WriteTrack(const TempFolder& folder)
+{
+    const std::string path = folder / "track.wav";
+    std::vector<int> left = MakeSine(kRate, 1, 220.0, 300000, kFrames);
+    std::vector<int> right = MakeSine(kRate, 1, 1330.0, 200000, kFrames);
+    std::vector<int> stereo(2 * kFrames);
+    for (int f = 0; f < kFrames; ++f) {
+        stereo[2 * f] = left[f];
+        stereo[2 * f + 1] = right[f];
+    }
+    LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), kRate, 2, 16, 0);
+    sink->Write(stereo.data(), kFrames);
+    return path;
+}
+
+std::vector<int> Render(LSoundSource source, int frames = 8192)
+{
+    return ReadAll(source, frames);
+}
+
+LSoundSource Equalised(LSoundSource working, int low, int mid, int high)
+{
+    working = LSPParametricEq(LdBValue(low), 100, 1.4).OpenSource(working);
+    working = LSPParametricEq(LdBValue(mid), 400, 1.4).OpenSource(working);
+    return LSPParametricEq(LdBValue(high), 1000, 1.4).OpenSource(working);
+}
+
+class Listener : public DJDeckNotify {
+public:
+    explicit Listener(std::string& log, char tag) : _log(log), _tag(tag) {}
+    void djntfFX(DJDeck&) override { _log += _tag; }
+    void djntfPitch(DJDeck&) override { _log += 'p'; }
+
+private:
+    std::string& _log;
+    char _tag;
+};
+
+}  // namespace
+
+TEST(DJDeckChain, PlainChainIsFileThenThreeEqualiserStages)
+{
+    TempFolder folder;
+    DJDeck deck;
+    ASSERT_TRUE(deck.SetTrack(WriteTrack(folder).c_str()));
+    deck.SetEq(LdBValue(-6), LdBValue(3), LdBValue(9));
+    LSoundSource chain = deck.OpenSource();
+    EXPECT_EQ(chain->GetPeak(), kPeakDefault);
+    EXPECT_EQ(chain->GetEndSample(), kFrames);
+    EXPECT_EQ(Render(chain), Render(Equalised(LWaveFile::OpenSource((folder / "track.wav").c_str()), -6, 3, 9)));
+}
+
+TEST(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
+{
+    TempFolder folder;
+    const std::string path = WriteTrack(folder);
+    DJDeck deck;
+    ASSERT_TRUE(deck.SetTrack(path.c_str()));
+    deck.SetHighPass(0, true);  // raised to 1 Hz
+    deck.SetReverb(30, LSoundTime(2000), 40, true);
+    deck.SetDistortion(0.4, LdBValue(6), true);
+    deck.SetFlanger(5, 0.5, 40, 50, true);
+    deck.SetPhaser(3, 60, true);
+    deck.SetDelay(40, 5000, true);  // held at 4,000 ms
+    deck.SetEq(LdBValue(2), LdBValue(-3), LdBValue(4));
+    deck.SetPitch(1.05);
+    deck.SetRestartPosition(1000);
+    const std::vector<int> got = Render(deck.OpenSource());
+    EXPECT_EQ(deck.GetEffects().highPassFrequency, 1);
+
+    LSoundSource expected = LWaveFile::OpenSource(path.c_str());
+    expected = LSPHighPass(1).OpenSource(expected);
+    expected = LSPReverb3(2000, 40, LdBValue(-10), LdBValue(-3)).OpenSource(expected);
+    expected = LSPDistortion(0.4, 261523).OpenSource(expected);  // trunc(10^0.3 * 2^17)
+    expected = LSPFlanger(5, 0.5, 40, 50).OpenSource(expected);
+    expected = LSPFlanger(3, 0.0, 0, 60).OpenSource(expected);
+    expected = LSPEcho(40, 4000).OpenSource(expected);
+    expected = LSoundSource(new LSRCPitchSpeed(expected, 1.05, true));
+    expected->Seek(1000);
+    EXPECT_EQ(got, Render(Equalised(expected, 2, -3, 4)));
+}
+
+TEST(DJDeckChain, ParameterMappingsAtTheirLimits)
+{
+    EXPECT_EQ(DJReverbWetGain(100).GetDB(), 0);
+    EXPECT_EQ(DJReverbDryGain(100).GetDB(), LdBValue::kSilence);
+    EXPECT_EQ(DJReverbWetGain(0).GetDB(), LdBValue::kSilence);
+    EXPECT_EQ(DJReverbWetGain(50).GetDB(), -6);
+    EXPECT_EQ(DJReverbDryGain(1).GetDB(), 0);  // -0.087 rounds to 0
+    EXPECT_EQ(DJDistortionLevel(LdBValue(0)), 131072);
+    EXPECT_EQ(DJDistortionLevel(LdBValue(-127)), 0);  // 10^-6.35 * 2^17 is below 1
+
+    TempFolder folder;
+    const std::string path = WriteTrack(folder);
+    DJDeck deck;
+    deck.SetTrack(path.c_str());
+    deck.SetDelay(40, 0, true);
+    LSoundSource file = LWaveFile::OpenSource(path.c_str());
+    LSoundSource expected = LSPEcho(40, 1).OpenSource(file);
+    EXPECT_EQ(Render(deck.OpenSource()), Render(Equalised(expected, 0, 0, 0)));
+}
+
+TEST(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
+{
+    TempFolder folder;
+    DJDeck deck;
+    deck.SetTrack(WriteTrack(folder).c_str());
+    deck.SetRestartPosition(kFrames / 2);
+    deck.SetLoopFrames(kFrames / 4, 1000);
+    std::string log;
+    Listener first(log, '1'), second(log, '2'), third(log, '3');
+    deck.AddNotify(&first);
+    deck.AddNotify(&second);
+    deck.AddNotify(&third);  // a deck has room for two
+    deck.SetPitch(0.05);
+    EXPECT_EQ(log, "pp");
+    const int end = deck.OpenSource()->GetEndSample();
+    EXPECT_NEAR(end, kFrames * 10, 10);
+    EXPECT_NEAR(deck.GetRestartPosition(), end / 2, 1);
+    EXPECT_NEAR(deck.GetCueMark(), end / 4, 1);
+    EXPECT_NEAR(deck.GetLoopLength(), 10000, 10);
+    deck.SetEq(LdBValue(0), LdBValue(0), LdBValue(0));
+    EXPECT_EQ(log, "pp12");
+}
+
+TEST(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
+{
+    TempFolder folder;
+    const std::string path = WriteTrack(folder);
+    DJDeck deck;
+    deck.SetTrack(path.c_str());
+    deck.SetLoopFrames(kFrames, 500);
+    deck.SetRestartPosition(kFrames - 500);
+    LSoundSource chain = deck.OpenSource();
+    Render(chain, 750);
+    EXPECT_EQ(chain->GetPositionSample(), kFrames - 250) << "the loop went back to the last 500 frames";
+    Render(chain, 10000);
+    EXPECT_GE(chain->GetPositionSample(), kFrames - 500);
+    EXPECT_EQ(chain->GetEndSample(), kFrames) << "a looping deck never ends by itself";
+}
+
+TEST(DJDeckChain, MissingFileGivesItsErrorAndNoStages)
+{
+    TempFolder folder;
+    DJDeck deck;
+    EXPECT_FALSE(deck.SetTrack((folder / "gone.wav").c_str()));
+    deck.SetReverb(50, LSoundTime(1000), 0, true);
+    LSoundSource chain = deck.OpenSource();
+    EXPECT_EQ(chain->GetError(), kErrMissing);
+    EXPECT_EQ(chain.Get(), deck.GetPositionSource().Get());
+}
