@@ -1,12 +1,14 @@
 #include "sound/LSampleFormat.h"
 #include "sound/LWaveFile.h"
 #include "sound/WaveBytes.h"
+#include "MemorySource.h"
 #include "support/TestHome.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -32,10 +34,8 @@ std::string HeaderOf(uint32_t dataBytes, uint16_t channels, uint32_t rate, uint1
 std::vector<int> Noise(size_t count, int limit, unsigned seed)
 {
     std::mt19937 random(seed);
-    std::uniform_int_distribution<int> value(-limit, limit);
     std::vector<int> values(count);
-    for (int& v : values)
-        v = value(random);
+    std::generate(values.begin(), values.end(), [&] { return std::uniform_int_distribution(-limit, limit)(random); });
     return values;
 }
 
@@ -69,9 +69,8 @@ void ExpectSeekEqualsStream(LSoundSource& source)
         ASSERT_EQ(whole[static_cast<size_t>(i)], 0);
 
     std::mt19937 random(11);
-    const std::vector<int> sizes{1, 2, 7, 255, 1000, 4096, 8191, 8192, 8193, 20000, 32768};
     std::vector<int> block;
-    for (int size : sizes) {
+    for (int size : {1, 2, 7, 255, 1000, 4096, 8191, 8192, 8193, 20000, 32768}) {
         for (int trial = 0; trial < 6; ++trial) {
             std::uniform_int_distribution<int> start(-size - 5, end + 5);
             const int at = trial == 0 ? 0 : start(random);
@@ -110,11 +109,6 @@ TEST(WaveSink, HeaderHoldsPlaceholdersWhileWritingAndTheTruthAfterClose)
     }
     const std::string closed = ReadWholeFile(path);
     EXPECT_EQ(closed, HeaderOf(12, 2, 48000, 16) + Pcm16(std::vector<int>{0x7fff, -0x8000, 1, -1, 1, 0}));
-
-    // The file reads back as written.
-    LSoundSource source = LWaveFile::OpenSource(path.c_str());
-    EXPECT_EQ(source->GetEndSample(), 3);
-    EXPECT_FALSE(source->IsStreaming());
 }
 
 TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
@@ -136,9 +130,7 @@ TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
         EXPECT_EQ(FileSize(path), 46 + 5000 * 2 * depth.bits / 8);
         LSoundSource source = LWaveFile::OpenSource(path.c_str());
         ASSERT_EQ(source->GetError(), kErrNone);
-        std::vector<int> got(values.size());
-        source->Read(got.data(), 5000);
-        EXPECT_EQ(got, depth.expected) << depth.bits;
+        EXPECT_EQ(ReadAll(source, 5000), depth.expected) << depth.bits;
         ExpectSeekEqualsStream(source);
     }
 
@@ -251,27 +243,25 @@ TEST(WaveSources, EverySourceSeeksAsItStreams)
     TempFolder folder;
     const std::vector<int> values = Noise(2 * 30000, 0xfffff, 17);
     // A float file (tag 3), with values beyond full scale.
-    WaveSpec spec;
-    spec.tag = kWaveTagFloat;
-    spec.bits = 32;
-    spec.data.resize(values.size() * 4);
-    ConvertSamplesOut(reinterpret_cast<LSFF32*>(spec.data.data()), values.data(), int(values.size()));
+    WaveSpec wave;
+    wave.tag = kWaveTagFloat;
+    wave.bits = 32;
+    wave.data.resize(values.size() * 4);
+    ConvertSamplesOut(reinterpret_cast<LSFF32*>(wave.data.data()), values.data(), int(values.size()));
     const std::string floatPath = folder / "float.wav";
-    WriteWholeFile(floatPath, MakeWave(spec));
+    WriteWholeFile(floatPath, MakeWave(wave));
     LSoundSource floats = LWaveFile::OpenSource(floatPath.c_str());
     ASSERT_EQ(floats->GetError(), kErrNone);
-    std::vector<int> got(values.size());
-    floats->Read(got.data(), 30000);
-    EXPECT_EQ(got, values);
+    EXPECT_EQ(ReadAll(floats, 30000), values);
     ExpectSeekEqualsStream(floats);
 
     // The deleting wrapper over a file of unknown length.
-    spec.tag = kWaveTagPCM;
-    spec.bits = 16;
-    spec.sizeUnknown = true;
-    spec.data = Pcm16Of(values);
+    wave.tag = kWaveTagPCM;
+    wave.bits = 16;
+    wave.sizeUnknown = true;
+    wave.data = Pcm16Of(values);
     const std::string growingPath = folder / "growing.wav";
-    WriteWholeFile(growingPath, MakeWave(spec));
+    WriteWholeFile(growingPath, MakeWave(wave));
     LSoundSource wrapped = LWaveFile::OpenSourceDeletingFileWhenClosed(growingPath.c_str());
     EXPECT_TRUE(wrapped->IsStreaming());
     EXPECT_EQ(wrapped->GetEndSample(), 30000);
