@@ -2,6 +2,8 @@
 #include "base/LThread.h"
 #include "base/LThreadNotifyInterface.h"
 
+#include "RecordingProcess.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -130,7 +132,7 @@ TEST_F(QueuedNotify, WakeDescriptorIsReadableExactlyWhileEventsWait)
     n->PostQueueNotify();
     EXPECT_TRUE(_IsReadable(fd));
     EXPECT_TRUE(_Queue().DispatchOne());
-    EXPECT_TRUE(_IsReadable(fd));
+    EXPECT_TRUE(_IsReadable(fd));  // one event still waits
     EXPECT_TRUE(_Queue().DispatchOne());
     EXPECT_FALSE(_IsReadable(fd));
     n->PostQueueNotify();
@@ -185,20 +187,6 @@ TEST_F(QueuedNotify, RunUntilDrainsWhatAWorkerPostsLater)
 
 namespace {
 
-// Records what reaches the interface thread.
-class RecordingInterface : public LProcessInterfaceVoid {
-public:
-    std::vector<std::string> calls;
-    void SetError(const char* m) override { calls.push_back(std::string("error ") + m); }
-    void SetStatus(const char* t, int line) override
-    {
-        calls.push_back("status" + std::to_string(line) + " " + t);
-    }
-    void SetProgress(double f) override { calls.push_back("progress " + std::to_string(f)); }
-    void SetProgressIndeterminateOn() override { calls.push_back("indeterminate on"); }
-    void SetProgressIndeterminateOff() override { calls.push_back("indeterminate off"); }
-};
-
 class ReportingWorker : public LThread {
 public:
     LProcessInterface* report = nullptr;
@@ -220,7 +208,7 @@ protected:
 
 TEST_F(QueuedNotify, ThreadNotifyInterfaceCarriesReportsToTheInterfaceThread)
 {
-    RecordingInterface target;
+    RecordingProcess target;
     ReportingWorker worker;
     LThreadNotifyInterface adapter(worker, target);
     worker.report = &adapter;
