@@ -104,29 +104,22 @@ TEST(LReadFileBuffered, ReadsAndSeeksAgreeWithTheFile)
     int64_t position = 0;
     std::vector<char> got(200000);
     for (int step = 0; step < 400; ++step) {
-        switch (random() % 4) {
-        case 0:
+        const unsigned kind = random() % 4;
+        const int64_t offset = static_cast<int64_t>(random() % 140000) - 70000;
+        if (kind == 0) {
             position = static_cast<int64_t>(random() % (data.size() + 10));
             ASSERT_TRUE(file.Seek64(position));
-            break;
-        case 1: {
-            int64_t offset = static_cast<int64_t>(random() % 140000) - 70000;
-            if (position + offset >= 0) {
-                ASSERT_TRUE(file.SeekOffset64(offset));
-                position += offset;
-            }
-            break;
-        }
-        default: {
+        } else if (kind == 1 && position + offset >= 0) {
+            ASSERT_TRUE(file.SeekOffset64(offset));
+            position += offset;
+        } else if (kind > 1) {
             // Mostly small reads, sometimes one larger than the buffer.
-            size_t want = random() % 8 == 0 ? 70000 + random() % 130000 : random() % 300;
-            size_t expected = position >= static_cast<int64_t>(data.size())
-                                  ? 0
-                                  : std::min(want, data.size() - static_cast<size_t>(position));
+            const size_t want = random() % 8 == 0 ? 70000 + random() % 130000 : random() % 300;
+            const size_t at = std::min(static_cast<size_t>(position), data.size());
+            const size_t expected = std::min(want, data.size() - at);
             ASSERT_EQ(file.Read(got.data(), want), expected);
-            ASSERT_EQ(std::string(got.data(), expected), data.substr(std::min(static_cast<size_t>(position), data.size()), expected));
+            ASSERT_EQ(std::string(got.data(), expected), data.substr(at, expected));
             position += static_cast<int64_t>(expected);
-        }
         }
         ASSERT_EQ(file.Tell64(), position);
     }
