@@ -60,8 +60,7 @@ TEST(ConvertRateTable, ChoosesPhasesAndStep)
     };
     const Case cases[] = {
         {44100, 48000, false, 160, 147}, {48000, 44100, false, 147, 160},
-        {22050, 44100, false, 2, 1},     {32000, 44100, false, 441, 320},
-        {44100, 11025, false, 1, 4},     {44100, 42000, true, 20, 21},
+        {22050, 44100, false, 2, 1},     {44100, 42000, true, 20, 21},
     };
     for (const Case& c : cases) {
         LConvertRateBase table(c.from, c.to, 63, false, c.approximate);
@@ -168,8 +167,8 @@ TEST(ConvertRateSource, SeekZeroCentresTheFirstOutputOnSourceFrameZero)
 
 TEST(ConvertRateSource, PositionAfterSeekIsTheFrameSoughtAndAdvancesByOne)
 {
-    for (auto [from, to, approximate] : {std::tuple{44100, 48000, false}, std::tuple{48000, 44100, false},
-                                         std::tuple{44100, 42000, true}, std::tuple{44100, 11024, false}}) {
+    for (auto [from, to, approximate] : {std::tuple{44100, 48000, false}, std::tuple{44100, 42000, true},
+                                         std::tuple{44100, 11024, false}}) {
         LSoundSource source(new MemorySource(from, 2, std::vector<int>(2 * 200000, 1000)));
         LSoundSource converted = Convert(source, to, approximate);
         EXPECT_EQ(converted->GetPositionSample(), 0);
