@@ -63,7 +63,11 @@ void _DrainAll()
 
 class QueuedNotify : public ::testing::Test {
 protected:
-    void SetUp() override { _DrainAll(), gLog.clear(); }
+    void SetUp() override
+    {
+        _DrainAll();
+        gLog.clear();
+    }
 };
 
 }  // namespace
