@@ -56,45 +56,36 @@ TEST(UserSettings, WriteThroughAndReadBackByJoinedKey)
     ASSERT_TRUE(LUserSettingSetString("MainWindow", "Title", "<A & \"B\">\ttab"));
     EXPECT_EQ(_Get("MainWindow", "Title"), "<A & \"B\">\ttab");
     ASSERT_TRUE(LUserSettingDeleteItem("MainWindow", "Title"));
-    EXPECT_EQ(_Get("MainWindow", "Title"), "<none>");
     EXPECT_TRUE(LUserSettingDeleteItem("MainWindow", "Title"));  // nothing to delete is fine
-    EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "9");
+    EXPECT_EQ(_Get("MainWindow", "Title"), "<none>");
 
     // XDG_CONFIG_HOME is read at each call.
     setenv("XDG_CONFIG_HOME", (home / "other").c_str(), 1);
     EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "<none>");
 }
 
-TEST(UserSettings, ValuesAreCutAndTheDefaultMayShareTheBuffer)
+TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissing)
 {
     TestHome home;
     std::string longValue(300, 'x');
     ASSERT_TRUE(LUserSettingSetString("S", "Long", longValue.c_str()));
-    EXPECT_EQ(_Get("S", "Long"), longValue.substr(0, 259));
-
-    char buffer[kLTextBytes] = "fallback";
+    char buffer[kLTextBytes] = "fallback";  // the default may share the buffer
     EXPECT_FALSE(_LUserSettingGetString("S", "Missing", buffer, buffer));
     EXPECT_STREQ(buffer, "fallback");
     EXPECT_TRUE(_LUserSettingGetString("S", "Long", buffer, buffer));
     EXPECT_EQ(std::string(buffer), longValue.substr(0, 259));
-}
 
-TEST(UserSettings, NumbersAndBooleansFallBackOnEmptyOrMissing)
-{
-    TestHome home;
-    LUserSettingSetString("Settings", "Empty", "");
-    LUserSettingSetString("Settings", "Text", "abc");
-    LUserSettingSetInt("Settings", "MaxCache", -250);
-    LUserSettingSetString("Settings", "Off", "0n");
-    LUserSettingSetString("Settings", "On", "yes");
-    EXPECT_EQ(LUserSettingGetInt("Settings", "Empty", 15), 15);
-    EXPECT_EQ(LUserSettingGetInt("Settings", "Missing", 15), 15);
-    EXPECT_EQ(LUserSettingGetInt("Settings", "Text", 15), 0);
-    EXPECT_EQ(LUserSettingGetInt("Settings", "MaxCache", 100), -250);
-    EXPECT_TRUE(LUserSettingGetBool("Settings", "Empty", true));
-    EXPECT_FALSE(LUserSettingGetBool("Settings", "Missing", false));
-    EXPECT_FALSE(LUserSettingGetBool("Settings", "Off", true));
-    EXPECT_TRUE(LUserSettingGetBool("Settings", "On", false));
+    for (auto [key, value] : {std::pair{"Empty", ""}, {"Text", "abc"}, {"Int", "-250"},
+                              {"Off", "0n"}, {"On", "yes"}})
+        LUserSettingSetString("S", key, value);
+    EXPECT_EQ(LUserSettingGetInt("S", "Empty", 15), 15);
+    EXPECT_EQ(LUserSettingGetInt("S", "Missing", 15), 15);
+    EXPECT_EQ(LUserSettingGetInt("S", "Text", 15), 0);
+    EXPECT_EQ(LUserSettingGetInt("S", "Int", 100), -250);
+    EXPECT_TRUE(LUserSettingGetBool("S", "Empty", true));
+    EXPECT_FALSE(LUserSettingGetBool("S", "Missing", false));
+    EXPECT_FALSE(LUserSettingGetBool("S", "Off", true));
+    EXPECT_TRUE(LUserSettingGetBool("S", "On", false));
 }
 
 TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
@@ -110,8 +101,6 @@ TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
 
     ASSERT_TRUE(LUserSettingSetString("S", "C", "3"));
     EXPECT_EQ(ReadWholeFile(path + ".bad"), broken);
-    EXPECT_EQ(_Get("S", "A"), "1");
-    EXPECT_EQ(_Get("S", "C"), "3");
     EXPECT_EQ(ReadWholeFile(path), "<OrvaneSettings>\n\t<setting key=\"S/A\" value=\"1\"/>\n"
                                    "\t<setting key=\"S/C\" value=\"3\"/>\n</OrvaneSettings>\n");
 
@@ -140,24 +129,22 @@ TEST(UserSettings, ConcurrentWritersLoseNoKey)
     TestHome home;
     constexpr int kKeysEach = 25;
     auto setMany = [](const std::string& prefix) {
-        bool ok = true;
         for (int i = 0; i < kKeysEach; ++i)
-            ok = LUserSettingSetInt("Race", (prefix + std::to_string(i)).c_str(), i) && ok;
-        return ok;
+            LUserSettingSetInt("Race", (prefix + std::to_string(i)).c_str(), i);
     };
     // Two processes, each with four threads.
     std::vector<pid_t> children;
     for (const char* process : {"p", "q"}) {
-        pid_t pid = fork();
-        if (pid == 0) {
-            std::vector<std::thread> threads;
-            for (int t = 0; t < 4; ++t)
-                threads.emplace_back([&, t] { setMany(process + std::to_string(t) + "_"); });
-            for (auto& thread : threads)
-                thread.join();
-            _exit(0);
+        if (pid_t pid = fork(); pid != 0) {
+            children.push_back(pid);
+            continue;
         }
-        children.push_back(pid);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&, t] { setMany(process + std::to_string(t) + "_"); });
+        for (auto& thread : threads)
+            thread.join();
+        _exit(0);
     }
     for (pid_t pid : children)
         waitpid(pid, nullptr, 0);
@@ -177,8 +164,7 @@ TEST(SharedSettings, ReadFromTheSharedDataFolderWithDefaults)
     EXPECT_STREQ(value, "none");
 
     std::filesystem::create_directories(home / "shared/Orvane");
-    EXPECT_EQ(LSharedSettingsPath(), home / "shared/Orvane/SharedSettings.xml");
-    WriteWholeFile(LSharedSettingsPath(), "<Distributor>\n\t<URL value=\"https://example.org/dj\"/>\n\t<Empty/>\n</Distributor>\n");
+    WriteWholeFile(home / "shared/Orvane/SharedSettings.xml", "<Distributor>\n\t<URL value=\"https://example.org/dj\"/>\n\t<Empty/>\n</Distributor>\n");
     EXPECT_TRUE(_LSharedSettingGetString("Distributor", "URL", "none", value));
     EXPECT_STREQ(value, "https://example.org/dj");
     EXPECT_FALSE(_LSharedSettingGetString("Distributor", "Empty", "none", value));

@@ -22,6 +22,12 @@ std::unique_ptr<Parsed> _Parse(const std::string& text)
     return parsed;
 }
 
+// The text of the first top-level element called `name`.
+std::string _Data(const Parsed& parsed, const char* name)
+{
+    return parsed.document.GetElement(name)->GetElementData();
+}
+
 std::string _Save(const LXMLElement& element, int depth = 0)
 {
     std::string out;
@@ -31,26 +37,21 @@ std::string _Save(const LXMLElement& element, int depth = 0)
 
 }  // namespace
 
-TEST(XMLEntities, NamedAndNumericEntitiesGiveBytes)
+TEST(XMLEntities, NamedAndNumericEntitiesGiveBytesAndMalformedOnesTheirMessage)
 {
     auto p = _Parse("<a>&#65;&#x41;&#X4a;&#321;&amp;&lt;&gt;&quot;&apos;</a>");
-    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "AAJA&<>\"'");
+    EXPECT_EQ(_Data(*p, "a"), "AAJA&<>\"'");
     EXPECT_EQ(p->error, "");
     // Entities are resolved inside attribute values too, also inside quotes.
     p = _Parse("<a v=\"&lt;&#x2F;&gt;\"/>");
     EXPECT_STREQ(p->document.GetElement("a")->Attributes().GetParm("v", nullptr), "</>");
-}
 
-TEST(XMLEntities, MalformedEntitiesLeaveTheirMessage)
-{
-    auto p = _Parse("<a>x & y</a>");
+    p = _Parse("<a>x & y</a>");
     EXPECT_EQ(p->error, "Ln 1, Col 8: Strings starting with an ampersand (&) must end with a semicolon (;). Either replace the '&' with '&amp;' or add a ';' at the end of the control string.");
-    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "x y");
-
+    EXPECT_EQ(_Data(*p, "a"), "x y");
     p = _Parse("<a>&nbsp;</a>");
     EXPECT_EQ(p->error, "Ln 1, Col 10: Invalid escaped ampersand character. Make sure you use &amp; in place of any & characters!");
-    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "&");
-
+    EXPECT_EQ(_Data(*p, "a"), "&");
     // 23 characters of name are read; the 24th is refused.
     EXPECT_EQ(_Parse("<a>&" + std::string(23, 'q') + ";</a>")->error.find("Invalid"), 14u);
     EXPECT_NE(_Parse("<a>&" + std::string(24, 'q') + ";</a>")->error.find("semicolon"), std::string::npos);
@@ -61,26 +62,17 @@ TEST(XMLStartTag, QuotesHoldTerminatorsAndDeclarationsAreElements)
     auto p = _Parse("<a b=\"x>y\" c='q\"r' d=plain e/>");
     const LXMLElement* a = p->document.GetElement("a");
     ASSERT_NE(a, nullptr);
-    EXPECT_STREQ(a->Attributes().GetParm("b", nullptr), "x>y");
-    EXPECT_STREQ(a->Attributes().GetParm("c", nullptr), "q\"r");
-    EXPECT_STREQ(a->Attributes().GetParm("d", nullptr), "plain");
-    EXPECT_STREQ(a->Attributes().GetParm("e", nullptr), "");
+    for (auto [key, value] : {std::pair{"b", "x>y"}, {"c", "q\"r"}, {"d", "plain"}, {"e", ""}})
+        EXPECT_STREQ(a->Attributes().GetParm(key, nullptr), value) << key;
     EXPECT_TRUE(a->GetChildren().empty());
 
-    p = _Parse("<?xml version=\"1.0\"?>\n<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<root/>");
-    std::vector<const LXMLElement*> top;  // the newlines between them are top-level text
-    for (const auto& child : p->document.GetChildren())
-        if (!child->IsText())
-            top.push_back(child.get());
-    ASSERT_EQ(top.size(), 3u);
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_STREQ(top[i]->GetName(), "?xml");
-        EXPECT_STREQ(top[i]->Attributes().GetParm("version", nullptr), "1.0");
-        EXPECT_TRUE(top[i]->GetChildren().empty());
-    }
-    EXPECT_EQ(top[1]->Attributes().Count(), 2u);
-    EXPECT_STREQ(top[2]->GetName(), "root");
-    EXPECT_EQ(_Save(*top[0]), "<?xml version=\"1.0\"?>\n");
+    p = _Parse("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<root/>");
+    const LXMLElement* declaration = p->document.GetElement("?xml");
+    ASSERT_NE(declaration, nullptr);
+    EXPECT_EQ(declaration->Attributes().Count(), 2u);
+    EXPECT_TRUE(declaration->GetChildren().empty());
+    EXPECT_NE(p->document.GetElement("root"), nullptr);  // not swallowed by the declaration
+    EXPECT_EQ(_Save(*declaration), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
 }
 
 TEST(XMLStartTag, LongTokensAreCutAt259Characters)
@@ -103,45 +95,25 @@ TEST(XMLStartTag, SpacePreservingElementsKeepTheirControlCharacters)
     EXPECT_TRUE(a->Attributes().IsEmpty());
     EXPECT_STREQ(a->GetElementData(), "\n\tx\n");
     EXPECT_STREQ(a->GetElement("b")->GetElementData(), "\t");  // inherited
-    EXPECT_STREQ(p->document.GetElement("c")->GetElementData(), "x");
+    EXPECT_EQ(_Data(*p, "c"), "x");
 }
 
-TEST(XMLContent, TextKeepsSpacesAndDropsIndentation)
+TEST(XMLContent, TextCdataCommentsAndEmptyForms)
 {
-    auto p = _Parse("<a> x </a><b>\n\t\t\r\n</b>");
-    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), " x ");
+    auto p = _Parse("<a> x </a><b>\n\t\t\r\n</b><c>one<d></d>two</c>");
+    EXPECT_EQ(_Data(*p, "a"), " x ");  // spaces stay, indentation goes
     EXPECT_TRUE(p->document.GetElement("b")->GetChildren().empty());
+    // Text before and after a child becomes two text nodes around it; <d></d> saves as <d/>.
+    EXPECT_EQ(_Save(*p->document.GetElement("c"), -1), "<c>one<d/>two</c>\n");
 
-    // Text before and after a child becomes two text nodes around it.
-    p = _Parse("<a>one<b/>two</a>");
-    const auto& children = p->document.GetElement("a")->GetChildren();
-    ASSERT_EQ(children.size(), 3u);
-    EXPECT_STREQ(children[0]->GetData(), "one");
-    EXPECT_STREQ(children[1]->GetName(), "b");
-    EXPECT_STREQ(children[2]->GetData(), "two");
-}
-
-TEST(XMLContent, EmptyElementFormsAreOneTree)
-{
-    auto shortForm = _Parse("<a/>");
-    auto longForm = _Parse("<a></a>");
-    EXPECT_TRUE(longForm->document.GetElement("a")->GetChildren().empty());
-    EXPECT_EQ(_Save(shortForm->document), "<a/>\n");
-    EXPECT_EQ(_Save(longForm->document), "<a/>\n");
-}
-
-TEST(XMLContent, CdataAndCommentSections)
-{
-    auto p = _Parse("<a><![CDATA[a<b&amp;]]></a><b><![CDATA[x]]y]]></b><c>x<!-- <d> --->y</c>");
-    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "a<b&amp;");
-    EXPECT_STREQ(p->document.GetElement("b")->GetElementData(), "x]]y");
-    const LXMLElement* c = p->document.GetElement("c");
-    EXPECT_EQ(c->GetChildren().size(), 1u);
-    EXPECT_STREQ(c->GetElementData(), "xy");
+    p = _Parse("<a><![CDATA[a<b&amp;]]></a><b><![CDATA[x]]y]]></b><c>x<!-- <d> --->y</c>");
+    EXPECT_EQ(_Data(*p, "a"), "a<b&amp;");
+    EXPECT_EQ(_Data(*p, "b"), "x]]y");
+    EXPECT_EQ(p->document.GetElement("c")->GetChildren().size(), 1u);
+    EXPECT_EQ(_Data(*p, "c"), "xy");
     EXPECT_EQ(p->error, "");
     // Written text is escaped, so "]]>" read back outside CDATA stays as it was.
-    p = _Parse("<a>]]&gt;--&gt;</a>");
-    EXPECT_STREQ(p->document.GetElement("a")->GetElementData(), "]]>-->");
+    EXPECT_EQ(_Data(*_Parse("<a>]]&gt;--&gt;</a>"), "a"), "]]>-->");
 }
 
 TEST(XMLErrors, MismatchedEndTagClosesTheElementAndKeepsTheFirstMessage)
@@ -152,19 +124,19 @@ TEST(XMLErrors, MismatchedEndTagClosesTheElementAndKeepsTheFirstMessage)
     ASSERT_NE(a, nullptr);
     EXPECT_STREQ(a->GetElement("b")->GetElementData(), "t");
     EXPECT_NE(a->GetElement("d"), nullptr);  // a sibling of b, not its child
-
-    p = _Parse("</x >\n<y/>");
-    EXPECT_EQ(p->error, "Ln 1, Col 5: Misplaced </x> which does not match a <x>.");
 }
 
 TEST(XMLErrors, EachMalformedShapeGivesItsMessage)
 {
-    EXPECT_EQ(_Parse("<a><b>")->error,
-              "Ln 1, Col 7: (EOF) Element <b> should be terminated with </b>. Check you have terminated your element properly.");
-    EXPECT_EQ(_Parse("<a b=\"1\"")->error, "Ln 1, Col 9: Tag <a> does not have a closing '>'");
-    EXPECT_EQ(_Parse("<a>1 < 2</a>")->error,
-              "Ln 1, Col 8: Misplaced < without name. Use &lt; instead of < if appropriate.");
-    EXPECT_EQ(_Parse("text only")->error, "");
+    const std::pair<const char*, const char*> cases[] = {
+        {"</x >\n<y/>", "Ln 1, Col 5: Misplaced </x> which does not match a <x>."},
+        {"<a><b>", "Ln 1, Col 7: (EOF) Element <b> should be terminated with </b>. Check you have terminated your element properly."},
+        {"<a b=\"1\"", "Ln 1, Col 9: Tag <a> does not have a closing '>'"},
+        {"<a>1 < 2</a>", "Ln 1, Col 8: Misplaced < without name. Use &lt; instead of < if appropriate."},
+        {"text only", ""},
+    };
+    for (const auto& [text, message] : cases)
+        EXPECT_EQ(_Parse(text)->error, message) << text;
 }
 
 TEST(XMLLoader, EachLineEndFormCountsOneLine)

@@ -49,8 +49,7 @@ TEST(LFileFolders, UserDataFolderFollowsXdgDataHomeAtEachCall)
     EXPECT_EQ(std::string(app), home / ".local/share/Orvane");
     EXPECT_TRUE(std::filesystem::is_directory(app));
 
-    for (const char* name : {LFile::kCacheFolder, LFile::kLogsFolder, LFile::kRecordingFolder,
-                             LFile::kTempFolder, LFile::kComponentsFolder}) {
+    for (const char* name : {LFile::kLogsFolder, LFile::kTempFolder}) {
         char sub[LFile::kPathBytes];
         ASSERT_TRUE(LFile::GetUserDataFolderAppSubFolder(name, sub));
         EXPECT_EQ(std::string(sub), home / ".local/share/Orvane/" + name);
@@ -84,31 +83,22 @@ TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndIsNotCreated)
     EXPECT_EQ(Folder(LFile::GetSharedDataFolder), "/usr/local/share");
 }
 
-TEST(LFileFolders, MusicAndDownloadsComeFromXdgUserDirUnlessItAnswersHome)
-{
-    TestHome home;
-    FakeUserDirs fake(home, "case \"$1\" in\n"
-                            "MUSIC) echo \"$HOME/Tunes\" ;;\n"
-                            "DOWNLOAD) echo \"$HOME\" ;;\n"
-                            "esac\n");
-    EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Tunes");
-    EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
-}
-
-TEST(LFileFolders, MissingOrUselessXdgUserDirFallsBackToTheHome)
+TEST(LFileFolders, MusicAndDownloadsComeFromXdgUserDirWhenItAnswersSomethingUseful)
 {
     TestHome home;
     {
-        FakeUserDirs fake(home, "echo relative/Music\n");
-        EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Music");
-    }
-    {
-        FakeUserDirs fake(home, "exit 1\n");
+        FakeUserDirs fake(home, "case \"$1\" in MUSIC) echo \"$HOME/Tunes\" ;;\n"
+                                "DOWNLOAD) echo \"$HOME\" ;; esac\n");
+        EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Tunes");
         EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
+    }
+    for (const char* script : {"echo relative/Music\n", "exit 1\n"}) {
+        FakeUserDirs fake(home, script);
+        EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Music") << script;
     }
     std::string oldPath = getenv("PATH");
     setenv("PATH", (home / "empty").c_str(), 1);
-    EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Music");
+    EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
     setenv("PATH", oldPath.c_str(), 1);
 }
 

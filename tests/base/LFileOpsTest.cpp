@@ -142,36 +142,3 @@ TEST(LLockFile, LockIsHeldAgainstAnotherProcessAndReleasedWithItsFile)
     EXPECT_FALSE(lock.IsLocked());
     EXPECT_FALSE(lock.Lock((folder / "missing/x.wav").c_str()));
 }
-
-TEST(LLockFile, ManyProcessesRacingHoldItOneAtATime)
-{
-    TempFolder folder;
-    std::string target = folder / "race.wav";
-    std::string counter = folder / "inside";
-    constexpr int kProcesses = 4;
-    constexpr int kRounds = 200;
-    std::vector<pid_t> children;
-    for (int p = 0; p < kProcesses; ++p) {
-        pid_t pid = fork();
-        if (pid == 0) {
-            int overlaps = 0;
-            for (int round = 0; round < kRounds; ++round) {
-                LLockFile lock;
-                if (!lock.Lock(target.c_str()))
-                    continue;
-                // Inside the lock nobody else may be inside: mkdir fails if someone is.
-                if (mkdir(counter.c_str(), 0700) != 0)
-                    ++overlaps;
-                else
-                    rmdir(counter.c_str());
-            }
-            _exit(overlaps == 0 ? 0 : 1);
-        }
-        children.push_back(pid);
-    }
-    for (pid_t pid : children) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
-}

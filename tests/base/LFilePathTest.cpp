@@ -31,6 +31,14 @@ std::string Join(const std::string& folder, const std::string& file, const char*
     return dest;
 }
 
+std::string NewExtension(const std::string& path, const char* extension)
+{
+    char buffer[LFile::kPathBytes];
+    strcpy(buffer, path.c_str());
+    LFile::_ApplyNewFileExtension(buffer, extension);
+    return buffer;
+}
+
 }  // namespace
 
 TEST(LFilePath, MakeFilePathAddsOneSeparatorOnlyWhereNeitherSideHasOne)
@@ -41,69 +49,50 @@ TEST(LFilePath, MakeFilePathAddsOneSeparatorOnlyWhereNeitherSideHasOne)
     EXPECT_EQ(Join("/a/", "/b"), "/a//b");  // both kept, as given
     EXPECT_EQ(Join("C:\\x\\", "b"), "C:\\x\\b");
     EXPECT_EQ(Join("", "b"), "b");
-    EXPECT_EQ(Join("/a", "b", ".wav"), "/a/b.wav");
     EXPECT_EQ(Join("/a", "song.mp3", ".wav"), "/a/song.mp3.wav");
-}
 
-TEST(LFilePath, MakeFilePathMayWriteOverItsFolder)
-{
-    char path[LFile::kPathBytes] = "/music";
+    char path[LFile::kPathBytes] = "/music";  // may write over its folder
     LFile::_MakeFilePath(path, path, "set");
     LFile::_MakeFilePath(path, path, "track", ".mp3");
     EXPECT_STREQ(path, "/music/set/track.mp3");
 }
 
-TEST(LFilePath, FolderAndFileParts)
+TEST(LFilePath, PartsOfAPathSplitAtEitherSeparator)
 {
-    EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "/a/b/c.mp3"), "/a/b");
-    EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "/a"), "/");
-    EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "a"), "");
-    EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "a\\b"), "a");
-    EXPECT_EQ(Apply(LFile::_GetFolderFromPath, "/a/"), "/a");
+    struct Case {
+        PathFunction function;
+        const char* path;
+        const char* part;
+    };
+    const Case cases[] = {
+        {LFile::_GetFolderFromPath, "/a/b/c.mp3", "/a/b"},
+        {LFile::_GetFolderFromPath, "/a", "/"},
+        {LFile::_GetFolderFromPath, "a", ""},
+        {LFile::_GetFolderFromPath, "a\\b", "a"},
+        {LFile::_GetFolderFromPath, "/a/", "/a"},
+        {LFile::_GetFileFromPath, "/a/b/c.mp3", "c.mp3"},
+        {LFile::_GetFileFromPath, "x\\c.mp3", "c.mp3"},
+        {LFile::_GetFileFromPath, "/a/", ""},
+        {LFile::_GetFileNameFromPath, "a.b.c", "a.b"},  // only the last extension goes
+        {LFile::_GetFileNameFromPath, "/music/.hidden", ".hidden"},
+        {LFile::_GetFileNameFromPath, "/x.y/track", "track"},
+        {LFile::_GetFileNameFromPath, "/x/song.", "song"},
+        {LFile::_GetFileExtensionFromPath, "a.b.c", ".c"},
+        {LFile::_GetFileExtensionFromPath, "/a.b/c", ""},  // only behind the last separator
+        {LFile::_GetFileExtensionFromPath, "a.b\\c", ""},
+        {LFile::_GetFileExtensionFromPath, ".mp3", ""},
+        {LFile::_GetFileExtensionFromPath, "song.", "."},
+        {LFile::EscapeFilePath, "/m/My \"Best\" $HOME `x` a\\b.mp3",
+         "/m/My \\\"Best\\\" \\$HOME \\`x\\` a\\\\b.mp3"},
+        {LFile::PreprocessName, "AC/DC: Live\\Set\t1", "AC_DC_ Live_Set_1"},
+        {LFile::PreprocessName, "plain name.mp3", "plain name.mp3"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(Apply(c.function, c.path), c.part) << c.path;
 
-    EXPECT_EQ(Apply(LFile::_GetFileFromPath, "/a/b/c.mp3"), "c.mp3");
-    EXPECT_EQ(Apply(LFile::_GetFileFromPath, "x\\c.mp3"), "c.mp3");
-    EXPECT_EQ(Apply(LFile::_GetFileFromPath, "/a/"), "");
-}
-
-TEST(LFilePath, FileNameDropsOnlyTheLastExtension)
-{
-    EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "a.b.c"), "a.b");
-    EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, ".hidden"), ".hidden");
-    EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "/music/.hidden"), ".hidden");
-    EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "/x.y/track"), "track");
-    EXPECT_EQ(Apply(LFile::_GetFileNameFromPath, "/x/song."), "song");
-}
-
-TEST(LFilePath, ExtensionOnlyBehindTheLastSeparator)
-{
-    EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "/a/b.mp3"), ".mp3");
-    EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "a.b.c"), ".c");
-    EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "/a.b/c"), "");
-    EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "a.b\\c"), "");
-    EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, ".mp3"), "");
-    EXPECT_EQ(Apply(LFile::_GetFileExtensionFromPath, "song."), ".");
-}
-
-TEST(LFilePath, ApplyNewFileExtensionReplacesOrAppends)
-{
-    char path[LFile::kPathBytes] = "/var/tmp/Temp1.wav";
-    LFile::_ApplyNewFileExtension(path, ".lck");
-    EXPECT_STREQ(path, "/var/tmp/Temp1.lck");
-    strcpy(path, "/a.b/noext");
-    LFile::_ApplyNewFileExtension(path, ".wav");
-    EXPECT_STREQ(path, "/a.b/noext.wav");
-    strcpy(path, "a.tar.gz");
-    LFile::_ApplyNewFileExtension(path, "");
-    EXPECT_STREQ(path, "a.tar");
-}
-
-TEST(LFilePath, EscapeAndPreprocess)
-{
-    EXPECT_EQ(Apply(LFile::EscapeFilePath, "/m/My \"Best\" $HOME `x` a\\b.mp3"),
-              "/m/My \\\"Best\\\" \\$HOME \\`x\\` a\\\\b.mp3");
-    EXPECT_EQ(Apply(LFile::PreprocessName, "AC/DC: Live\\Set\t1"), "AC_DC_ Live_Set_1");
-    EXPECT_EQ(Apply(LFile::PreprocessName, "plain name.mp3"), "plain name.mp3");
+    EXPECT_EQ(NewExtension("/var/tmp/Temp1.wav", ".lck"), "/var/tmp/Temp1.lck");
+    EXPECT_EQ(NewExtension("/a.b/noext", ".wav"), "/a.b/noext.wav");
+    EXPECT_EQ(NewExtension("a.tar.gz", ""), "a.tar");
 }
 
 TEST(LFilePath, LongPathsAreCutAt259WithoutOverflow)
@@ -112,9 +101,7 @@ TEST(LFilePath, LongPathsAreCutAt259WithoutOverflow)
     const std::string longFile(300, 'n');
 
     // The folder counts for 258 characters at most; the separator still fits, the file is cut.
-    std::string joined = Join(longFolder, "x");
-    EXPECT_EQ(joined.size(), 259u);
-    EXPECT_EQ(joined.substr(0, 259), std::string(258, 'f') + "/");
+    EXPECT_EQ(Join(longFolder, "x"), std::string(258, 'f') + "/");
     EXPECT_EQ(Join("/a", longFile).size(), 259u);
     EXPECT_EQ(Join(longFolder, longFile, ".wav").size(), 259u);
 
@@ -125,13 +112,7 @@ TEST(LFilePath, LongPathsAreCutAt259WithoutOverflow)
     EXPECT_EQ(Apply(LFile::PreprocessName, longFile).size(), 259u);
 
     // Escapes are never split: 259 characters would end in a lone backslash here.
-    std::string escaped = Apply(LFile::EscapeFilePath, std::string(258, 'a') + "\"b");
-    EXPECT_EQ(escaped, std::string(258, 'a'));
-    escaped = Apply(LFile::EscapeFilePath, std::string(300, '$'));
-    EXPECT_EQ(escaped.size(), 258u);
-
-    char path[LFile::kPathBytes];
-    strcpy(path, (std::string(255, 'p') + ".mp3").c_str());
-    LFile::_ApplyNewFileExtension(path, ".longer");
-    EXPECT_EQ(std::string(path), std::string(255, 'p') + ".lon");
+    EXPECT_EQ(Apply(LFile::EscapeFilePath, std::string(258, 'a') + "\"b"), std::string(258, 'a'));
+    EXPECT_EQ(Apply(LFile::EscapeFilePath, std::string(300, '$')).size(), 258u);
+    EXPECT_EQ(NewExtension(std::string(255, 'p') + ".mp3", ".longer"), std::string(255, 'p') + ".lon");
 }

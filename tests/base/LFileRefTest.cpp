@@ -35,22 +35,14 @@ using Lines = std::vector<std::string>;
 
 }  // namespace
 
-TEST(LReadFileRef, ReadLineTakesEachLineEndPairAsOne)
+TEST(LReadFileRef, ReadLineTakesEachLineEndPairAsOneAndCutsLongLines)
 {
-    EXPECT_EQ(LinesOf("a\r\n\r\nb"), (Lines{"a", "", "b"}));
-    EXPECT_EQ(LinesOf("a\n\r\n\rb"), (Lines{"a", "", "b"}));
-    EXPECT_EQ(LinesOf("a\n\nb\n"), (Lines{"a", "", "b"}));
-    EXPECT_EQ(LinesOf("a\r\rb\r"), (Lines{"a", "", "b"}));
-    EXPECT_EQ(LinesOf("a\r\n\nb"), (Lines{"a", "", "b"}));
+    for (const char* text : {"a\r\n\r\nb", "a\n\r\n\rb", "a\n\nb\n", "a\r\rb\r", "a\r\n\nb"})
+        EXPECT_EQ(LinesOf(text), (Lines{"a", "", "b"})) << text;
     EXPECT_EQ(LinesOf("\n"), (Lines{""}));
     EXPECT_EQ(LinesOf(""), (Lines{}));
-    EXPECT_EQ(LinesOf("#EXTM3U\r\n/a.mp3\r\n"), (Lines{"#EXTM3U", "/a.mp3"}));
-}
-
-TEST(LReadFileRef, ReadLineCutsLongLinesAndGivesTheRestAsTheNextLine)
-{
+    // The rest of a cut line is the next line; one that just fits keeps its own line end.
     EXPECT_EQ(LinesOf("abcdefg\nh", 4), (Lines{"abc", "def", "g", "h"}));
-    // A line that just fits keeps its own line end: no blank line appears.
     EXPECT_EQ(LinesOf("abc\r\nd", 4), (Lines{"abc", "d"}));
     EXPECT_EQ(LinesOf(std::string(300, 'x') + "\ny"),
               (Lines{std::string(259, 'x'), std::string(41, 'x'), "y"}));
@@ -112,29 +104,22 @@ TEST(LReadFileBuffered, ReadsAndSeeksAgreeWithTheFile)
     int64_t position = 0;
     std::vector<char> got(200000);
     for (int step = 0; step < 400; ++step) {
-        switch (random() % 4) {
-        case 0:
+        const unsigned kind = random() % 4;
+        const int64_t offset = static_cast<int64_t>(random() % 140000) - 70000;
+        if (kind == 0) {
             position = static_cast<int64_t>(random() % (data.size() + 10));
             ASSERT_TRUE(file.Seek64(position));
-            break;
-        case 1: {
-            int64_t offset = static_cast<int64_t>(random() % 140000) - 70000;
-            if (position + offset >= 0) {
-                ASSERT_TRUE(file.SeekOffset64(offset));
-                position += offset;
-            }
-            break;
-        }
-        default: {
+        } else if (kind == 1 && position + offset >= 0) {
+            ASSERT_TRUE(file.SeekOffset64(offset));
+            position += offset;
+        } else if (kind > 1) {
             // Mostly small reads, sometimes one larger than the buffer.
-            size_t want = random() % 8 == 0 ? 70000 + random() % 130000 : random() % 300;
-            size_t expected = position >= static_cast<int64_t>(data.size())
-                                  ? 0
-                                  : std::min(want, data.size() - static_cast<size_t>(position));
+            const size_t want = random() % 8 == 0 ? 70000 + random() % 130000 : random() % 300;
+            const size_t at = std::min(static_cast<size_t>(position), data.size());
+            const size_t expected = std::min(want, data.size() - at);
             ASSERT_EQ(file.Read(got.data(), want), expected);
-            ASSERT_EQ(std::string(got.data(), expected), data.substr(std::min(static_cast<size_t>(position), data.size()), expected));
+            ASSERT_EQ(std::string(got.data(), expected), data.substr(at, expected));
             position += static_cast<int64_t>(expected);
-        }
         }
         ASSERT_EQ(file.Tell64(), position);
     }

@@ -1,29 +1,9 @@
-#include "base/LProcessInterface.h"
+#include "RecordingProcess.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-namespace {
-
-// An outer task's interface that records what reaches it.
-class RecordingProcess : public LProcessInterfaceVoid {
-public:
-    bool stop = false;
-    std::vector<std::string> calls;
-
-    bool IsToStop() override { return stop; }
-    void SetError(const char* m) override { calls.push_back(std::string("error ") + m); }
-    void SetStatus(const char* t, int line) override
-    {
-        calls.push_back("status" + std::to_string(line) + " " + t);
-    }
-    void SetProgress(double f) override { calls.push_back("progress " + std::to_string(f)); }
-    void SetProgressIndeterminateOn() override { calls.push_back("indeterminate on"); }
-};
-
-}  // namespace
 
 TEST(LProcessInterfaceSubProcess, MapsProgressNestsAndKeepsItsTextToItself)
 {

@@ -2,6 +2,8 @@
 #include "base/LThread.h"
 #include "base/LThreadNotifyInterface.h"
 
+#include "RecordingProcess.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -53,12 +55,17 @@ LEventQueue& _Queue()
     return *queue;
 }
 
+void _DrainAll()
+{
+    while (_Queue().DispatchOne()) {
+    }
+}
+
 class QueuedNotify : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        while (_Queue().DispatchOne()) {
-        }
+        _DrainAll();
         gLog.clear();
     }
 };
@@ -84,8 +91,7 @@ TEST_F(QueuedNotify, PostsFromManyThreadsArriveOnceEachInTheirOrder)
     for (auto& t : posters)
         t.join();
     EXPECT_TRUE(gLog.empty());  // nothing runs until the owning thread drains
-    while (_Queue().DispatchOne()) {
-    }
+    _DrainAll();
     ASSERT_EQ(gLog.size(), 4u * kPostsEach);
     int next[4] = {};
     for (const std::string& entry : gLog) {
@@ -96,43 +102,28 @@ TEST_F(QueuedNotify, PostsFromManyThreadsArriveOnceEachInTheirOrder)
     }
 }
 
-TEST_F(QueuedNotify, DeliveryFollowsTheOrderOfPostingWithCopiedData)
+TEST_F(QueuedNotify, DeliveryKeepsPostingOrderCopiesDataAndSkipsDestroyedReceivers)
 {
     NamedNotify a("a");
     NamedHandler h("h");
-    NamedNotify b("b");
-    b.PostQueueNotify();
-    std::string data = "xy";
-    h.PostQueuedNotifyData(7, data.data(), data.size());
-    data = "zz";  // the queue holds its own copy
-    a.PostQueueNotify();
-    PostQueuedNotifyData(nullptr, 1, "lost", 4);  // no handler: nothing happens
-    h.PostQueuedNotifyData(0, nullptr, 5);  // a size without data is delivered as no data
-    b.PostQueueNotify();
-    while (_Queue().DispatchOne()) {
-    }
-    EXPECT_EQ(gLog, (std::vector<std::string>{"b", "h:7:xy", "a", "h:0:-", "b"}));
-}
-
-TEST_F(QueuedNotify, DestroyedReceiverGetsNothingAndOthersStill)
-{
-    NamedNotify keep("keep");
     auto gone = std::make_unique<NamedNotify>("gone");
     auto goneHandler = std::make_unique<NamedHandler>("goneH");
-    std::thread poster([&] {
-        for (int i = 0; i < 3; ++i) {
-            gone->PostQueueNotify();
-            keep.PostQueueNotify();
-            goneHandler->PostQueuedNotifyData(2, "d", 1);
-        }
-    });
-    poster.join();
+    std::string data = "xy";
+    std::thread([&] {
+        gone->PostQueueNotify();
+        h.PostQueuedNotifyData(7, data.data(), data.size());
+        goneHandler->PostQueuedNotifyData(2, "d", 1);
+        a.PostQueueNotify();
+        PostQueuedNotifyData(nullptr, 1, "lost", 4);  // no handler: nothing happens
+        h.PostQueuedNotifyData(0, nullptr, 5);  // a size without data is delivered as no data
+        gone->PostQueueNotify();
+    }).join();
+    data = "zz";  // the queue holds its own copy
     gone.reset();
     goneHandler.reset();
     EXPECT_EQ(_Queue().GetPendingCount(), 3u);
-    while (_Queue().DispatchOne()) {
-    }
-    EXPECT_EQ(gLog, (std::vector<std::string>{"keep", "keep", "keep"}));
+    _DrainAll();
+    EXPECT_EQ(gLog, (std::vector<std::string>{"h:7:xy", "a", "h:0:-"}));
 }
 
 TEST_F(QueuedNotify, WakeDescriptorIsReadableExactlyWhileEventsWait)
@@ -145,7 +136,7 @@ TEST_F(QueuedNotify, WakeDescriptorIsReadableExactlyWhileEventsWait)
     n->PostQueueNotify();
     EXPECT_TRUE(_IsReadable(fd));
     EXPECT_TRUE(_Queue().DispatchOne());
-    EXPECT_TRUE(_IsReadable(fd));
+    EXPECT_TRUE(_IsReadable(fd));  // one event still waits
     EXPECT_TRUE(_Queue().DispatchOne());
     EXPECT_FALSE(_IsReadable(fd));
     n->PostQueueNotify();
@@ -184,35 +175,7 @@ TEST_F(QueuedNotify, ClearEventQueueRefusesReentryButNestedDispatchWorks)
     EXPECT_FALSE(_Queue().ClearEventQueue());
 }
 
-TEST_F(QueuedNotify, RunUntilDrainsWhatAWorkerPostsLater)
-{
-    NamedNotify n("n");
-    std::thread worker([&n] {
-        for (int i = 0; i < 5; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            n.PostQueueNotify();
-        }
-    });
-    EXPECT_TRUE(_Queue().RunUntil([] { return gLog.size() == 5; }, 10000));
-    worker.join();
-    EXPECT_FALSE(_Queue().RunUntil([] { return gLog.size() == 6; }, 20));
-}
-
 namespace {
-
-// Records what reaches the interface thread.
-class RecordingInterface : public LProcessInterfaceVoid {
-public:
-    std::vector<std::string> calls;
-    void SetError(const char* m) override { calls.push_back(std::string("error ") + m); }
-    void SetStatus(const char* t, int line) override
-    {
-        calls.push_back("status" + std::to_string(line) + " " + t);
-    }
-    void SetProgress(double f) override { calls.push_back("progress " + std::to_string(f)); }
-    void SetProgressIndeterminateOn() override { calls.push_back("indeterminate on"); }
-    void SetProgressIndeterminateOff() override { calls.push_back("indeterminate off"); }
-};
 
 class ReportingWorker : public LThread {
 public:
@@ -235,15 +198,15 @@ protected:
 
 TEST_F(QueuedNotify, ThreadNotifyInterfaceCarriesReportsToTheInterfaceThread)
 {
-    RecordingInterface target;
+    RecordingProcess target;
     ReportingWorker worker;
     LThreadNotifyInterface adapter(worker, target);
     worker.report = &adapter;
     worker.Start(kThreadPriorityNormal);
     worker.WaitForThreadEnd();
-    EXPECT_TRUE(target.calls.empty());
-    while (_Queue().DispatchOne()) {
-    }
+    EXPECT_TRUE(target.calls.empty());  // nothing arrives until this thread drains
+    EXPECT_TRUE(_Queue().RunUntil([&target] { return target.calls.size() == 6; }, 10000));
+    EXPECT_FALSE(_Queue().RunUntil([&target] { return target.calls.size() == 7; }, 20));
     EXPECT_EQ(target.calls, (std::vector<std::string>{
                                 "indeterminate on", "status0 first",
                                 "status1 " + std::string(259, 'x'), "progress 0.250000",

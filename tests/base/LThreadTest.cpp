@@ -34,6 +34,12 @@ public:
     std::atomic<int> policy{-1};
     LSignalObject release;
 
+    bool RunToEnd(int priority)
+    {
+        release.Signal();
+        return Start(priority) && GetFinishedSignal().WaitSignal(5000);
+    }
+
 protected:
     void ThreadFunction() override
     {
@@ -44,26 +50,9 @@ protected:
     }
 };
 
-// Waits on a signal; what ProcessWaitSignal answered ends up in `result`.
-class WaitingThread : public LThread {
-public:
-    ~WaitingThread() override
-    {
-        StopThreadSoon();
-        WaitForThreadEnd();
-    }
-
-    LSignalObject s;
-    unsigned int waitMs = kWaitForever;
-    std::atomic<int> result{-1};
-
-protected:
-    void ThreadFunction() override { result = ProcessWaitSignal(s, waitMs); }
-};
-
 }  // namespace
 
-TEST(LThread, StartOnARunningThreadChangesNothing)
+TEST(LThread, StartWhileRunningChangesNothingRestartClearsTheStopAndStopEndsAWait)
 {
     CountingThread t;
     ASSERT_TRUE(t.Start(kThreadPriorityNormal));
@@ -73,99 +62,56 @@ TEST(LThread, StartOnARunningThreadChangesNothing)
     ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
     EXPECT_EQ(t.runs, 1);
     EXPECT_FALSE(t.IsRunning());
-}
-
-TEST(LThread, RestartsAfterAFinishedRunWithClearedSignals)
-{
-    CountingThread t;
-    t.release.Signal();
-    ASSERT_TRUE(t.Start(kThreadPriorityNormal));
-    ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
 
     t.StopThreadSoon();  // a stop asked between runs does not reach the next one
     t.release.Reset();
     ASSERT_TRUE(t.Start(kThreadPriorityNormal));
     EXPECT_FALSE(t.GetFinishedSignal().WaitSignal(50));
     EXPECT_TRUE(t.IsRunning());
-    t.release.Signal();
-    ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
-    EXPECT_EQ(t.runs, 2);
     EXPECT_FALSE(t.sawStopAtStart);
-}
-
-TEST(LThread, StopIsHonouredWithinAWait)
-{
-    CountingThread t;
-    ASSERT_TRUE(t.Start(kThreadPriorityNormal));
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
     auto start = Clock::now();
-    t.StopThreadSoon();
+    t.StopThreadSoon();  // ends the run's wait for a release that never comes
     ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
     EXPECT_LT(_MsSince(start), 1000);
-    EXPECT_EQ(t.runs, 1);
+    EXPECT_EQ(t.runs, 2);
 }
 
-TEST(LThread, ProcessWaitSignalAnswersSignalStopOrTimeLimit)
+TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
 {
-    WaitingThread signalled;
-    signalled.s.Signal();
-    signalled.Start(kThreadPriorityNormal);
-    signalled.WaitForThreadEnd();
-    EXPECT_EQ(signalled.result, kProcessFinished);
-
-    WaitingThread timed;
-    timed.waitMs = 30;
-    auto start = Clock::now();
-    timed.Start(kThreadPriorityNormal);
-    timed.WaitForThreadEnd();
-    EXPECT_EQ(timed.result, kProcessFailed);
-    EXPECT_GE(_MsSince(start), 30);
-}
-
-TEST(LThread, StopOutranksTheSignalAndZeroNeverBlocks)
-{
-    // Run the worker's wait on this thread's own LThread object without starting it: the
-    // interface calls do not need the thread itself.
-    CountingThread t;
+    // The interface calls do not need the thread itself: wait here on an unstarted object.
+    CountingThread idle;
     LSignalObject s;
+    EXPECT_EQ(idle.ProcessWaitSignal(s, 0), kProcessFailed);
+    EXPECT_FALSE(idle.ProcessWait(0));
+    auto start = Clock::now();
+    EXPECT_EQ(idle.ProcessWaitSignal(s, 30), kProcessFailed);
+    EXPECT_GE(_MsSince(start), 30);
     s.Signal();
-    t.StopThreadSoon();
-    EXPECT_EQ(t.ProcessWaitSignal(s, 0), kProcessStopped);
-    EXPECT_EQ(t.ProcessWaitSignal(s, kWaitForever), kProcessStopped);
+    EXPECT_EQ(idle.ProcessWaitSignal(s, kWaitForever), kProcessFinished);
 
+    CountingThread stopped;  // a stop outranks the signal
+    stopped.StopThreadSoon();
+    EXPECT_EQ(stopped.ProcessWaitSignal(s, 0), kProcessStopped);
+    EXPECT_EQ(stopped.ProcessWaitSignal(s, kWaitForever), kProcessStopped);
     LSignalObjectGroup group;
     group.Add(s);
-    EXPECT_EQ(t.ProcessWaitSignalObjectGroup(group, 0), kProcessStopped);
-    EXPECT_TRUE(t.ProcessWait(kWaitForever));
-
-    // Without the stop, a wait of 0 looks and returns at once.
-    CountingThread idle;
-    LSignalObject unset;
-    EXPECT_EQ(idle.ProcessWaitSignal(unset, 0), kProcessFailed);
-    EXPECT_FALSE(idle.ProcessWait(0));
+    EXPECT_EQ(stopped.ProcessWaitSignalObjectGroup(group, 0), kProcessStopped);
+    EXPECT_TRUE(stopped.ProcessWait(kWaitForever));
 }
 
 TEST(LThread, LowPriorityRunsIdleAndRealTimeRefusalIsSilent)
 {
     CountingThread low;
-    low.release.Signal();
-    low.Start(kThreadPriorityBeatDetect);
-    ASSERT_TRUE(low.GetFinishedSignal().WaitSignal(5000));
+    ASSERT_TRUE(low.RunToEnd(kThreadPriorityBeatDetect));
     EXPECT_EQ(low.policy, SCHED_IDLE);
-
     CountingThread audio;  // real time where the account allows it, else normal; it runs
-    audio.release.Signal();
-    audio.Start(kThreadPriorityRealTime);
-    ASSERT_TRUE(audio.GetFinishedSignal().WaitSignal(5000));
+    ASSERT_TRUE(audio.RunToEnd(kThreadPriorityRealTime));
     EXPECT_TRUE(audio.policy == SCHED_FIFO || audio.policy == SCHED_OTHER);
-    EXPECT_EQ(audio.runs, 1);
 }
 
 TEST(LDebugThreads, NamesThreadsAndFreesTheirEntries)
 {
-    std::string named;
-    std::string numbered;
-    std::string afterEnd;
+    std::string named, numbered, afterEnd;
     pid_t id = -1;
     std::thread([&] {
         id = gettid();

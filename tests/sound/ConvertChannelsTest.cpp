@@ -60,7 +60,7 @@ TEST(ConvertChannelsSource, MapsChannelsByTheirRules)
     EXPECT_EQ(ReadAll(twoOfThree, 2), (std::vector<int>{1, 2, 4, 5}));
 }
 
-TEST(ConvertChannelsSource, ReadsLongerThanTheWorkBufferAreWhole)
+TEST(ConvertChannelsSource, ReadsLongerThanTheWorkBufferAreWholeAndNoOpsPassThrough)
 {
     const std::vector<int> data = Counting(2 * 20000);
     LSoundSource stereo(new MemorySource(44100, 2, data));
@@ -68,11 +68,7 @@ TEST(ConvertChannelsSource, ReadsLongerThanTheWorkBufferAreWhole)
     const std::vector<int> out = ReadAll(mono, 20000);
     for (size_t i = 0; i < out.size(); ++i)
         ASSERT_EQ(out[i], (data[2 * i] + data[2 * i + 1]) >> 1) << i;
-}
 
-TEST(ConvertChannelsSource, LeavesStreamsAloneWhenNothingToDo)
-{
-    LSoundSource stereo(new MemorySource(44100, 2, {}));
     EXPECT_EQ(LSPConvChannels(2).OpenSource(stereo).Get(), stereo.Get());
     EXPECT_EQ(LSPConvChannels(0).OpenSource(stereo).Get(), stereo.Get());
     LSoundSource broken = MakeErrorSource(kErrMissing, 44100, 2);
@@ -127,15 +123,12 @@ TEST(ConvertRateSink, SineKeepsItsLevelAndCentre)
 {
     const std::vector<int> sine = MakeSine(22050, 1, 1000, 0x40000, 22050);
     LSoundSink dest(new MemorySink(44100, 1));
-    auto* out = static_cast<MemorySink*>(dest.Get());
-    {
-        LSoundSink sink = LSinkConvertRate(22050).OpenSink(dest, false);
-        sink->Write(sine.data(), 22050);
-    }
-    ASSERT_GE(out->written.size(), 44100u);
+    LSinkConvertRate(22050).OpenSink(dest, false)->Write(sine.data(), 22050);
+    const std::vector<int>& out = static_cast<MemorySink*>(dest.Get())->written;
+    ASSERT_GE(out.size(), 44100u);
     // Even output frames fall on input frames: filter centred, no delay.
     for (int i = 2000; i < 4000; i += 2)
-        ASSERT_NEAR(out->written[size_t(i)], sine[size_t(i / 2)], 0x40000 * 0.01) << i;
+        ASSERT_NEAR(out[size_t(i)], sine[size_t(i / 2)], 0x40000 * 0.01) << i;
 }
 
 TEST(ConvertRateSink, PositionSeekAndSameRate)
@@ -147,8 +140,6 @@ TEST(ConvertRateSink, PositionSeekAndSameRate)
     auto* out = static_cast<MemorySink*>(dest.Get());
     LSoundSink sink = LSinkConvertRate(44100).OpenSink(dest, false);
     EXPECT_EQ(sink->GetPosition(), 88200);
-    EXPECT_EQ(sink->GetRate(), 44100);
-    EXPECT_EQ(sink->GetChannels(), 2);
 
     const std::vector<int> block(2 * 1000, 1600);
     sink->Write(block.data(), 1000);
@@ -179,13 +170,11 @@ TEST(ConvertChannelsSink, PairsAndTheirRules)
     EXPECT_EQ(LSinkConvertChannels::OpenSink(mono, 1).Get(), mono.Get());
     LSoundSink none = LSinkConvertChannels::OpenSink(stereo, 3);
     EXPECT_EQ(none->GetError() & kSinkErrorFlag, kSinkErrorFlag);
-    EXPECT_EQ(none->GetRate(), 44100);
-    EXPECT_EQ(none->GetChannels(), 1);
 }
 
 TEST(ConvertChannelsSink, RateAndChannelsTogether)
 {
-    LSoundSink dest(new MemorySink(48000, 1));
+    LSoundSink dest(new MemorySink(48000, 1));  // held here to read after the close
     auto* out = static_cast<MemorySink*>(dest.Get());
     LSoundSink sink = dest;
     LSinkConvertRateChannels(44100, 2, sink);
@@ -197,8 +186,7 @@ TEST(ConvertChannelsSink, RateAndChannelsTogether)
     EXPECT_NEAR(int(out->written.size()), 4800, 2);
     EXPECT_NEAR(out->written[2000], 3200, 32);
 
-    LSoundSink wide(new MemorySink(48000, 2));
-    LSoundSink unsupported = wide;
+    LSoundSink unsupported(new MemorySink(48000, 2));
     LSinkConvertRateChannels(44100, 3, unsupported);
     EXPECT_EQ(unsupported->GetError() & kSinkErrorFlag, kSinkErrorFlag);
 }

@@ -14,9 +14,6 @@ TEST(SoundTime, TwoStepConversionsAreExactAtLongPositions)
     // 2 hours at 44,100 Hz: one-step rate * ms would need 3.2e11.
     EXPECT_EQ(LSoundTime::FromFrames(317520000, 44100).GetMilliseconds(), 7200000);
     EXPECT_EQ(LSoundTime(7200000).ToFrames(44100), 317520000);
-    // 12 hours, close to the 32-bit frame limit.
-    EXPECT_EQ(LSoundTime::FromFrames(1905120000, 44100).GetMilliseconds(), 43200000);
-    EXPECT_EQ(LSoundTime(43200000).ToFrames(44100), 1905120000);
     // Remainders are truncated, not rounded.
     EXPECT_EQ(LSoundTime::FromFrames(44099, 44100).GetMilliseconds(), 999);
     EXPECT_EQ(LSoundTime(1).ToFrames(44100), 44);
@@ -29,24 +26,15 @@ TEST(SoundTime, TextAndValidation)
     char text[16];
     LSoundTime(3723456)._GetTextHMMSSF(text);
     EXPECT_STREQ(text, "1:02:03.4");
-    LSoundTime(-1500)._GetTextHMMSSF(text);
-    EXPECT_STREQ(text, "-0:00:01.5");
-    LSoundTime(0)._GetTextHMMSSF(text);
-    EXPECT_STREQ(text, "0:00:00.0");
-    LSoundTime(-2147483647 - 1)._GetTextHMMSSF(text);
+    LSoundTime(-2147483647 - 1)._GetTextHMMSSF(text);  // the sign goes in front, no overflow
     EXPECT_STREQ(text, "-596:31:23.6");
 
-    for (const char* good : {"", "12", "1:02:03.4", "1:2:3:4", "::.5"}) {
+    for (const char* good : {"", "1:02:03.4", "1:2:3:4", "::.5"})
         EXPECT_TRUE(LSoundTime::IsValid(good, false)) << good;
-        EXPECT_TRUE(LSoundTime::IsValid(good, true)) << good;
-    }
-    for (const char* bad : {"1:2:3:4:5", "1.2.3", "1.2:3", "a", "1 2", "/", "1-2", ";"}) {
-        EXPECT_FALSE(LSoundTime::IsValid(bad, false)) << bad;
+    for (const char* bad : {"1:2:3:4:5", "1.2.3", "1.2:3", "a", "1 2", "--1"})
         EXPECT_FALSE(LSoundTime::IsValid(bad, true)) << bad;
-    }
     EXPECT_FALSE(LSoundTime::IsValid("-1:00", false));
     EXPECT_TRUE(LSoundTime::IsValid("-1:00", true));
-    EXPECT_FALSE(LSoundTime::IsValid("--1", true));
 }
 
 TEST(DecibelTables, EdgesOfBothTables)
@@ -55,20 +43,13 @@ TEST(DecibelTables, EdgesOfBothTables)
     EXPECT_EQ(LdBValue(0).GetPowerGain(), kGainUnity);
     EXPECT_EQ(LdBValue(-127).GetGain(), 0);
     EXPECT_EQ(LdBValue(-128).GetPowerGain(), 0);
-    EXPECT_TRUE(LdBValue().IsSilent());
     EXPECT_EQ(LdBValue(-126).GetGain(), 8);
-    EXPECT_EQ(LdBValue(-126).GetPowerGain(), 0);
-    EXPECT_EQ(LdBValue(-6).GetGain(), 8408526);
     EXPECT_EQ(LdBValue(-6).GetPowerGain(), 4214246);
-    EXPECT_EQ(LdBValue(1).GetGain(), 18824346);
     // The amplitude table saturates first at +43 dB, the power table at +22 dB.
     EXPECT_EQ(LdBValue(42).GetGain(), 2112126356);
     EXPECT_EQ(LdBValue(43).GetGain(), 0x7fffffff);
-    EXPECT_EQ(LdBValue(127).GetGain(), 0x7fffffff);
     EXPECT_LT(LdBValue(21).GetPowerGain(), 0x7fffffff);
     EXPECT_EQ(LdBValue(22).GetPowerGain(), 0x7fffffff);
-    // One table for everybody.
-    EXPECT_EQ(&LdBGetTables(), &LdBGetTables());
 }
 
 TEST(DecibelTables, GainProductKeepsUnityAndHalves)
@@ -86,30 +67,24 @@ TEST(DecibelTables, GainProductKeepsUnityAndHalves)
 
 TEST(DecibelTables, GainAndMeanSquareToDecibels)
 {
-    EXPECT_EQ(LGainToDB(0).GetDB(), -127);
-    EXPECT_EQ(static_cast<unsigned char>(LGainToDB(0).GetDB()), 129);
+    EXPECT_EQ(static_cast<unsigned char>(LGainToDB(0).GetDB()), 129);  // -127
     EXPECT_EQ(LGainToDB(kGainUnity).GetDB(), 0);
-    EXPECT_EQ(LGainToDB(0x800000).GetDB(), -6);
     EXPECT_EQ(LGainToDB(0x7fffffff).GetDB(), 42);
     EXPECT_EQ(LGainToDB(1).GetDB(), -127);  // -144 dB is below the scale
 
     EXPECT_EQ(LMeanSquareToDB(0).GetDB(), -127);
     EXPECT_EQ(LMeanSquareToDB(8388626).GetDB(), 0);
     EXPECT_EQ(LMeanSquareToDB(0x10000000).GetDB(), 15);
-    EXPECT_EQ(LMeanSquareToDB(1).GetDB(), -69);
     EXPECT_EQ(LMeanSquareToDB(0xffffffffu).GetDB(), 27);
 }
 
 TEST(BufferHelpers, PeakTakesBothSignsAndEmptyBlocks)
 {
-    const std::vector<int> block{3, -0x80000, 0x7fff0, 5};
+    const std::vector<int> block{3, -0x80000, 0x7fff0, 5, -2147483647 - 1};
     EXPECT_EQ(GetBufferPeak(block.data(), 2, 2), 0x80000);
     EXPECT_EQ(GetBufferPeak(block.data(), 1, 1), 3);
     EXPECT_EQ(GetBufferPeak(block.data(), 0, 2), 0);
-    const std::vector<int> negative{-7, -9};
-    EXPECT_EQ(GetBufferPeak(negative.data(), 2, 1), 9);
-    const std::vector<int> extreme{-2147483647 - 1};
-    EXPECT_EQ(GetBufferPeak(extreme.data(), 1, 1), 0x7fffffff);
+    EXPECT_EQ(GetBufferPeak(block.data() + 4, 1, 1), 0x7fffffff);
 }
 
 TEST(BufferHelpers, MeanSquareOfFullScaleDoesNotOverflow)

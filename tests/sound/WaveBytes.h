@@ -36,15 +36,15 @@ struct WaveSpec {
     bool sizeUnknown = false; // data size field 0xffffffff
 };
 
-inline std::string MakeWave(const WaveSpec& spec)
+inline std::string MakeWave(const WaveSpec& wave)
 {
-    const uint32_t frameBytes = static_cast<uint32_t>(spec.channels) * ((spec.bits + 7) / 8);
-    std::string format = Le16(spec.tag) + Le16(spec.channels) + Le32(spec.rate) +
-                         Le32(spec.rate * frameBytes) + Le16(frameBytes) + Le16(spec.bits) +
-                         spec.formatExtra;
-    std::string data = "data" + Le32(spec.sizeUnknown ? 0xffffffffu : uint32_t(spec.data.size())) + spec.data;
-    std::string form = "WAVE" + spec.beforeFormat + Chunk("fmt ", format) + spec.beforeData + data;
-    return spec.beforeRiff + "RIFF" + Le32(static_cast<uint32_t>(form.size())) + form;
+    const uint32_t frameBytes = static_cast<uint32_t>(wave.channels) * ((wave.bits + 7) / 8);
+    std::string format = Le16(wave.tag) + Le16(wave.channels) + Le32(wave.rate) +
+                         Le32(wave.rate * frameBytes) + Le16(frameBytes) + Le16(wave.bits) +
+                         wave.formatExtra;
+    std::string data = "data" + Le32(wave.sizeUnknown ? 0xffffffffu : uint32_t(wave.data.size())) + wave.data;
+    std::string form = "WAVE" + wave.beforeFormat + Chunk("fmt ", format) + wave.beforeData + data;
+    return wave.beforeRiff + "RIFF" + Le32(static_cast<uint32_t>(form.size())) + form;
 }
 
 // Interleaved 16-bit little-endian values.
