@@ -1,0 +1,27 @@
+#include "engine/LOrvaneSourceTap.h"
+
+namespace {
+
+constexpr int kMessageCrossFade = 1;
+
+}  // namespace
+
+LOrvaneSourceTap::LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink)
+    : LSoundProcessBase(inner), _sink(sink)
+{
+    source = _crossfade.OpenSource(source, kFadeFrames);
+}
+
+void LOrvaneSourceTap::Read(int* buffer, int frames)
+{
+    source->Read(buffer, frames);
+    (*_sink)->Write(buffer, frames);
+}
+
+bool LOrvaneSourceTap::ControlMessage(int id, long* data)
+{
+    if (id != kMessageCrossFade)
+        return source->ControlMessage(id, data);
+    _crossfade.fadeRequested = true;
+    return true;
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "sound/LCrossFade.h"
+#include "sound/LSoundSource.h"
+
+// The recording tap: passes the mix through unchanged and writes every block it passes to a
+// sink, so the recording is exactly what the player plays. The mix inside goes through the
+// tap's own crossfade, so that a resync's fade is recorded as it is heard.
+class LOrvaneSourceTap : public LSoundProcessBase {
+public:
+    static constexpr int kFadeFrames = 1024;
+
+    // `sink` is the console's handle and must outlive the tap.
+    LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink);
+
+    void Read(int* buffer, int frames) override;
+    // 1 asks the tap's own crossfade to fade the next block and is taken; others go inside.
+    bool ControlMessage(int id, long* data) override;
+
+private:
+    LSoundSink* _sink;
+    LCrossFadeSource _crossfade;
+};
