@@ -1,6 +1,7 @@
 // Speed of a deck's whole chain as the player pulls it, in multiples of real time on one core:
 // the plain chain (file, equaliser, deck source) and the heaviest one (every effect on, pitch
 // 1.05, equaliser away from 0 dB).
+#include "bench/PullChain.h"
 #include "engine/DJDeck.h"
 #include "sound/LWaveFile.h"
 
@@ -17,7 +18,6 @@ namespace {
 
 constexpr int kRate = 44100;
 constexpr int kTrackSeconds = 60;
-constexpr int kBlockFrames = 8192;  // what the player pulls at most
 
 // A minute of stereo music-like material (two tones and a beat) in a temporary WAVE file.
 class TrackFile {
@@ -61,16 +61,7 @@ const TrackFile& _Track()
 void _Pull(benchmark::State& state, DJDeck& deck)
 {
     LSoundSource chain = deck.OpenSource();
-    std::vector<int> block(2 * kBlockFrames);
-    int64_t frames = 0;
-    for (auto _ : state) {
-        chain->Read(block.data(), kBlockFrames);
-        benchmark::DoNotOptimize(block.data());
-        frames += kBlockFrames;
-        if (chain->GetPositionSample() >= chain->GetEndSample())
-            chain->Seek(0);
-    }
-    state.counters["x_realtime"] = benchmark::Counter(double(frames) / kRate, benchmark::Counter::kIsRate);
+    bench::PullChain(state, chain, kRate, chain->GetEndSample());
 }
 
 void BM_DeckPlainChain(benchmark::State& state)

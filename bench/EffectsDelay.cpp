@@ -1,5 +1,6 @@
 // Speed of the deck's delay-line effects (flanger, phaser, echo) and reverb on stereo
 // 44,100 Hz, in blocks as the player pulls them, reported as multiples of real time on one core.
+#include "bench/PullChain.h"
 #include "sound/LSRCEcho.h"
 #include "sound/LSRCFlanger.h"
 #include "sound/LSRCReverb3.h"
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr int kRate = 44100;        // Hz
-constexpr int kBlockFrames = 8192;  // what the player pulls at most
 
 // One second of stereo music-like material (a chord under noise), played round and round; or
 // silence, to time a reverb tail that has died away. Read is a copy.
@@ -50,29 +50,17 @@ private:
     int _pos = 0;  // within the second, so that an endless run never overflows it
 };
 
-void _Pull(benchmark::State& state, LSoundSource& chain)
-{
-    std::vector<int> block(2 * kBlockFrames);
-    int64_t frames = 0;
-    for (auto _ : state) {
-        chain->Read(block.data(), kBlockFrames);
-        benchmark::DoNotOptimize(block.data());
-        frames += kBlockFrames;
-    }
-    state.counters["x_realtime"] = benchmark::Counter(double(frames) / kRate, benchmark::Counter::kIsRate);
-}
-
 void _Run(benchmark::State& state, const LSoundProcessDescription& effect, bool silent = false)
 {
     LSoundSource chain(new LoopedSecond(silent));
     chain = effect.OpenSource(chain);
-    _Pull(state, chain);
+    bench::PullChain(state, chain, kRate);
 }
 
 void BM_Source(benchmark::State& state)
 {
     LSoundSource chain(new LoopedSecond(false));
-    _Pull(state, chain);
+    bench::PullChain(state, chain, kRate);
 }
 BENCHMARK(BM_Source)->Unit(benchmark::kMicrosecond);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EffectSources.h"
 #include "sound/MemorySource.h"
 
 #include <algorithm>
@@ -25,16 +26,4 @@ inline LSoundSource MakeMemorySource(int rate, int channels, std::vector<int> sa
     if (memory)
         *memory = m;
     return LSoundSource(m);
-}
-
-// Reads `frames` in uneven blocks, so that state carried between calls is exercised.
-inline std::vector<int> ReadInBlocks(LSoundSource& s, int frames)
-{
-    std::vector<int> out(static_cast<size_t>(frames) * s->GetChannels());
-    for (int done = 0, block = 1; done < frames; block = block * 3 + 7) {
-        const int n = std::min(block, frames - done);
-        s->Read(out.data() + static_cast<size_t>(done) * s->GetChannels(), n);
-        done += n;
-    }
-    return out;
 }

@@ -45,7 +45,7 @@ TEST(Echo, RecirculatesPerChannelAsTheModel)
         const auto in = k.amplitude ? MakeNoise(k.ch, 20000, k.amplitude) : std::vector<int>(20000 * k.ch, 0x7fff0);
         LSoundSource s = MakeMemorySource(44100, k.ch, in);
         s = LSPEcho(k.percent, k.delayMs).OpenSource(s);
-        EXPECT_EQ(ReadInBlocks(s, 20000), EchoModel(in, 44100 * k.delayMs / 1000 * k.ch, k.percent)) << k.percent;
+        EXPECT_EQ(ReadInPieces(s, 20000), EchoModel(in, 44100 * k.delayMs / 1000 * k.ch, k.percent)) << k.percent;
     }
 }
 

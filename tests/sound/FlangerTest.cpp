@@ -37,7 +37,7 @@ TEST(Flanger, FixedAndSweptDelaysMatchTheModel)
         const auto in = MakeNoise(k.ch, 6000, 0x7fff0);
         LSoundSource s = MakeMemorySource(k.rate, k.ch, in);
         s = LSPFlanger(k.delayMs, k.hz, k.depth, k.mix).OpenSource(s);
-        EXPECT_EQ(ReadInBlocks(s, 6000), FlangerModel(in, k.ch, k.rate, k.delayMs, k.hz, k.depth, k.mix)) << k.delayMs;
+        EXPECT_EQ(ReadInPieces(s, 6000), FlangerModel(in, k.ch, k.rate, k.delayMs, k.hz, k.depth, k.mix)) << k.delayMs;
     }
 }
 
@@ -48,17 +48,17 @@ TEST(Flanger, ParametersBeyondTheSlidersAreHeldInsideTheRing)
     const auto in = MakeNoise(2, 8000, 0x7fff0);
     LSoundSource s = MakeMemorySource(44100, 2, in);
     s = LSPFlanger(1000000, 7.0, 250, 400).OpenSource(s);
-    EXPECT_EQ(ReadInBlocks(s, 8000), FlangerModel(in, 2, 44100, 1000, 7.0, 100, 100));
+    EXPECT_EQ(ReadInPieces(s, 8000), FlangerModel(in, 2, 44100, 1000, 7.0, 100, 100));
 
     LSPFlanger wide(1000, 1.0, 100, 50);  // 255 channels at 192 kHz: the ring's own limit
     LSoundSource w = MakeMemorySource(192000, 255, MakeNoise(255, 50, 1000));
     w = wide.OpenSource(w);
     EXPECT_LE(static_cast<LSRCFlanger*>(wide.source.Get())->GetRingLength(), LSRCFlanger::kMaxRingInts);
-    ReadInBlocks(w, 50);
+    ReadInPieces(w, 50);
 
     LSoundSource odd = MakeMemorySource(44100, 2, in);  // a rate that is no number: no sweep
     odd = LSPFlanger(10, std::nan(""), 100, 100).OpenSource(odd);
-    EXPECT_EQ(ReadInBlocks(odd, 8000), FlangerModel(in, 2, 44100, 10, 0.0, 100, 100));
+    EXPECT_EQ(ReadInPieces(odd, 8000), FlangerModel(in, 2, 44100, 10, 0.0, 100, 100));
 }
 
 TEST(Flanger, ZeroDelayScalesByOnePlusMix)

@@ -90,7 +90,7 @@ TEST(Reverb, BlocksOfAnySizeGiveTheSameStreamAndMonoRunsTheLeftSide)
     const int frames = 20000;  // more than the work arrays start with
     const auto in = MakeNoise(2, frames, 0x7fff0);
     LSoundSource whole = Wet(44100, 2, in), pieces = Wet(44100, 2, in);
-    EXPECT_EQ(ReadInBlocks(pieces, frames), ReadAll(whole, frames));
+    EXPECT_EQ(ReadInPieces(pieces, frames), ReadAll(whole, frames));
 
     // Mono is the stereo network with a silent right input, read back from the left side.
     std::vector<int> mono(frames), leftOnly(2 * size_t(frames), 0);
