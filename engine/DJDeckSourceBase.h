@@ -47,6 +47,7 @@ private:
 // of each block read into the deck's history.
 class DJDeckSourceBase : public LSoundSourceBase {
 public:
+    // `info` belongs to the deck and must outlive the chain.
     DJDeckSourceBase(const LSoundSource& inner, DJDeckSourceBaseInfo* info);
 
     void Read(int* buffer, int frames) override;
