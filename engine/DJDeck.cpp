@@ -8,6 +8,7 @@
 #include "sound/LSRCFlanger.h"
 #include "sound/LSRCReverb3.h"
 #include "sound/LSRCConvertRate.h"
+#include "sound/LSampleMath.h"
 #include "sound/LWaveFile.h"
 
 #include <algorithm>
@@ -46,7 +47,7 @@ LdBValue DJReverbDryGain(int mixPercent)
 
 int DJDistortionLevel(LdBValue gain)
 {
-    return static_cast<int>(std::trunc(std::pow(10.0, gain.GetDB() * 0.05) * 131072.0));
+    return LTruncToInt(std::pow(10.0, gain.GetDB() * 0.05) * 131072.0);
 }
 
 void DJDeck::AddNotify(DJDeckNotify* listener)

@@ -4,13 +4,21 @@
 
 #include <algorithm>
 
+namespace {
+
+// 512 times full scale: above any real sample, and low enough that the curve's offsets and
+// products stay inside int for every level a caller may pass (+127 dB asks for 2.9e11).
+constexpr int kMaxLevel = 0x10000000;
+
+}  // namespace
+
 LSoundSource LSPDistortion::OpenSource(LSoundSource& inner) const
 {
     return LSoundSource(new LSRCDistortion(inner, *this));
 }
 
 LSRCDistortion::LSRCDistortion(LSoundSource& inner, const LSPDistortion& params)
-    : LSoundProcessBase(inner), _amount(std::clamp(params.amount, 0.0, 1.0)), _level(params.level)
+    : LSoundProcessBase(inner), _amount(std::clamp(params.amount, 0.0, 1.0)), _level(std::clamp(params.level, 0, kMaxLevel))
 {
     _Rebuild();
 }

@@ -111,11 +111,15 @@ TEST(DJDeckChain, ParameterMappingsAtTheirLimits)
     EXPECT_EQ(DJReverbDryGain(1).GetDB(), 0);  // -0.087 rounds to 0
     EXPECT_EQ(DJDistortionLevel(LdBValue(0)), 131072);
     EXPECT_EQ(DJDistortionLevel(LdBValue(-127)), 0);  // 10^-6.35 * 2^17 is below 1
+    EXPECT_EQ(DJDistortionLevel(LdBValue(127)), 2147483647) << "held within int, not wrapped";
 
     TempFolder folder;
     const std::string path = WriteTrack(folder);
     DJDeck deck;
     deck.SetTrack(path.c_str());
+    deck.SetDistortion(1.0, LdBValue(127), true);
+    Render(deck.OpenSource());  // the sanitizers see any overflow in the curve
+    deck.SetDistortion(0.0, LdBValue(0), false);
     deck.SetDelay(40, 0, true);
     LSoundSource file = LWaveFile::OpenSource(path.c_str());
     LSoundSource expected = LSPEcho(40, 1).OpenSource(file);
