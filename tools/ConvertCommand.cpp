@@ -15,6 +15,7 @@ namespace tool {
 namespace {
 
 constexpr int kBlockFrames = 8192;
+constexpr int kMaxRate = 768000;  // Hz: the fastest audio hardware; beyond it a file only grows
 
 LSoundSink _OpenOutput(const std::string& path, const std::string& bits, const LSoundSource& source)
 {
@@ -69,10 +70,10 @@ void _Pump(LSoundSource& source, LSoundSink& sink, int limit, int end)
 
 int Convert(const ConvertOptions& options)
 {
-    const bool badRate = options.rate != ConvertOptions::kUnset && options.rate < 1;
+    const bool badRate = options.rate != ConvertOptions::kUnset && (options.rate < 1 || options.rate > kMaxRate);
     const bool badChannels = options.channels != ConvertOptions::kUnset && (options.channels < 1 || options.channels > 255);
     if (badRate || badChannels) {
-        PrintError(badRate ? "--rate must be at least 1" : "--channels must be 1 to 255");
+        PrintError(badRate ? "--rate must be 1 to 768000" : "--channels must be 1 to 255");
         return kExitUsage;
     }
     LSoundSource source = OpenByType(options.in);

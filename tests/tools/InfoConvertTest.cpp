@@ -104,7 +104,7 @@ TEST(ToolConvert, RefusesWithoutLeavingAFile)
     const std::string out = folder / "out.wav";
     LWaveFile::OpenSinkPCM(in.c_str(), 44100, 1, 16, 0)->Write(Ramp(100).data(), 100);
 
-    for (std::string usage : {" " + out + " --bits 12", std::string(), " " + out + " --rate -5", " " + out + " --channels 300"})
+    for (std::string usage : {" " + out + " --bits 12", std::string(), " " + out + " --rate -5", " " + out + " --rate 800000", " " + out + " --channels 300"})
         EXPECT_EQ(RunTool(folder, "convert " + in + usage).exitCode, 2) << usage;
 
     WriteWholeFile(folder / "bad.wav", "RIFF....WAVEjunk");
