@@ -1,6 +1,4 @@
-#include "app/LLoadText.h"
 #include "app/LXMLElement.h"
-#include "support/TestHome.h"
 
 #include <gtest/gtest.h>
 
@@ -87,17 +85,6 @@ TEST(XMLStartTag, LongTokensAreCutAt259Characters)
     EXPECT_EQ(p->error, "");  // both sides are cut alike, so the end tag matches
 }
 
-TEST(XMLStartTag, SpacePreservingElementsKeepTheirControlCharacters)
-{
-    auto p = _Parse("<a xml:space=\"preserve\">\n\tx\n<b>\t</b></a><c>\n\tx\n</c>");
-    const LXMLElement* a = p->document.GetElement("a");
-    EXPECT_TRUE(a->GetPreserveSpace());
-    EXPECT_TRUE(a->Attributes().IsEmpty());
-    EXPECT_STREQ(a->GetElementData(), "\n\tx\n");
-    EXPECT_STREQ(a->GetElement("b")->GetElementData(), "\t");  // inherited
-    EXPECT_EQ(_Data(*p, "c"), "x");
-}
-
 TEST(XMLContent, TextCdataCommentsAndEmptyForms)
 {
     auto p = _Parse("<a> x </a><b>\n\t\t\r\n</b><c>one<d></d>two</c>");
@@ -180,45 +167,6 @@ TEST(XMLWriter, LibraryShapedFileReadsAndWritesBackByteForByte)
     EXPECT_EQ(_Save(p->document), file);
 }
 
-TEST(XMLWriter, EscapingAndClosingForms)
-{
-    std::string out;
-    LHTMLEncodeToWriterSimpleWithEol(out, "&<>\"'\r\n\xff");
-    EXPECT_EQ(out, "&amp;&lt;&gt;&quot;'\n\n\xff");
-
-    LXMLElement root("root");
-    root.AddElement("?pi");
-    root.AddElement("!--");
-    root.AddElement("![CDATA[");
-    root.AddElement("!DOCTYPE");
-    root.AddText(" \t\r\n");  // writes nothing, but marks a text child
-    EXPECT_EQ(_Save(root), "<root>\t<?pi?>\n\t<!---->\n\t<![CDATA[]]>\n\t<!DOCTYPE>\n</root>\n");
-    EXPECT_EQ(_Save(root, -1), "<root><?pi?><!----><![CDATA[]]><!DOCTYPE></root>\n");
-
-    LXMLElement bare("x");
-    bare.AddElement("y").AddText("t");
-    EXPECT_EQ(_Save(bare, -1), "<x><y>t</y>\n</x>\n");
-    EXPECT_EQ(bare.SaveToBuffer(out, 2), 3);
-}
-
-TEST(XMLTree, LookupsAndIteration)
-{
-    auto p = _Parse("<list><item>1</item><other/><item>2</item><item><x/></item></list>");
-    LXMLElement* list = p->document.GetElement("list");
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->GetElement("missing"), nullptr);
-    std::string seen;
-    NamedElementIterator item(*list, "item");
-    while (item.Next())
-        seen += std::string("[") + item->GetElementData() + "]";
-    EXPECT_EQ(seen, "[1][2][]");
-    EXPECT_FALSE(item.Next());
-
-    ASSERT_TRUE(list->RemoveChild(list->GetElement("other")));
-    EXPECT_EQ(list->GetElement("other"), nullptr);
-    EXPECT_FALSE(list->RemoveChild(&p->document));
-}
-
 TEST(XMLTree, DeepNestingNeitherOverflowsNorLoses)
 {
     constexpr int kDepth = 100000;  // far beyond what recursion on an 8 MB stack survives
@@ -236,15 +184,3 @@ TEST(XMLTree, DeepNestingNeitherOverflowsNorLoses)
     EXPECT_EQ(out.size(), 8u * kDepth - 4u);  // "<d>" and "</d>\n" each, "<d/>" inmost
 }
 
-TEST(LLoadText, ReadsWholeFilesAndRefusesMissingOnes)
-{
-    TempFolder folder;
-    std::string bytes(200000, 'x');
-    bytes[100] = '\0';
-    WriteWholeFile(folder / "f", bytes);
-    std::string text;
-    ASSERT_TRUE(LLoadText((folder / "f").c_str(), text));
-    EXPECT_EQ(text, bytes);
-    EXPECT_FALSE(LLoadText((folder / "none").c_str(), text));
-    EXPECT_TRUE(text.empty());
-}

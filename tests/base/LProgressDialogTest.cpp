@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <fcntl.h>
 #include <functional>
 #include <sys/wait.h>
 #include <string>
@@ -153,35 +152,6 @@ TEST_F(ProgressDialog, CancelIsSeenAtTheNextIsToStop)
     EXPECT_EQ(gView.calls[1], "cancel off");
 }
 
-TEST_F(ProgressDialog, WaitsEndOnSignalTimeOrCancel)
-{
-    CancelButton cancel;
-    auto task = [&](LProcessInterface& p) {
-        LSignalObject s;
-        s.Signal();
-        auto start = Clock::now();
-        EXPECT_EQ(p.ProcessWaitSignal(s, kWaitForever), kProcessFinished);  // set: no wait
-        EXPECT_EQ(p.ProcessWaitSignal(s, 0), kProcessFailed);               // 0 ms: no wait
-        EXPECT_LT(_MsSince(start), 500);
-        s.Reset();
-        EXPECT_EQ(p.ProcessWaitSignal(s, 20), kProcessFailed);
-        EXPECT_FALSE(p.ProcessWait(10));
-
-        std::thread signaller = _Later(30, [&s] { s.Signal(); });
-        EXPECT_EQ(p.ProcessWaitSignal(s, 10000), kProcessFinished);
-        signaller.join();
-        s.Reset();
-
-        std::thread presser = _Later(30, [&cancel] { cancel.PostQueueNotify(); });
-        LProcessResult waited = p.ProcessWaitSignal(s, kWaitForever);
-        presser.join();
-        EXPECT_EQ(waited, kProcessStopped);
-        EXPECT_TRUE(p.ProcessWait(kWaitForever));  // closed already: returns at once
-        return kProcessStopped;
-    };
-    EXPECT_EQ(_Run("x", task), kProcessStopped);
-}
-
 TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
 {
     CancelButton cancel;
@@ -239,17 +209,3 @@ TEST(LRunShellCommand, AnswersFinishedOrFailedAndAReapedChildIsSuccess)
     sigaction(SIGCHLD, &previous, nullptr);
 }
 
-TEST(LConsoleProgressView, DrawsOneLineThatNeverWraps)
-{
-    const int sink = open("/dev/null", O_WRONLY);
-    {
-        LConsoleProgressView terminal(sink, true, 60);
-        terminal.SetStatusText(0, "Decoding");
-        terminal.SetStatusText(1, "track.flac");
-        terminal.SetProgressPercent(42);
-        EXPECT_EQ(terminal.FormatLine(), "[##########..............]   42%  Decoding  track.flac");
-        terminal.SetStatusText(1, std::string(200, 'n').c_str());
-        EXPECT_EQ(terminal.FormatLine().size(), 59u);
-    }
-    close(sink);
-}

@@ -3,24 +3,6 @@
 #include <map>
 #include <string>
 
-// A throw-away home folder for one test: HOME and the XDG variables point into a fresh
-// temporary folder for the object's life, and everything in it is removed afterwards.
-class TestHome {
-public:
-    TestHome();
-    ~TestHome();
-    TestHome(const TestHome&) = delete;
-    TestHome& operator=(const TestHome&) = delete;
-
-    const std::string& Path() const { return _path; }
-    // Path of a file or folder below the temporary home.
-    std::string operator/(const std::string& name) const { return _path + "/" + name; }
-
-private:
-    std::string _path;
-    std::map<std::string, std::string> _saved;  // variable -> earlier value ("\x01" = unset)
-};
-
 // A fresh empty temporary folder, removed with the object.
 class TempFolder {
 public:
@@ -30,10 +12,22 @@ public:
     TempFolder& operator=(const TempFolder&) = delete;
 
     const std::string& Path() const { return _path; }
+    // Path of a file or folder below the temporary folder.
     std::string operator/(const std::string& name) const { return _path + "/" + name; }
 
 private:
     std::string _path;
+};
+
+// A throw-away home folder for one test: HOME and the XDG variables point into a fresh
+// temporary folder for the object's life, and get their earlier values back afterwards.
+class TestHome : public TempFolder {
+public:
+    TestHome();
+    ~TestHome();
+
+private:
+    std::map<std::string, std::string> _saved;  // variable -> earlier value ("\x01" = unset)
 };
 
 // Whole-file helpers for fixtures.

@@ -52,18 +52,15 @@ TEST(ToolConvert, WritesEveryDepthAndReadsBackTheSameValues)
     const std::vector<int> values = Ramp(2 * 20000);
     LWaveFile::OpenSinkPCM(in.c_str(), 44100, 2, 16, 0)->Write(values.data(), 20000);
 
-    const std::string out24 = folder / "out24.wav";
-    const ToolRun run = RunTool(folder, "convert " + in + " " + out24 + " --bits 24");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(ReadWave(out24), values);
-    EXPECT_EQ(ReadWholeFile(out24).substr(34, 2), Le16(24));
-    // The default depth is 16 bits.
-    const std::string out16 = folder / "default.wav";
-    ASSERT_EQ(RunTool(folder, "convert " + in + " " + out16).exitCode, 0);
-    EXPECT_EQ(ReadWholeFile(out16), ReadWholeFile(in));
-    const std::string out8 = folder / "out8.wav";
-    ASSERT_EQ(RunTool(folder, "convert " + in + " " + out8 + " --bits 8").exitCode, 0);
-    EXPECT_EQ(ReadWholeFile(out8).substr(34, 2), Le16(8));
+    // The default depth is 16 bits; 8 bits cannot hold the values, so only its header is checked.
+    for (auto [option, bits] : {std::pair{" --bits 24", 24}, {"", 16}, {" --bits 8", 8}}) {
+        const std::string out = folder / "out.wav";
+        const ToolRun run = RunTool(folder, "convert " + in + " " + out + option);
+        ASSERT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_EQ(ReadWholeFile(out).substr(34, 2), Le16(bits)) << option;
+        if (bits > 8)
+            EXPECT_EQ(ReadWave(out), values) << option;
+    }
 
     // Float output stores value / 2^19.
     const std::string outFloat = folder / "float.wav";
