@@ -5,9 +5,7 @@
 
 #include <filesystem>
 #include <string>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -17,18 +15,6 @@ std::string _Get(const char* section, const char* key, const char* def = "<none>
     char value[kLTextBytes];
     _LUserSettingGetString(section, key, def, value);
     return value;
-}
-
-// Runs `work` in a child process and waits for it; true if it exited with 0.
-template <typename Work>
-bool _InChildProcess(Work work)
-{
-    pid_t pid = fork();
-    if (pid == 0)
-        _exit(work() ? 0 : 1);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 // Read before main, from a static initialiser: the store must not depend on anything set up.
@@ -113,15 +99,6 @@ TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
     for (const auto& entry : std::filesystem::directory_iterator(home / ".config/Orvane"))
         left += entry.path().filename().string() + " ";
     EXPECT_EQ(left.size(), std::string("settings.xml settings.xml.bad settings.xml.lock ").size()) << left;
-}
-
-TEST(UserSettings, OneProcessWritesAndAnotherReads)
-{
-    TestHome home;
-    ASSERT_TRUE(_InChildProcess([] { return LUserSettingSetString("Settings", "FromChild", "c1"); }));
-    EXPECT_EQ(_Get("Settings", "FromChild"), "c1");
-    LUserSettingSetString("Settings", "FromParent", "p1");
-    EXPECT_TRUE(_InChildProcess([] { return _Get("Settings", "FromParent") == "p1"; }));
 }
 
 TEST(UserSettings, ConcurrentWritersLoseNoKey)

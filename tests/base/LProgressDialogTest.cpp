@@ -38,27 +38,22 @@ class FakeView : public LProgressView {
 public:
     bool Open(LProgressDialog& dialog, const char* title) override
     {
-        if (gView.refuseOpen)
-            return false;
-        gView.dialog = &dialog;
-        _Log(std::string("open ") + title);
-        return true;
+        gView.dialog = gView.refuseOpen ? nullptr : &dialog;
+        return !gView.refuseOpen && _Log(std::string("open ") + title);
     }
     void Close() override { gView.dialog = nullptr; _Log("close"); }
-    void SetStatusText(int line, const char* text) override
-    {
-        _Log("status" + std::to_string(line) + " " + text);
-    }
+    void SetStatusText(int line, const char* text) override { _Log("status" + std::to_string(line) + " " + text); }
     void SetProgressPercent(int percent) override { _Log(std::to_string(percent) + "%"); }
     void SetIndeterminate(bool on) override { _Log(on ? "busy" : "not busy"); }
     void SetCancelEnabled(bool enabled) override { _Log(enabled ? "cancel on" : "cancel off"); }
-    void ShowError(const char* title, const char* message) override
-    {
-        _Log(std::string("error ") + title + ": " + message);
-    }
+    void ShowError(const char* title, const char* text) override { _Log(std::string("error ") + title + ": " + text); }
 
 private:
-    static void _Log(std::string call) { gView.calls.push_back(std::move(call)); }
+    static bool _Log(std::string call)
+    {
+        gView.calls.push_back(std::move(call));
+        return true;
+    }
 };
 
 // Presses Cancel from the queue, as a window's button would: the post may come from any
@@ -81,19 +76,19 @@ std::thread _Later(int ms, std::function<void()> action)
     });
 }
 
-// A task given as a function, so each test writes its own.
-struct Task {
-    std::function<LProcessResult(LProcessInterface&)> body;
+// A task given as a function, so each test writes its own; a type of this file, for the
+// dialog to find Process by.
+struct Task : std::function<LProcessResult(LProcessInterface&)> {
+    using function::function;
 };
 
 LProcessResult Process(LProcessInterface& process, Task& task)
 {
-    return task.body(process);
+    return task(process);
 }
 
-LProcessResult _Run(const char* title, std::function<LProcessResult(LProcessInterface&)> body)
+LProcessResult _Run(const char* title, Task task)
 {
-    Task task{std::move(body)};
     return ProcessRunAsDialog(nullptr, title, task);
 }
 

@@ -23,8 +23,6 @@ public:
 
 protected:
     void EvNotify() override { gLog.push_back(_name); }
-
-private:
     std::string _name;
 };
 
@@ -38,8 +36,6 @@ protected:
         std::string text = data ? std::string(static_cast<const char*>(data), size) : "-";
         gLog.push_back(_name + ":" + std::to_string(code) + ":" + text);
     }
-
-private:
     std::string _name;
 };
 
@@ -57,8 +53,7 @@ LEventQueue& _Queue()
 
 void _DrainAll()
 {
-    while (_Queue().DispatchOne()) {
-    }
+    while (_Queue().DispatchOne()) {}
 }
 
 class QueuedNotify : public ::testing::Test {
