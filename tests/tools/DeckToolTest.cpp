@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <cmath>
 #include <numbers>
 
@@ -76,5 +78,5 @@ TEST(ToolDeck, LengthsAndRefusals)
     ToolRun missing = RunTool(folder, "deck " + folder / "gone.wav" + " " + fresh);
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_NE(missing.err.find("gone.wav"), std::string::npos);
-    EXPECT_FALSE(Exists(fresh));
+    EXPECT_FALSE(std::filesystem::exists(fresh));
 }

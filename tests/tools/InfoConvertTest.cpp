@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 namespace {
 
 std::vector<int> Ramp(int count)
@@ -58,8 +60,9 @@ TEST(ToolConvert, WritesEveryDepthAndReadsBackTheSameValues)
         const ToolRun run = RunTool(folder, "convert " + in + " " + out + option);
         ASSERT_EQ(run.exitCode, 0) << run.err;
         EXPECT_EQ(ReadWholeFile(out).substr(34, 2), Le16(bits)) << option;
-        if (bits > 8)
+        if (bits > 8) {
             EXPECT_EQ(ReadWave(out), values) << option;
+        }
     }
 
     // Float output stores value / 2^19.
@@ -104,7 +107,7 @@ TEST(ToolConvert, RefusesWithoutLeavingAFile)
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(run.err.find("bad or corrupt"), std::string::npos);
     EXPECT_EQ(RunTool(folder, "convert " + in + " " + folder / "no/such/dir/out.wav").exitCode, 1);
-    EXPECT_FALSE(Exists(out));
+    EXPECT_FALSE(std::filesystem::exists(out));
 
     // An existing target is replaced only when the conversion succeeds.
     WriteWholeFile(out, "keep me");

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <cmath>
 #include <numbers>
 
@@ -70,5 +72,5 @@ TEST(ToolPitch, ChangesLengthKeepsTheRateLabel)
     for (const char* usage : {"", " --speed 0"})
         EXPECT_EQ(RunTool(folder, "pitch " + in + " " + folder / "q.wav" + usage).exitCode, 2) << usage;
     EXPECT_EQ(RunTool(folder, "pitch " + folder / "absent.wav " + folder / "q.wav --speed 2").exitCode, 1);
-    EXPECT_FALSE(Exists(folder / "q.wav"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "q.wav"));
 }
