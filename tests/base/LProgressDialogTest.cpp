@@ -20,12 +20,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Strings = std::vector<std::string>;
 
-long _MsSince(Clock::time_point start)
-{
-    return static_cast<long>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
-
 // What the fake window showed, and the dialog it belongs to, for the test to press Cancel.
 struct ViewRecord {
     Strings calls;
@@ -66,15 +60,6 @@ protected:
             gView.dialog->Close(0);
     }
 };
-
-// Runs `action` on another thread after `ms`; join the answer.
-std::thread _Later(int ms, std::function<void()> action)
-{
-    return std::thread([ms, action = std::move(action)] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(ms));
-        action();
-    });
-}
 
 // A task given as a function, so each test writes its own; a type of this file, for the
 // dialog to find Process by.
@@ -153,7 +138,10 @@ TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
     auto start = Clock::now();
     EXPECT_EQ(_Run("Decoding",
                    [&cancel](LProcessInterface& p) {
-                       std::thread presser = _Later(100, [&cancel] { cancel.PostQueueNotify(); });
+                       std::thread presser([&cancel] {
+                           std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                           cancel.PostQueueNotify();
+                       });
                        // The command outlives the test; keep it off the test's output.
                        LProcessResult result =
                            LRunShellCommand(p, "exec sleep 3 >/dev/null 2>&1");
@@ -161,7 +149,7 @@ TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
                        return result;
                    }),
               kProcessStopped);
-    EXPECT_LT(_MsSince(start), 2000);
+    EXPECT_LT(MsSince(start), 2000);
 }
 
 TEST(LConsoleProgressView, CtrlCCancelsTheTaskAndTheHandlerGoesWithIt)
@@ -175,7 +163,7 @@ TEST(LConsoleProgressView, CtrlCCancelsTheTaskAndTheHandlerGoesWithIt)
                        return p.ProcessWaitSignal(never, 10000);
                    }),
               kProcessStopped);
-    EXPECT_LT(_MsSince(start), 5000);
+    EXPECT_LT(MsSince(start), 5000);
     struct sigaction after{};
     sigaction(SIGINT, nullptr, &after);
     EXPECT_EQ(after.sa_handler, SIG_DFL);

@@ -1,5 +1,6 @@
 #include "base/LDebugThreads.h"
 #include "base/LThread.h"
+#include "support/TestHome.h"
 
 #include <gtest/gtest.h>
 
@@ -13,12 +14,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-long _MsSince(Clock::time_point start)
-{
-    return static_cast<long>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
 
 // Counts its runs and waits for a stop or a release.
 class CountingThread : public LThread {
@@ -72,7 +67,7 @@ TEST(LThread, StartWhileRunningChangesNothingRestartClearsTheStopAndStopEndsAWai
     auto start = Clock::now();
     t.StopThreadSoon();  // ends the run's wait for a release that never comes
     ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
-    EXPECT_LT(_MsSince(start), 1000);
+    EXPECT_LT(MsSince(start), 1000);
     EXPECT_EQ(t.runs, 2);
 }
 
@@ -85,7 +80,7 @@ TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
     EXPECT_FALSE(idle.ProcessWait(0));
     auto start = Clock::now();
     EXPECT_EQ(idle.ProcessWaitSignal(s, 30), kProcessFailed);
-    EXPECT_GE(_MsSince(start), 30);
+    EXPECT_GE(MsSince(start), 30);
     s.Signal();
     EXPECT_EQ(idle.ProcessWaitSignal(s, kWaitForever), kProcessFinished);
 

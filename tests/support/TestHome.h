@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <string>
 
@@ -29,6 +30,13 @@ public:
 private:
     std::map<std::string, std::string> _saved;  // variable -> earlier value ("\x01" = unset)
 };
+
+// Milliseconds since `start`, for waits that must end promptly.
+inline long MsSince(std::chrono::steady_clock::time_point start)
+{
+    using namespace std::chrono;
+    return static_cast<long>(duration_cast<milliseconds>(steady_clock::now() - start).count());
+}
 
 // Whole-file helpers for fixtures.
 std::string ReadWholeFile(const std::string& path);
