@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -64,14 +65,10 @@ TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissing)
     for (auto [key, value] : {std::pair{"Empty", ""}, {"Text", "abc"}, {"Int", "-250"},
                               {"Off", "0n"}, {"On", "yes"}})
         LUserSettingSetString("S", key, value);
-    EXPECT_EQ(LUserSettingGetInt("S", "Empty", 15), 15);
-    EXPECT_EQ(LUserSettingGetInt("S", "Missing", 15), 15);
-    EXPECT_EQ(LUserSettingGetInt("S", "Text", 15), 0);
-    EXPECT_EQ(LUserSettingGetInt("S", "Int", 100), -250);
-    EXPECT_TRUE(LUserSettingGetBool("S", "Empty", true));
-    EXPECT_FALSE(LUserSettingGetBool("S", "Missing", false));
-    EXPECT_FALSE(LUserSettingGetBool("S", "Off", true));
-    EXPECT_TRUE(LUserSettingGetBool("S", "On", false));
+    for (auto [key, fallback, want] : {std::tuple{"Empty", 15, 15}, {"Missing", 15, 15}, {"Text", 15, 0}, {"Int", 100, -250}})
+        EXPECT_EQ(LUserSettingGetInt("S", key, fallback), want) << key;
+    for (auto [key, fallback, want] : {std::tuple{"Empty", true, true}, {"Missing", false, false}, {"Off", true, false}, {"On", false, true}})
+        EXPECT_EQ(LUserSettingGetBool("S", key, fallback), want) << key;
 }
 
 TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)

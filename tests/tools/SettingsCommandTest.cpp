@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(SettingsCommand, SetThenGetAcrossProcessesAndTheLibrary)
+TEST(SettingsCommand, SetThenGetAcrossProcessesMissingValuesAndBadUsage)
 {
     TestHome home;
     ToolRun set = RunTool(home, "settings set Settings CrossFadeTime 12");
@@ -19,11 +19,7 @@ TEST(SettingsCommand, SetThenGetAcrossProcessesAndTheLibrary)
     EXPECT_EQ(RunTool(home, "settings get MainWindow/ Title").out, "two words & more\n");
     EXPECT_EQ(RunTool(home, "settings set S Empty ''").out, "\n");
     EXPECT_EQ(RunTool(home, "settings get S Empty").exitCode, 0);
-}
 
-TEST(SettingsCommand, MissingValuesAndBadUsage)
-{
-    TestHome home;
     ToolRun missing = RunTool(home, "settings get Settings Nothing");
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_EQ(missing.out, "");
