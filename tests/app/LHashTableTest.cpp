@@ -24,7 +24,7 @@ std::string _Key(int i)
 
 }  // namespace
 
-TEST(LHashTable, NewKeysGoFrontOrBackAndExistingKeysStayPut)
+TEST(LHashTable, OrderLookupsIntegersAndCutCopies)
 {
     LHashTable table;
     table.SetString("b", "1");
@@ -44,11 +44,8 @@ TEST(LHashTable, NewKeysGoFrontOrBackAndExistingKeysStayPut)
     EXPECT_TRUE(table.Remove("b"));
     EXPECT_FALSE(table.Remove("b"));
     EXPECT_EQ(_Keys(table), "ac");
-}
 
-TEST(LHashTable, IntegersFollowTheStrtolRulesAndCopiesAreCutAt259)
-{
-    LHashTable table;
+    // Integers follow the strtol rules; copies out are cut at 259 characters.
     for (auto [key, value] : {std::pair{"empty", ""}, {"text", "abc"}, {"lead", "12ab"}})
         table.SetString(key, value);
     table.SetInt("negative", -42);

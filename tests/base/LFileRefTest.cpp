@@ -13,22 +13,17 @@
 
 namespace {
 
-std::vector<std::string> ReadLines(const std::string& path, unsigned long size = 260)
+// The lines ReadLine finds in `text`, read into a buffer of `size` bytes.
+std::vector<std::string> LinesOf(const std::string& text, unsigned long size = 260)
 {
-    LReadFileRef file(path.c_str());
-    EXPECT_TRUE(file.IsOpen());
+    TempFolder folder;
+    WriteWholeFile(folder / "text", text);
+    LReadFileRef file((folder / "text").c_str());
     std::vector<std::string> lines;
     std::vector<char> line(size);
     while (file.ReadLine(line.data(), size))
         lines.emplace_back(line.data());
     return lines;
-}
-
-std::vector<std::string> LinesOf(const std::string& text, unsigned long size = 260)
-{
-    TempFolder folder;
-    WriteWholeFile(folder / "text", text);
-    return ReadLines(folder / "text", size);
 }
 
 using Lines = std::vector<std::string>;

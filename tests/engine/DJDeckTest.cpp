@@ -48,7 +48,7 @@ LSoundSource Equalised(LSoundSource working, int low, int mid, int high)
 
 }  // namespace
 
-TEST(DJDeckChain, PlainChainIsFileThenThreeEqualiserStages)
+TEST(DJDeckChain, PlainChainIsFileThenThreeEqualiserStagesAndAMissingFileNone)
 {
     TempFolder folder;
     DJDeck deck;
@@ -58,6 +58,13 @@ TEST(DJDeckChain, PlainChainIsFileThenThreeEqualiserStages)
     EXPECT_EQ(chain->GetPeak(), kPeakDefault);
     EXPECT_EQ(chain->GetEndSample(), kFrames);
     EXPECT_EQ(Render(chain), Render(Equalised(LWaveFile::OpenSource((folder / "track.wav").c_str()), -6, 3, 9)));
+
+    // A missing file gives its error and no stages, whatever is switched on.
+    EXPECT_FALSE(deck.SetTrack((folder / "gone.wav").c_str()));
+    deck.SetReverb(50, LSoundTime(1000), 0, true);
+    chain = deck.OpenSource();
+    EXPECT_EQ(chain->GetError(), kErrMissing);
+    EXPECT_EQ(chain.Get(), deck.GetPositionSource().Get());
 }
 
 TEST(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
@@ -138,15 +145,4 @@ TEST(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
     Render(chain, 10000);
     EXPECT_GE(chain->GetPositionSample(), kFrames - 500);
     EXPECT_EQ(chain->GetEndSample(), kFrames) << "a looping deck never ends by itself";
-}
-
-TEST(DJDeckChain, MissingFileGivesItsErrorAndNoStages)
-{
-    TempFolder folder;
-    DJDeck deck;
-    EXPECT_FALSE(deck.SetTrack((folder / "gone.wav").c_str()));
-    deck.SetReverb(50, LSoundTime(1000), 0, true);
-    LSoundSource chain = deck.OpenSource();
-    EXPECT_EQ(chain->GetError(), kErrMissing);
-    EXPECT_EQ(chain.Get(), deck.GetPositionSource().Get());
 }
