@@ -164,9 +164,7 @@ TEST(LConsoleProgressView, CtrlCCancelsTheTaskAndTheHandlerGoesWithIt)
                    }),
               kProcessStopped);
     EXPECT_LT(MsSince(start), 5000);
-    struct sigaction after{};
-    sigaction(SIGINT, nullptr, &after);
-    EXPECT_EQ(after.sa_handler, SIG_DFL);
+    EXPECT_EQ(signal(SIGINT, SIG_DFL), SIG_DFL);  // the handler went with the task
 }
 
 TEST(LRunShellCommand, AnswersFinishedOrFailedAndAReapedChildIsSuccess)
@@ -183,12 +181,8 @@ TEST(LRunShellCommand, AnswersFinishedOrFailedAndAReapedChildIsSuccess)
 
     // With children reaped automatically pclose finds no child to wait for, as it may when
     // the program's own SIGCHLD handler got there first.
-    struct sigaction reaper{};
-    reaper.sa_handler = SIG_IGN;
-    sigemptyset(&reaper.sa_mask);
-    struct sigaction previous{};
-    sigaction(SIGCHLD, &reaper, &previous);
+    const auto previous = signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(LRunShellCommand(process, "sleep 0.05"), kProcessFinished);
-    sigaction(SIGCHLD, &previous, nullptr);
+    signal(SIGCHLD, previous);
 }
 

@@ -106,25 +106,19 @@ TEST(DebugSignalHandler, WritesACrashReportAndEndsBySameSignal)
 {
     TempFolder folder;
     std::string logs = folder / "Logs";
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        LDebugSetLogFolder(logs.c_str());
-        LDebugInstallSignalHandlers();
-        gwDebugCurrentCommand = 4711;
-        raise(SIGFPE);
-        _exit(0);  // not reached
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(WTERMSIG(status), SIGFPE);
-    std::vector<std::filesystem::path> reports;
-    for (const auto& entry : std::filesystem::directory_iterator(logs))
-        reports.push_back(entry.path());
-    ASSERT_EQ(reports.size(), 1u);
-    std::string text = ReadWholeFile(reports[0]);
+    EXPECT_EXIT(
+        {
+            LDebugSetLogFolder(logs.c_str());
+            LDebugInstallSignalHandlers();
+            gwDebugCurrentCommand = 4711;
+            raise(SIGFPE);
+        },
+        testing::KilledBySignal(SIGFPE), "");
+    std::filesystem::directory_iterator report(logs);
+    ASSERT_NE(report, std::filesystem::directory_iterator());
+    std::string text = ReadWholeFile(report->path());
     EXPECT_NE(text.find("abnormal signal 8 (FPE), command 4711"), std::string::npos) << text;
+    EXPECT_EQ(++report, std::filesystem::directory_iterator()) << "one report only";
 }
 
 // The program makes its crash report folder while it starts, so a crash report never depends on
