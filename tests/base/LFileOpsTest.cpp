@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -28,18 +27,6 @@ std::vector<std::string> Names(const std::string& folder, const char* pattern = 
 }
 
 using Strings = std::vector<std::string>;
-
-// Runs `child` in a forked process and returns its exit code (the child must not touch gtest).
-template <typename Function>
-int InChild(Function child)
-{
-    pid_t pid = fork();
-    if (pid == 0)
-        _exit(child());
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 }  // namespace
 
@@ -124,12 +111,12 @@ TEST(LLockFile, LockIsHeldAgainstAnotherProcessAndReleasedWithItsFile)
         LLockFile other;
         return other.Lock(target.c_str()) ? 0 : 1;
     };
-    EXPECT_EQ(InChild(tryLock), 1);
+    EXPECT_EXIT(_exit(tryLock()), testing::ExitedWithCode(1), "");
 
     // Locking another path with the same object releases the first one.
     ASSERT_TRUE(lock.Lock((folder / "Temp2.wav").c_str()));
     EXPECT_FALSE(fs::exists(folder / "Temp1.lck"));
-    EXPECT_EQ(InChild(tryLock), 0);
+    EXPECT_EXIT(_exit(tryLock()), testing::ExitedWithCode(0), "");
 
     lock.Unlock();
     EXPECT_FALSE(fs::exists(folder / "Temp2.lck"));
