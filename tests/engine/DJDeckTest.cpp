@@ -46,18 +46,24 @@ LSoundSource Equalised(LSoundSource working, int low, int mid, int high)
 }
 
 
+// A deck holding the test track.
+class DJDeckChain : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(deck.SetTrack(path.c_str())); }
+    TempFolder folder;
+    const std::string path = WriteTrack(folder);
+    DJDeck deck;
+};
+
 }  // namespace
 
-TEST(DJDeckChain, PlainChainIsFileThenThreeEqualiserStagesAndAMissingFileNone)
+TEST_F(DJDeckChain, PlainChainIsFileThenThreeEqualiserStagesAndAMissingFileNone)
 {
-    TempFolder folder;
-    DJDeck deck;
-    ASSERT_TRUE(deck.SetTrack(WriteTrack(folder).c_str()));
     deck.SetEq(LdBValue(-6), LdBValue(3), LdBValue(9));
     LSoundSource chain = deck.OpenSource();
     EXPECT_EQ(chain->GetPeak(), kPeakDefault);
     EXPECT_EQ(chain->GetEndSample(), kFrames);
-    EXPECT_EQ(Render(chain), Render(Equalised(LWaveFile::OpenSource((folder / "track.wav").c_str()), -6, 3, 9)));
+    EXPECT_EQ(Render(chain), Render(Equalised(LWaveFile::OpenSource(path.c_str()), -6, 3, 9)));
 
     // A missing file gives its error and no stages, whatever is switched on.
     EXPECT_FALSE(deck.SetTrack((folder / "gone.wav").c_str()));
@@ -67,12 +73,8 @@ TEST(DJDeckChain, PlainChainIsFileThenThreeEqualiserStagesAndAMissingFileNone)
     EXPECT_EQ(chain.Get(), deck.GetPositionSource().Get());
 }
 
-TEST(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
+TEST_F(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
 {
-    TempFolder folder;
-    const std::string path = WriteTrack(folder);
-    DJDeck deck;
-    ASSERT_TRUE(deck.SetTrack(path.c_str()));
     deck.SetHighPass(0, true);  // raised to 1 Hz
     deck.SetReverb(30, LSoundTime(2000), 40, true);
     deck.SetDistortion(0.4, LdBValue(6), true);
@@ -97,7 +99,7 @@ TEST(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
     EXPECT_EQ(got, Render(Equalised(expected, 2, -3, 4)));
 }
 
-TEST(DJDeckChain, ParameterMappingsAtTheirLimits)
+TEST_F(DJDeckChain, ParameterMappingsAtTheirLimits)
 {
     EXPECT_EQ(DJReverbWetGain(100).GetDB(), 0);
     EXPECT_EQ(DJReverbDryGain(100).GetDB(), LdBValue::kSilence);
@@ -106,21 +108,14 @@ TEST(DJDeckChain, ParameterMappingsAtTheirLimits)
     EXPECT_EQ(DJDistortionLevel(LdBValue(0)), 131072);
     EXPECT_EQ(DJDistortionLevel(LdBValue(-127)), 0);  // 10^-6.35 * 2^17 is below 1
 
-    TempFolder folder;
-    const std::string path = WriteTrack(folder);
-    DJDeck deck;
-    deck.SetTrack(path.c_str());
     deck.SetDelay(40, 0, true);
     LSoundSource file = LWaveFile::OpenSource(path.c_str());
     LSoundSource expected = LSPEcho(40, 1).OpenSource(file);
     EXPECT_EQ(Render(deck.OpenSource()), Render(Equalised(expected, 0, 0, 0)));
 }
 
-TEST(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
+TEST_F(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
 {
-    TempFolder folder;
-    DJDeck deck;
-    deck.SetTrack(WriteTrack(folder).c_str());
     deck.SetRestartPosition(kFrames / 2);
     deck.SetLoopFrames(kFrames / 4, 1000);
     deck.SetPitch(0.05);
@@ -131,12 +126,8 @@ TEST(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
     EXPECT_NEAR(deck.GetLoopLength(), 10000, 10);
 }
 
-TEST(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
+TEST_F(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
 {
-    TempFolder folder;
-    const std::string path = WriteTrack(folder);
-    DJDeck deck;
-    deck.SetTrack(path.c_str());
     deck.SetLoopFrames(kFrames, 500);
     deck.SetRestartPosition(kFrames - 500);
     LSoundSource chain = deck.OpenSource();
