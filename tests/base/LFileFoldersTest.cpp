@@ -53,7 +53,7 @@ TEST(LFileFolders, UserDataFolderFollowsXdgDataHomeAtEachCall)
     EXPECT_EQ(strlen(app), LFile::kMaxPathChars);
 }
 
-TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndIsNotCreated)
+TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndTheProgramsOwnFolders)
 {
     TestHome home;
     setenv("XDG_DATA_DIRS", ("relative:" + (home / "sys/") + ":/usr/share").c_str(), 1);
@@ -62,6 +62,11 @@ TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndIsNotCreated)
     EXPECT_FALSE(std::filesystem::exists(home / "sys"));
     setenv("XDG_DATA_DIRS", "", 1);
     EXPECT_EQ(Folder(LFile::GetSharedDataFolder), "/usr/local/share");
+
+    // The applications folder holds the running program.
+    std::string folder = Folder(LFile::GetApplicationsFolder);
+    EXPECT_TRUE(std::filesystem::exists(folder + "/base_tests"));
+    EXPECT_EQ(Folder(LFile::GetHelpFolder), folder + "/help/");
 }
 
 TEST(LFileFolders, MusicAndDownloadsComeFromXdgUserDirWhenItAnswersSomethingUseful)
@@ -83,11 +88,4 @@ TEST(LFileFolders, MusicAndDownloadsComeFromXdgUserDirWhenItAnswersSomethingUsef
         EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Music") << script;
     }
     setenv("PATH", oldPath.c_str(), 1);
-}
-
-TEST(LFileFolders, ApplicationsFolderHoldsTheRunningProgram)
-{
-    std::string folder = Folder(LFile::GetApplicationsFolder);
-    EXPECT_TRUE(std::filesystem::exists(folder + "/base_tests"));
-    EXPECT_EQ(Folder(LFile::GetHelpFolder), folder + "/help/");
 }

@@ -150,8 +150,7 @@ public:
 protected:
     void EvNotify() override
     {
-        ++delivered;
-        if (delivered == 1) {
+        if (++delivered == 1) {
             PostQueueNotify();
             nestedClearAnswered = _Queue().ClearEventQueue();
         }

@@ -123,7 +123,7 @@ TEST(DebugSignalHandler, WritesACrashReportAndEndsBySameSignal)
 
 // The program makes its crash report folder while it starts, so a crash report never depends on
 // folders that may be missing.
-TEST(ProgramEntry, VersionHelpUnknownArgumentsAndTheLogsFolder)
+TEST(ProgramEntry, VersionHelpUnknownArgumentsTheLogsFolderAndTheInstaller)
 {
     TestHome home;
     setenv("XDG_DATA_HOME", (home / "data").c_str(), 1);
@@ -135,10 +135,8 @@ TEST(ProgramEntry, VersionHelpUnknownArgumentsAndTheLogsFolder)
     EXPECT_EQ(WEXITSTATUS(status), 0);
     _RunProgram("--frobnicate", &status);
     EXPECT_EQ(WEXITSTATUS(status), 2);
-}
 
-TEST(ProgramEntry, InstallerCopiesIntoTheUsersDataFolder)
-{
+    // The installer copies into the user's data folder.
     TempFolder from;
     TempFolder to;
     std::filesystem::create_directories(from / "Components/x");

@@ -27,7 +27,7 @@ std::string WriteLoudTrack(const TempFolder& folder)
 
 }  // namespace
 
-TEST(ToolDeck, RendersTheDecksOwnChainThroughTheLimiter)
+TEST(ToolDeck, RendersTheDecksOwnChainThroughTheLimiterAndRefusesBadOptions)
 {
     TempFolder folder;
     const std::string in = WriteLoudTrack(folder);
@@ -60,13 +60,7 @@ TEST(ToolDeck, RendersTheDecksOwnChainThroughTheLimiter)
     for (size_t i = 0; i < got.size(); ++i)
         worst = std::max(worst, std::abs(got[i] - expected[i]));
     EXPECT_LE(worst, 16) << "only the 16-bit rounding may differ";
-}
 
-TEST(ToolDeck, LengthsAndRefusals)
-{
-    TempFolder folder;
-    const std::string in = WriteLoudTrack(folder);
-    const std::string out = folder / "out.wav";
     ASSERT_EQ(RunTool(folder, "deck " + in + " " + out + " --loop 22050,1000").exitCode, 0);
     EXPECT_EQ(ReadWave(out).size(), 2u * 30 * kRate) << "a loop renders 30 s";
     ASSERT_EQ(RunTool(folder, "deck " + in + " " + out + " --frames 777 --pitch 0.5").exitCode, 0);
