@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <sys/wait.h>
@@ -33,14 +34,9 @@ std::vector<std::string> _Copy(std::vector<std::string> args)
 
 std::string _RunProgram(const std::string& arguments, int* status)
 {
-    std::string command = std::string(ORVANE_PROGRAM_PATH) + " " + arguments + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    std::string out;
-    char buffer[256];
-    while (size_t got = fread(buffer, 1, sizeof(buffer), pipe))
-        out.append(buffer, got);
-    *status = pclose(pipe);
-    return out;
+    TempFolder folder;
+    *status = std::system((std::string(ORVANE_PROGRAM_PATH) + " " + arguments + " >" + folder / "out" + " 2>&1").c_str());
+    return ReadWholeFile(folder / "out");
 }
 
 }  // namespace
