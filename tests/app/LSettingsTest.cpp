@@ -51,7 +51,7 @@ TEST(UserSettings, WriteThroughAndReadBackByJoinedKey)
     EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "<none>");
 }
 
-TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissing)
+TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissingAlsoInSharedSettings)
 {
     TestHome home;
     std::string longValue(300, 'x');
@@ -69,6 +69,16 @@ TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissing)
         EXPECT_EQ(LUserSettingGetInt("S", key, fallback), want) << key;
     for (auto [key, fallback, want] : {std::tuple{"Empty", true, true}, {"Missing", false, false}, {"Off", true, false}, {"On", false, true}})
         EXPECT_EQ(LUserSettingGetBool("S", key, fallback), want) << key;
+
+    // Shared settings come from the shared data folder, with the same defaults.
+    std::filesystem::create_directories(home / "shared/Orvane");
+    WriteWholeFile(home / "shared/Orvane/SharedSettings.xml", "<Distributor>\n\t<URL value=\"https://example.org/dj\"/>\n\t<Empty/>\n</Distributor>\n");
+    char value[kLTextBytes];
+    EXPECT_TRUE(_LSharedSettingGetString("Distributor", "URL", "none", value));
+    EXPECT_STREQ(value, "https://example.org/dj");
+    EXPECT_FALSE(_LSharedSettingGetString("Distributor", "Empty", "none", value));
+    EXPECT_STREQ(value, "none");
+    EXPECT_FALSE(_LSharedSettingGetString("Other", "URL", "none", value));
 }
 
 TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
@@ -116,17 +126,4 @@ TEST(UserSettings, ConcurrentWritersLoseNoKey)
         for (int i = 0; i < kKeysEach; ++i)
             found += LUserSettingGetInt("Race", key(t, i).c_str(), -1) == i;
     EXPECT_EQ(found, 4 * kKeysEach);
-}
-
-TEST(SharedSettings, ReadFromTheSharedDataFolderWithDefaults)
-{
-    TestHome home;
-    std::filesystem::create_directories(home / "shared/Orvane");
-    WriteWholeFile(home / "shared/Orvane/SharedSettings.xml", "<Distributor>\n\t<URL value=\"https://example.org/dj\"/>\n\t<Empty/>\n</Distributor>\n");
-    char value[kLTextBytes];
-    EXPECT_TRUE(_LSharedSettingGetString("Distributor", "URL", "none", value));
-    EXPECT_STREQ(value, "https://example.org/dj");
-    EXPECT_FALSE(_LSharedSettingGetString("Distributor", "Empty", "none", value));
-    EXPECT_STREQ(value, "none");
-    EXPECT_FALSE(_LSharedSettingGetString("Other", "URL", "none", value));
 }

@@ -100,7 +100,7 @@ TEST(XMLContent, TextCdataCommentsAndEmptyForms)
     EXPECT_EQ(_Data(*_Parse("<a>]]&gt;--&gt;</a>"), "a"), "]]>-->");
 }
 
-TEST(XMLErrors, EachMalformedShapeGivesItsMessage)
+TEST(XMLErrors, EachMalformedShapeGivesItsMessageAtItsLine)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"<a><b>t</c><d/></a>", "Ln 1, Col 12: Element <b> should be terminated with </b>, was with c. Check you have terminated your element properly."},
@@ -119,10 +119,8 @@ TEST(XMLErrors, EachMalformedShapeGivesItsMessage)
     ASSERT_NE(a, nullptr);
     EXPECT_STREQ(a->GetElement("b")->GetElementData(), "t");
     EXPECT_NE(a->GetElement("d"), nullptr);  // a sibling of b, not its child
-}
 
-TEST(XMLLoader, EachLineEndFormCountsOneLine)
-{
+    // Each line end form counts one line.
     auto p = _Parse("a\r\nb\n\rc\rd\ne<>");
     EXPECT_EQ(p->error, "Ln 5, Col 4: Misplaced < without name. Use &lt; instead of < if appropriate.");
     // A line end pair reads as one newline; the document keeps its top-level text whole.

@@ -47,7 +47,7 @@ protected:
 
 }  // namespace
 
-TEST(LThread, StartWhileRunningChangesNothingRestartClearsTheStopAndStopEndsAWait)
+TEST(LThread, StartWhileRunningRestartStopInAWaitAndPriorities)
 {
     CountingThread t;
     ASSERT_TRUE(t.Start(kThreadPriorityNormal));
@@ -69,6 +69,14 @@ TEST(LThread, StartWhileRunningChangesNothingRestartClearsTheStopAndStopEndsAWai
     ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
     EXPECT_LT(MsSince(start), 1000);
     EXPECT_EQ(t.runs, 2);
+
+    // Low priority runs idle; a refused real-time priority is silent and the thread runs.
+    CountingThread low;
+    ASSERT_TRUE(low.RunToEnd(kThreadPriorityBeatDetect));
+    EXPECT_EQ(low.policy, SCHED_IDLE);
+    CountingThread audio;
+    ASSERT_TRUE(audio.RunToEnd(kThreadPriorityRealTime));
+    EXPECT_TRUE(audio.policy == SCHED_FIFO || audio.policy == SCHED_OTHER);
 }
 
 TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
@@ -92,16 +100,6 @@ TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
     group.Add(s);
     EXPECT_EQ(stopped.ProcessWaitSignalObjectGroup(group, 0), kProcessStopped);
     EXPECT_TRUE(stopped.ProcessWait(kWaitForever));
-}
-
-TEST(LThread, LowPriorityRunsIdleAndRealTimeRefusalIsSilent)
-{
-    CountingThread low;
-    ASSERT_TRUE(low.RunToEnd(kThreadPriorityBeatDetect));
-    EXPECT_EQ(low.policy, SCHED_IDLE);
-    CountingThread audio;  // real time where the account allows it, else normal; it runs
-    ASSERT_TRUE(audio.RunToEnd(kThreadPriorityRealTime));
-    EXPECT_TRUE(audio.policy == SCHED_FIFO || audio.policy == SCHED_OTHER);
 }
 
 TEST(LDebugThreads, NamesThreadsAndFreesTheirEntries)
