@@ -65,9 +65,11 @@ TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissingAlsoInSharedSetting
     for (auto [key, value] : {std::pair{"Empty", ""}, {"Text", "abc"}, {"Int", "-250"},
                               {"Off", "0n"}, {"On", "yes"}})
         LUserSettingSetString("S", key, value);
-    for (auto [key, fallback, want] : {std::tuple{"Empty", 15, 15}, {"Missing", 15, 15}, {"Text", 15, 0}, {"Int", 100, -250}})
+    for (auto [key, fallback, want] :
+         {std::tuple{"Empty", 15, 15}, {"Missing", 15, 15}, {"Text", 15, 0}, {"Int", 100, -250}})
         EXPECT_EQ(LUserSettingGetInt("S", key, fallback), want) << key;
-    for (auto [key, fallback, want] : {std::tuple{"Empty", true, true}, {"Missing", false, false}, {"Off", true, false}, {"On", false, true}})
+    for (auto [key, fallback, want] :
+         {std::tuple{"Empty", true, true}, {"Missing", false, false}, {"Off", true, false}, {"On", false, true}})
         EXPECT_EQ(LUserSettingGetBool("S", key, fallback), want) << key;
 
     // Shared settings come from the shared data folder, with the same defaults.

@@ -17,7 +17,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using Strings = std::vector<std::string>;
 
 // What the fake window showed, and the dialog it belongs to, for the test to press Cancel.
@@ -135,7 +134,7 @@ TEST_F(ProgressDialog, CancelIsSeenAtTheNextIsToStop)
 TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
 {
     CancelButton cancel;
-    auto start = Clock::now();
+    auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(_Run("Decoding",
                    [&cancel](LProcessInterface& p) {
                        std::thread presser([&cancel] {
@@ -155,7 +154,7 @@ TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
 TEST(LConsoleProgressView, CtrlCCancelsTheTaskAndTheHandlerGoesWithIt)
 {
     LSetProgressViewFactory(nullptr);  // the console form
-    auto start = Clock::now();
+    auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(_Run("Converting",
                    [](LProcessInterface& p) {
                        raise(SIGINT);

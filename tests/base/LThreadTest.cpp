@@ -13,8 +13,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 // Counts its runs and waits for a stop or a release.
 class CountingThread : public LThread {
 public:
@@ -64,7 +62,7 @@ TEST(LThread, StartWhileRunningRestartStopInAWaitAndPriorities)
     EXPECT_FALSE(t.GetFinishedSignal().WaitSignal(50));
     EXPECT_TRUE(t.IsRunning());
     EXPECT_FALSE(t.sawStopAtStart);
-    auto start = Clock::now();
+    auto start = std::chrono::steady_clock::now();
     t.StopThreadSoon();  // ends the run's wait for a release that never comes
     ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
     EXPECT_LT(MsSince(start), 1000);
@@ -86,7 +84,7 @@ TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
     LSignalObject s;
     EXPECT_EQ(idle.ProcessWaitSignal(s, 0), kProcessFailed);
     EXPECT_FALSE(idle.ProcessWait(0));
-    auto start = Clock::now();
+    auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(idle.ProcessWaitSignal(s, 30), kProcessFailed);
     EXPECT_GE(MsSince(start), 30);
     s.Signal();
