@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -49,11 +50,8 @@ TEST(LHashTable, OrderLookupsIntegersAndCutCopies)
     for (auto [key, value] : {std::pair{"empty", ""}, {"text", "abc"}, {"lead", "12ab"}})
         table.SetString(key, value);
     table.SetInt("negative", -42);
-    EXPECT_EQ(table.GetInt("empty", 7), 7);
-    EXPECT_EQ(table.GetInt("missing", 7), 7);
-    EXPECT_EQ(table.GetInt("text", 7), 0);
-    EXPECT_EQ(table.GetInt("lead", 7), 12);
-    EXPECT_EQ(table.GetInt("negative", 7), -42);
+    for (auto [key, want] : {std::pair{"empty", 7}, {"missing", 7}, {"text", 0}, {"lead", 12}, {"negative", -42}})
+        EXPECT_EQ(table.GetInt(key, 7), want) << key;
 
     std::string longValue(400, 'v');
     table.SetString("k", longValue.c_str());
