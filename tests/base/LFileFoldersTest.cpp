@@ -18,25 +18,6 @@ std::string Folder(void (*get)(char*))
     return dest;
 }
 
-// Puts a stand-in xdg-user-dir first on PATH for the object's life. The script answers from
-// user-dirs.dirs-like variables so each test decides what the desktop says.
-class FakeUserDirs {
-public:
-    explicit FakeUserDirs(const TestHome& home, const std::string& script)
-        : _bin(home / "bin"), _oldPath(getenv("PATH") ? getenv("PATH") : "")
-    {
-        std::filesystem::create_directories(_bin);
-        WriteWholeFile(_bin + "/xdg-user-dir", "#!/bin/sh\n" + script);
-        chmod((_bin + "/xdg-user-dir").c_str(), 0755);
-        setenv("PATH", (_bin + ":" + _oldPath).c_str(), 1);
-    }
-    ~FakeUserDirs() { setenv("PATH", _oldPath.c_str(), 1); }
-
-private:
-    std::string _bin;
-    std::string _oldPath;
-};
-
 }  // namespace
 
 TEST(LFileFolders, UserDataFolderFollowsXdgDataHomeAtEachCall)
@@ -72,7 +53,7 @@ TEST(LFileFolders, UserDataFolderFollowsXdgDataHomeAtEachCall)
     EXPECT_EQ(strlen(app), LFile::kMaxPathChars);
 }
 
-TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndIsNotCreated)
+TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndTheProgramsOwnFolders)
 {
     TestHome home;
     setenv("XDG_DATA_DIRS", ("relative:" + (home / "sys/") + ":/usr/share").c_str(), 1);
@@ -81,30 +62,30 @@ TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndIsNotCreated)
     EXPECT_FALSE(std::filesystem::exists(home / "sys"));
     setenv("XDG_DATA_DIRS", "", 1);
     EXPECT_EQ(Folder(LFile::GetSharedDataFolder), "/usr/local/share");
+
+    // The applications folder holds the running program.
+    std::string folder = Folder(LFile::GetApplicationsFolder);
+    EXPECT_TRUE(std::filesystem::exists(folder + "/base_tests"));
+    EXPECT_EQ(Folder(LFile::GetHelpFolder), folder + "/help/");
 }
 
 TEST(LFileFolders, MusicAndDownloadsComeFromXdgUserDirWhenItAnswersSomethingUseful)
 {
     TestHome home;
-    {
-        FakeUserDirs fake(home, "case \"$1\" in MUSIC) echo \"$HOME/Tunes\" ;;\n"
-                                "DOWNLOAD) echo \"$HOME\" ;; esac\n");
-        EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Tunes");
-        EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
-    }
+    // A stand-in xdg-user-dir first on PATH; each script decides what the desktop says.
+    const std::string oldPath = getenv("PATH");
+    std::filesystem::create_directories(home / "bin");
+    setenv("PATH", (home / "bin:" + oldPath).c_str(), 1);
+    auto answer = [&home](const std::string& script) {
+        WriteWholeFile(home / "bin/xdg-user-dir", "#!/bin/sh\n" + script);
+        chmod((home / "bin/xdg-user-dir").c_str(), 0755);
+    };
+    answer("case \"$1\" in MUSIC) echo \"$HOME/Tunes\" ;;\nDOWNLOAD) echo \"$HOME\" ;; esac\n");
+    EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Tunes");
+    EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
     for (const char* script : {"echo relative/Music\n", "exit 1\n"}) {
-        FakeUserDirs fake(home, script);
+        answer(script);
         EXPECT_EQ(Folder(LFile::GetUserMusicFolder), home / "Music") << script;
     }
-    std::string oldPath = getenv("PATH");
-    setenv("PATH", (home / "empty").c_str(), 1);
-    EXPECT_EQ(Folder(LFile::GetUserDownloadFolder), home / "Downloads");
     setenv("PATH", oldPath.c_str(), 1);
-}
-
-TEST(LFileFolders, ApplicationsFolderHoldsTheRunningProgram)
-{
-    std::string folder = Folder(LFile::GetApplicationsFolder);
-    EXPECT_TRUE(std::filesystem::exists(folder + "/base_tests"));
-    EXPECT_EQ(Folder(LFile::GetHelpFolder), folder + "/help/");
 }

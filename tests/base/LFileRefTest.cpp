@@ -13,22 +13,17 @@
 
 namespace {
 
-std::vector<std::string> ReadLines(const std::string& path, unsigned long size = 260)
+// The lines ReadLine finds in `text`, read into a buffer of `size` bytes.
+std::vector<std::string> LinesOf(const std::string& text, unsigned long size = 260)
 {
-    LReadFileRef file(path.c_str());
-    EXPECT_TRUE(file.IsOpen());
+    TempFolder folder;
+    WriteWholeFile(folder / "text", text);
+    LReadFileRef file((folder / "text").c_str());
     std::vector<std::string> lines;
     std::vector<char> line(size);
     while (file.ReadLine(line.data(), size))
         lines.emplace_back(line.data());
     return lines;
-}
-
-std::vector<std::string> LinesOf(const std::string& text, unsigned long size = 260)
-{
-    TempFolder folder;
-    WriteWholeFile(folder / "text", text);
-    return ReadLines(folder / "text", size);
 }
 
 using Lines = std::vector<std::string>;
@@ -48,7 +43,7 @@ TEST(LReadFileRef, ReadLineTakesEachLineEndPairAsOneAndCutsLongLines)
               (Lines{std::string(259, 'x'), std::string(41, 'x'), "y"}));
 }
 
-TEST(LWriteFileRef, WritesTextAndRepairsUtf8)
+TEST(LWriteFileRef, WritesTextRepairsUtf8AndFailsQuietly)
 {
     TempFolder folder;
     std::string path = folder / "out.m3u";
@@ -62,30 +57,18 @@ TEST(LWriteFileRef, WritesTextAndRepairsUtf8)
     EXPECT_EQ(ReadWholeFile(path),
               "plain\nCaf\xc3\xa9 Caf\xc3\xa9 \xc3\xad\xc2\xa0\xc2\x80 \xf0\x9f\x8e\xb5\n");
 
-    std::string big(5000, '\xe9');  // grows two times over the write chunk
-    LWriteFileRef file;
-    ASSERT_TRUE(file.Create(path.c_str()));
-    EXPECT_TRUE(file.WriteStringUTF8(big.c_str()));
+    LWriteFileRef file;  // 5,000 bytes that double grow two times over the write chunk
+    ASSERT_TRUE(file.Create(path.c_str()) && file.WriteStringUTF8(std::string(5000, '\xe9').c_str()));
     file.Close();
     EXPECT_EQ(ReadWholeFile(path).size(), 10000u);
-}
 
-TEST(LFileRef, ClosedAndMissingFilesFailQuietly)
-{
-    TempFolder folder;
+    // Missing files and folders fail quietly.
     LReadFileRef missing((folder / "none").c_str());
-    char byte;
     char line[8];
-    EXPECT_FALSE(missing.IsOpen());
-    EXPECT_EQ(missing.Read(&byte, 1), 0u);
-    EXPECT_FALSE(missing.ReadLine(line, sizeof line));
-    EXPECT_EQ(missing.Tell64(), -1);
-    LWriteFileRef writer;
-    EXPECT_FALSE(writer.Create((folder / "no/such/folder").c_str()));
-    EXPECT_FALSE(writer.WriteString("x"));
+    EXPECT_FALSE(missing.IsOpen() || missing.Read(line, 1) || missing.ReadLine(line, sizeof line));
+    EXPECT_FALSE(file.Create((folder / "no/such/folder").c_str()) || file.WriteString("x"));
     LReadFileBuffered buffered((folder / "none").c_str());
-    EXPECT_EQ(buffered.Read(&byte, 1), 0u);
-    EXPECT_FALSE(buffered.Seek64(0));
+    EXPECT_FALSE(buffered.Read(line, 1) || buffered.Seek64(0));
 }
 
 // Random reads and seeks against the bytes of the file itself.

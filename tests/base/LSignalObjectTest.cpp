@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(LSignalObject, IsAManualResetEventEvenWithAFullPipe)
+TEST(LSignalObject, IsAManualResetEventAndAGroupSelectsTheReadyOnesOfAtMost255)
 {
     LSignalObject s;
     EXPECT_FALSE(s.IsSignaled());
@@ -14,10 +14,8 @@ TEST(LSignalObject, IsAManualResetEventEvenWithAFullPipe)
     EXPECT_FALSE(s.IsSignaled());  // one reset clears any number of signals
     s.Reset();                     // and is harmless on an empty pipe
     EXPECT_FALSE(s.WaitSignal(20));
-}
 
-TEST(LSignalObjectGroup, SelectKeepsOnlyTheReadyMembersAndHoldsAtMost255)
-{
+    // A group's select keeps only the ready members.
     LSignalObject a;
     LSignalObject b;
     LSignalObjectGroup group;

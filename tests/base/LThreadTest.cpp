@@ -1,5 +1,6 @@
 #include "base/LDebugThreads.h"
 #include "base/LThread.h"
+#include "support/TestHome.h"
 
 #include <gtest/gtest.h>
 
@@ -11,14 +12,6 @@
 #include <unistd.h>
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-long _MsSince(Clock::time_point start)
-{
-    return static_cast<long>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
 
 // Counts its runs and waits for a stop or a release.
 class CountingThread : public LThread {
@@ -52,7 +45,7 @@ protected:
 
 }  // namespace
 
-TEST(LThread, StartWhileRunningChangesNothingRestartClearsTheStopAndStopEndsAWait)
+TEST(LThread, StartWhileRunningRestartStopInAWaitAndPriorities)
 {
     CountingThread t;
     ASSERT_TRUE(t.Start(kThreadPriorityNormal));
@@ -69,11 +62,19 @@ TEST(LThread, StartWhileRunningChangesNothingRestartClearsTheStopAndStopEndsAWai
     EXPECT_FALSE(t.GetFinishedSignal().WaitSignal(50));
     EXPECT_TRUE(t.IsRunning());
     EXPECT_FALSE(t.sawStopAtStart);
-    auto start = Clock::now();
+    auto start = std::chrono::steady_clock::now();
     t.StopThreadSoon();  // ends the run's wait for a release that never comes
     ASSERT_TRUE(t.GetFinishedSignal().WaitSignal(5000));
-    EXPECT_LT(_MsSince(start), 1000);
+    EXPECT_LT(MsSince(start), 1000);
     EXPECT_EQ(t.runs, 2);
+
+    // Low priority runs idle; a refused real-time priority is silent and the thread runs.
+    CountingThread low;
+    ASSERT_TRUE(low.RunToEnd(kThreadPriorityBeatDetect));
+    EXPECT_EQ(low.policy, SCHED_IDLE);
+    CountingThread audio;
+    ASSERT_TRUE(audio.RunToEnd(kThreadPriorityRealTime));
+    EXPECT_TRUE(audio.policy == SCHED_FIFO || audio.policy == SCHED_OTHER);
 }
 
 TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
@@ -83,9 +84,9 @@ TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
     LSignalObject s;
     EXPECT_EQ(idle.ProcessWaitSignal(s, 0), kProcessFailed);
     EXPECT_FALSE(idle.ProcessWait(0));
-    auto start = Clock::now();
+    auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(idle.ProcessWaitSignal(s, 30), kProcessFailed);
-    EXPECT_GE(_MsSince(start), 30);
+    EXPECT_GE(MsSince(start), 30);
     s.Signal();
     EXPECT_EQ(idle.ProcessWaitSignal(s, kWaitForever), kProcessFinished);
 
@@ -97,16 +98,6 @@ TEST(LThread, ProcessWaitSignalAnswersFinishedFailedOrStopped)
     group.Add(s);
     EXPECT_EQ(stopped.ProcessWaitSignalObjectGroup(group, 0), kProcessStopped);
     EXPECT_TRUE(stopped.ProcessWait(kWaitForever));
-}
-
-TEST(LThread, LowPriorityRunsIdleAndRealTimeRefusalIsSilent)
-{
-    CountingThread low;
-    ASSERT_TRUE(low.RunToEnd(kThreadPriorityBeatDetect));
-    EXPECT_EQ(low.policy, SCHED_IDLE);
-    CountingThread audio;  // real time where the account allows it, else normal; it runs
-    ASSERT_TRUE(audio.RunToEnd(kThreadPriorityRealTime));
-    EXPECT_TRUE(audio.policy == SCHED_FIFO || audio.policy == SCHED_OTHER);
 }
 
 TEST(LDebugThreads, NamesThreadsAndFreesTheirEntries)

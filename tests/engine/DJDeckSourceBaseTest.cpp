@@ -26,10 +26,7 @@ void ReadBlocks(LSoundSource& deck, int blocks)
         deck->Read(buffer, kBlock);
 }
 
-LSoundTime Ms(int ms)
-{
-    return LSoundTime(ms);
-}
+using Ms = LSoundTime;
 
 }  // namespace
 

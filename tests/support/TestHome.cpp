@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -22,19 +23,17 @@ std::string _MakeTempFolder()
 
 }  // namespace
 
-TestHome::TestHome() : _path(_MakeTempFolder())
+TestHome::TestHome()
 {
     for (const char* name : kVariables) {
         const char* old = std::getenv(name);
         _saved[name] = old ? old : kUnset;
     }
-    setenv("HOME", _path.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (_path + "/.config").c_str(), 1);
-    setenv("XDG_DATA_HOME", (_path + "/.local/share").c_str(), 1);
-    setenv("XDG_CACHE_HOME", (_path + "/.cache").c_str(), 1);
-    setenv("XDG_DATA_DIRS", (_path + "/shared").c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", (_path + "/run").c_str(), 1);
-    std::filesystem::create_directories(_path + "/run");
+    setenv("HOME", Path().c_str(), 1);
+    for (auto [name, below] : {std::pair{"XDG_CONFIG_HOME", ".config"}, {"XDG_DATA_HOME", ".local/share"},
+                               {"XDG_CACHE_HOME", ".cache"}, {"XDG_DATA_DIRS", "shared"}, {"XDG_RUNTIME_DIR", "run"}})
+        setenv(name, (*this / below).c_str(), 1);
+    std::filesystem::create_directories(*this / "run");
 }
 
 TestHome::~TestHome()
@@ -45,8 +44,6 @@ TestHome::~TestHome()
         else
             setenv(name.c_str(), value.c_str(), 1);
     }
-    std::error_code ignored;
-    std::filesystem::remove_all(_path, ignored);
 }
 
 TempFolder::TempFolder() : _path(_MakeTempFolder()) {}

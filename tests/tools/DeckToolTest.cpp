@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <cmath>
 #include <numbers>
 
@@ -25,7 +27,7 @@ std::string WriteLoudTrack(const TempFolder& folder)
 
 }  // namespace
 
-TEST(ToolDeck, RendersTheDecksOwnChainThroughTheLimiter)
+TEST(ToolDeck, RendersTheDecksOwnChainThroughTheLimiterAndRefusesBadOptions)
 {
     TempFolder folder;
     const std::string in = WriteLoudTrack(folder);
@@ -58,13 +60,7 @@ TEST(ToolDeck, RendersTheDecksOwnChainThroughTheLimiter)
     for (size_t i = 0; i < got.size(); ++i)
         worst = std::max(worst, std::abs(got[i] - expected[i]));
     EXPECT_LE(worst, 16) << "only the 16-bit rounding may differ";
-}
 
-TEST(ToolDeck, LengthsAndRefusals)
-{
-    TempFolder folder;
-    const std::string in = WriteLoudTrack(folder);
-    const std::string out = folder / "out.wav";
     ASSERT_EQ(RunTool(folder, "deck " + in + " " + out + " --loop 22050,1000").exitCode, 0);
     EXPECT_EQ(ReadWave(out).size(), 2u * 30 * kRate) << "a loop renders 30 s";
     ASSERT_EQ(RunTool(folder, "deck " + in + " " + out + " --frames 777 --pitch 0.5").exitCode, 0);
@@ -76,5 +72,5 @@ TEST(ToolDeck, LengthsAndRefusals)
     ToolRun missing = RunTool(folder, "deck " + folder / "gone.wav" + " " + fresh);
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_NE(missing.err.find("gone.wav"), std::string::npos);
-    EXPECT_FALSE(Exists(fresh));
+    EXPECT_FALSE(std::filesystem::exists(fresh));
 }

@@ -4,8 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <cmath>
 #include <numbers>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -26,25 +30,21 @@ TEST(ToolConvertRate, WritesWhatTheProgramsConvertersMake)
 {
     TempFolder folder;
     const std::string in = WriteTone(folder);
-    struct Case {
-        const char* options;
-        int rate, channels;
-    };
-    for (const Case& c : {Case{"--rate 48000", 48000, 2}, Case{"--channels 1", 44100, 1},
-                          Case{"--rate 22050 --channels 1", 22050, 1}, Case{"--rate 11025 --channels 3", 11025, 3}}) {
+    for (auto [options, rate, channels] : {std::tuple{"--rate 48000", 48000, 2}, {"--channels 1", 44100, 1},
+                                           {"--rate 22050 --channels 1", 22050, 1}, {"--rate 11025 --channels 3", 11025, 3}}) {
         const std::string out = folder / "out.wav";
-        const ToolRun run = RunTool(folder, "convert " + in + " " + out + " " + c.options);
-        ASSERT_EQ(run.exitCode, 0) << c.options << ": " << run.err;
+        const ToolRun run = RunTool(folder, "convert " + in + " " + out + " " + options);
+        ASSERT_EQ(run.exitCode, 0) << options << ": " << run.err;
 
         LSoundSource expected = LWaveFile::OpenSource(in.c_str());
-        LSPConvertSourceRateChannels(c.rate, static_cast<unsigned char>(c.channels), expected);
+        LSPConvertSourceRateChannels(rate, static_cast<unsigned char>(channels), expected);
         LSoundSource written = LWaveFile::OpenSource(out.c_str());
-        EXPECT_EQ(written->GetRate(), c.rate) << c.options;
-        EXPECT_EQ(written->GetChannels(), c.channels) << c.options;
-        ASSERT_EQ(written->GetEndSample(), expected->GetEndSample()) << c.options;
+        EXPECT_EQ(written->GetRate(), rate) << options;
+        EXPECT_EQ(written->GetChannels(), channels) << options;
+        ASSERT_EQ(written->GetEndSample(), expected->GetEndSample()) << options;
         const std::vector<int> want = ReadAllOf(expected), got = ReadAllOf(written);
         for (size_t i = 0; i < want.size(); ++i)
-            ASSERT_NEAR(got[i], want[i], 16) << c.options << " value " << i;  // one 16-bit step
+            ASSERT_NEAR(got[i], want[i], 16) << options << " value " << i;  // one 16-bit step
     }
 }
 
@@ -52,23 +52,19 @@ TEST(ToolPitch, ChangesLengthKeepsTheRateLabel)
 {
     TempFolder folder;
     const std::string in = WriteTone(folder);
-    struct Case {
-        const char* speed;
-        int frames;
-    };
     // 1.05: L 20, M 21; below 0.1 plays at 0.1; 1 is the file unchanged.
-    for (const Case& c : {Case{"1.05", 44100 / 21 * 20}, Case{"0.05", 441000}, Case{"1", 44100}}) {
+    for (auto [speed, frames] : {std::pair{"1.05", 44100 / 21 * 20}, {"0.05", 441000}, {"1", 44100}}) {
         const std::string out = folder / "p.wav";
-        const ToolRun run = RunTool(folder, "pitch " + in + " " + out + " --speed " + c.speed);
+        const ToolRun run = RunTool(folder, "pitch " + in + " " + out + " --speed " + speed);
         ASSERT_EQ(run.exitCode, 0) << run.err;
         LSoundSource written = LWaveFile::OpenSource(out.c_str());
-        EXPECT_EQ(written->GetRate(), 44100) << c.speed;
-        EXPECT_EQ(written->GetEndSample(), c.frames) << c.speed;
+        EXPECT_EQ(written->GetRate(), 44100) << speed;
+        EXPECT_EQ(written->GetEndSample(), frames) << speed;
     }
     EXPECT_EQ(ReadAllOf(LWaveFile::OpenSource((folder / "p.wav").c_str())), ReadAllOf(LWaveFile::OpenSource(in.c_str())));
 
     for (const char* usage : {"", " --speed 0"})
         EXPECT_EQ(RunTool(folder, "pitch " + in + " " + folder / "q.wav" + usage).exitCode, 2) << usage;
     EXPECT_EQ(RunTool(folder, "pitch " + folder / "absent.wav " + folder / "q.wav --speed 2").exitCode, 1);
-    EXPECT_FALSE(Exists(folder / "q.wav"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "q.wav"));
 }

@@ -5,7 +5,6 @@
 #include "sound/LWaveFile.h"
 #include "support/TestHome.h"
 
-#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -27,12 +26,6 @@ ToolRun RunTool(const Folder& scratch, const std::string& arguments)
     const int status =
         std::system((std::string(ORVANE_TOOL_PATH) + " " + arguments + " >" + out + " 2>" + err).c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadWholeFile(out), ReadWholeFile(err)};
-}
-
-inline bool Exists(const std::string& path)
-{
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
 }
 
 inline std::vector<int> ReadAllOf(LSoundSource source)
