@@ -1,6 +1,6 @@
 #include "sound/LAudioMixer.h"
 
-#include "MixerSources.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
 #include "sound/LCrossMix.h"
-#include "tests/sound/EffectSources.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "sound/LDistortion.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 

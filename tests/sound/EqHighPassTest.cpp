@@ -1,6 +1,6 @@
 #include "sound/LHighPass.h"
 #include "sound/LParametricEq.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
 #include "sound/LBufferHelpers.h"
 #include "sound/LPeakLimit.h"
-#include "tests/sound/EffectSources.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 

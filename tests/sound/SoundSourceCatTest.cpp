@@ -1,6 +1,6 @@
 #include "sound/LSoundSourceCat.h"
 
-#include "MixerSources.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 

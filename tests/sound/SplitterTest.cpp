@@ -1,6 +1,6 @@
 #include "sound/LSplitterSource.h"
 
-#include "MixerSources.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 
