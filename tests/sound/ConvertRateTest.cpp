@@ -66,18 +66,21 @@ TEST(ConvertRateTable, ChoosesPhasesAndStep)
         EXPECT_EQ(table.GetPhases(), c.l) << c.from << "->" << c.to;
         EXPECT_EQ(table.GetStep(), c.m) << c.from << "->" << c.to;
     }
-    // Without an exact small ratio the search settles on the first close-enough L.
-    LConvertRateBase approx(44100, 48000, 63, false, true);
-    EXPECT_LE(approx.GetPhases(), 255);
-    EXPECT_NEAR(double(approx.GetStep()) / approx.GetPhases(), 44100.0 / 48000, 0.001);
 }
 
 TEST(ConvertRateOpen, EqualRatesAndErrorsGiveTheSameObjectAndBeyondFourTwoStages)
 {
+    // A converter doubles a peak within full scale (ringing may overshoot) and reports an
+    // inner error; a zero rate is refused.
+    LSoundSource quiet(new MemorySource(22050, 1, {}, kPeakLimit));
+    EXPECT_EQ(LSRCConvertRate(quiet, 44100, false, false).GetPeak(), 2 * kPeakLimit);
+    EXPECT_EQ(LSRCConvertRate(quiet, 0, false, false).GetError(), kErrBadFormat);
+
     LSoundSource source(new MemorySource(44100, 1, std::vector<int>(44100)));
     EXPECT_EQ(Convert(source, 44100).Get(), source.Get());
     LSoundSource broken = MakeErrorSource(kErrMissing, 22050, 2);
     EXPECT_EQ(Convert(broken, 44100).Get(), broken.Get());
+    EXPECT_EQ(LSRCConvertRate(broken, 48000, false, false).GetError(), kErrInner);
 
     LSoundSource oneStage = Convert(source, 11025);
     EXPECT_EQ(AsConverter(oneStage).GetStep(), 4);
@@ -89,20 +92,6 @@ TEST(ConvertRateOpen, EqualRatesAndErrorsGiveTheSameObjectAndBeyondFourTwoStages
     EXPECT_EQ(AsConverter(twoStage).GetPhases(), 1);
 }
 
-
-
-TEST(ConvertRateSource, ConstructionTakesErrorsAndDoublesSmallPeaks)
-{
-    LSoundSource quiet(new MemorySource(22050, 1, {}, kPeakLimit));
-    LSoundSource loud(new MemorySource(22050, 1, {}, 0x100001));
-    LSoundSource broken = MakeErrorSource(kErrCodec, 22050, 1);
-    EXPECT_EQ(LSRCConvertRate(quiet, 44100, false, false).GetPeak(), 2 * kPeakLimit);
-    EXPECT_EQ(LSRCConvertRate(loud, 44100, false, false).GetPeak(), 0x100001);
-    EXPECT_EQ(LSRCConvertRate(broken, 44100, false, false).GetError(), kErrInner);
-    LSRCConvertRate zero(quiet, 0, false, false);
-    EXPECT_EQ(zero.GetRate(), 44100);
-    EXPECT_EQ(zero.GetError(), kErrBadFormat);
-}
 
 TEST(ConvertRateSource, SineKeepsFrequencyAndLevelThereAndBack)
 {
@@ -185,28 +174,12 @@ TEST(ConvertRateSource, StreamingSourceKeepsAMarginAndIsAsked64FramesAtATime)
     EXPECT_EQ(up->GetEndSample(), (e / 147) * 160 + (160 * (e % 147)) / 147 - 1);
 }
 
-
-
 TEST(ConvertRateSource, LoudMaterialNeitherWrapsNorLosesScale)
 {
-    // Full-scale samples following the signs of the first output's filter row: the largest
-    // sum that row can make, past 2^31 before the final shift.
-    LSoundSource probe(new MemorySource(44100, 1, {}));
-    LSRCConvertRate table(probe, 48000, false, false);
-    const int* row = table.GetRow(0);
-    std::vector<int> worst(100, 0);
-    int64_t absSum = 0;
-    for (int j = 31; j < 63; ++j) {
-        worst[static_cast<size_t>(j - 31)] = row[j] >= 0 ? kPeakLimit : -kPeakLimit;
-        absSum += std::abs(row[j]);
-    }
     auto up = [](std::vector<int> samples, int frames) {
         LSoundSource source(new MemorySource(44100, 1, std::move(samples)));
-        LSoundSource converted = Convert(source, 48000);
-        return ReadAll(converted, frames);
+        return ReadAll(Convert(source, 48000), frames);
     };
-    EXPECT_NEAR(up(worst, 1)[0], double(absSum) * kPeakLimit / 65536, kPeakLimit * 1e-3);
-
     // Material far beyond full scale, even past 2^30 where samples no longer fit 16 bits after the
     // largest block shift, comes out scaled alike, to block floating point precision.
     const std::vector<int> sine = MakeSine(44100, 1, 3000, 0x7fff0, 20000);

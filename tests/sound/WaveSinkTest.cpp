@@ -1,4 +1,3 @@
-#include "sound/LSampleFormat.h"
 #include "sound/LWaveFile.h"
 #include "sound/WaveBytes.h"
 #include "MemorySource.h"
@@ -31,28 +30,13 @@ std::string HeaderOf(uint32_t dataBytes, uint16_t channels, uint32_t rate, uint1
            Le32(dataBytes);
 }
 
-std::vector<int> Noise(size_t count, int limit, unsigned seed)
+// Values as a file of `bits` keeps them: the graph's 20 bits rounded to that depth.
+std::vector<int> AsStored(std::vector<int> values, int bits)
 {
-    std::mt19937 random(seed);
-    std::vector<int> values(count);
-    std::generate(values.begin(), values.end(), [&] { return std::uniform_int_distribution(-limit, limit)(random); });
-    return values;
-}
-
-// Values as a 16-bit file keeps them.
-std::vector<int> To16(std::vector<int> values)
-{
+    const int dropped = std::max(0, 20 - bits);
     for (int& v : values)
-        v = ((v + 8) >> 4) * 16;
+        v = dropped ? ((v + (1 << (dropped - 1))) >> dropped) << dropped : v;
     return values;
-}
-
-// The bytes a 16-bit file holds for graph values.
-std::string Pcm16Of(std::vector<int> values)
-{
-    for (int& v : values)
-        v = (v + 8) >> 4;
-    return Pcm16(values);
 }
 
 // Seeks to many positions and reads with many block sizes: each read must equal the same
@@ -70,8 +54,8 @@ void ExpectSeekEqualsStream(LSoundSource& source)
 
     std::mt19937 random(11);
     std::vector<int> block;
-    for (int size : {1, 2, 7, 255, 1000, 4096, 8191, 8192, 8193, 20000, 32768}) {
-        for (int trial = 0; trial < 6; ++trial) {
+    for (int size : {1, 7, 1000, 8191, 8193, 32768}) {
+        for (int trial = 0; trial < 4; ++trial) {
             std::uniform_int_distribution<int> start(-size - 5, end + 5);
             const int at = trial == 0 ? 0 : start(random);
             source->Seek(at);
@@ -115,22 +99,14 @@ TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
 {
     TempFolder folder;
     // Within what 8 bits hold after rounding: nothing clips on the way out.
-    const std::vector<int> values = Noise(2 * 5000, 0x7f7ff, 3);
-    struct Depth {
-        unsigned short bits;
-        std::vector<int> expected;
-    };
-    std::vector<int> as8 = values;
-    for (int& v : as8)
-        v = ((v + 2048) >> 12) * 4096;
-    const std::vector<Depth> depths{{8, as8}, {16, To16(values)}, {24, values}, {32, values}};
-    for (const Depth& depth : depths) {
-        const std::string path = folder / (std::to_string(depth.bits) + "bits.wav");
-        LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, depth.bits, 0)->Write(values.data(), 5000);
-        EXPECT_EQ(FileSize(path), 46 + 5000 * 2 * depth.bits / 8);
+    const std::vector<int> values = MakeNoise(2, 5000, 0x7f7ff);
+    for (unsigned short bits : {8, 16, 24, 32}) {
+        const std::string path = folder / (std::to_string(bits) + "bits.wav");
+        LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, bits, 0)->Write(values.data(), 5000);
+        EXPECT_EQ(FileSize(path), 46 + 5000 * 2 * bits / 8);
         LSoundSource source = LWaveFile::OpenSource(path.c_str());
         ASSERT_EQ(source->GetError(), kErrNone);
-        EXPECT_EQ(ReadAll(source, 5000), depth.expected) << depth.bits;
+        EXPECT_EQ(ReadAll(source, 5000), AsStored(values, bits)) << bits;
         ExpectSeekEqualsStream(source);
     }
 
@@ -157,9 +133,12 @@ TEST(WaveSink, SeekBackwardTruncatesForwardDoesNothingAndAStartFrameContinuesAFi
 {
     TempFolder folder;
     const std::string path = folder / "rec.wav";
-    const std::vector<int> values = Noise(2 * 1000, 0x7fff0, 5);
+    const std::vector<int> values = MakeNoise(2, 1000, 0x7fff0, 5);
     auto pcmOf = [&values](int from, int to) {
-        return Pcm16Of(std::vector<int>(values.begin() + 2 * from, values.begin() + 2 * to));
+        std::vector<int> kept = AsStored(std::vector<int>(values.begin() + 2 * from, values.begin() + 2 * to), 16);
+        for (int& v : kept)
+            v >>= 4;
+        return Pcm16(kept);
     };
     {
         LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 0);
@@ -192,7 +171,7 @@ TEST(WaveSink, ReaderPlaysAFileWhileAWriterGrowsIt)
     TempFolder folder;
     const std::string path = folder / "growing.wav";
     const int totalFrames = 200000;
-    const std::vector<int> values = Noise(2 * totalFrames, 0x7fff0, 21);
+    const std::vector<int> values = MakeNoise(2, totalFrames, 0x7fff0, 21);
     LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 0);
     LSoundSource source = LWaveFile::OpenSource(path.c_str());
     ASSERT_EQ(source->GetError(), kErrNone);
@@ -219,35 +198,5 @@ TEST(WaveSink, ReaderPlaysAFileWhileAWriterGrowsIt)
     writer.join();
     EXPECT_TRUE(sawStreaming);
     EXPECT_EQ(source->GetEndSample(), totalFrames);
-    EXPECT_EQ(played, To16(values));
-}
-
-TEST(WaveSources, EverySourceSeeksAsItStreams)
-{
-    TempFolder folder;
-    const std::vector<int> values = Noise(2 * 30000, 0xfffff, 17);
-    // A float file (tag 3), with values beyond full scale.
-    WaveSpec wave;
-    wave.tag = kWaveTagFloat;
-    wave.bits = 32;
-    wave.data.resize(values.size() * 4);
-    ConvertSamplesOut(reinterpret_cast<LSFF32*>(wave.data.data()), values.data(), int(values.size()));
-    const std::string floatPath = folder / "float.wav";
-    WriteWholeFile(floatPath, MakeWave(wave));
-    LSoundSource floats = LWaveFile::OpenSource(floatPath.c_str());
-    ASSERT_EQ(floats->GetError(), kErrNone);
-    EXPECT_EQ(ReadAll(floats, 30000), values);
-    ExpectSeekEqualsStream(floats);
-
-    // The deleting wrapper over a file of unknown length.
-    wave.tag = kWaveTagPCM;
-    wave.bits = 16;
-    wave.sizeUnknown = true;
-    wave.data = Pcm16Of(values);
-    const std::string growingPath = folder / "growing.wav";
-    WriteWholeFile(growingPath, MakeWave(wave));
-    LSoundSource wrapped = LWaveFile::OpenSourceDeletingFileWhenClosed(growingPath.c_str());
-    EXPECT_TRUE(wrapped->IsStreaming());
-    EXPECT_EQ(wrapped->GetEndSample(), 30000);
-    ExpectSeekEqualsStream(wrapped);
+    EXPECT_EQ(played, AsStored(values, 16));
 }
