@@ -120,15 +120,6 @@ inline std::vector<int> Constant(int frames, int value, unsigned char channels =
     return std::vector<int>(static_cast<size_t>(frames) * channels, value);
 }
 
-// Channel `channel` of an interleaved block.
-inline std::vector<int> Channel(const std::vector<int>& block, unsigned char channels, int channel)
-{
-    std::vector<int> out;
-    for (size_t i = static_cast<size_t>(channel); i < block.size(); i += channels)
-        out.push_back(block[i]);
-    return out;
-}
-
 // `desc` over a fresh MemorySource.
 inline LSoundSource Open(const LSoundProcessDescription& desc, std::vector<int> samples, int channels = 2, int rateHz = 44100)
 {

