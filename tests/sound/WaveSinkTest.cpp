@@ -5,22 +5,15 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace {
-
-int64_t FileSize(const std::string& path)
-{
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 ? info.st_size : -1;
-}
 
 std::string HeaderOf(uint32_t dataBytes, uint16_t channels, uint32_t rate, uint16_t bits)
 {
@@ -46,29 +39,18 @@ void ExpectSeekEqualsStream(LSoundSource& source)
     const int end = source->GetEndSample();
     const int channels = source->GetChannels();
     const int margin = 40000;
-    std::vector<int> whole(static_cast<size_t>(end + 2 * margin) * channels);
     source->Seek(-margin);
-    source->Read(whole.data(), end + 2 * margin);
-    for (int i = 0; i < margin * channels; ++i)
-        ASSERT_EQ(whole[static_cast<size_t>(i)], 0);
+    const std::vector<int> whole = ReadAll(source, end + 2 * margin);
+    ASSERT_EQ(std::vector<int>(whole.begin(), whole.begin() + margin * channels), std::vector<int>(margin * channels, 0));
 
     std::mt19937 random(11);
-    std::vector<int> block;
     for (int size : {1, 7, 1000, 8191, 8193, 32768}) {
         for (int trial = 0; trial < 4; ++trial) {
-            std::uniform_int_distribution<int> start(-size - 5, end + 5);
-            const int at = trial == 0 ? 0 : start(random);
+            const int at = trial == 0 ? 0 : std::uniform_int_distribution<int>(-size - 5, end + 5)(random);
             source->Seek(at);
-            block.assign(static_cast<size_t>(size) * channels, 0x5a5a5a5a);
-            int done = 0;
-            while (done < size) {  // several reads in a row must continue seamlessly
-                const int piece = std::min(size - done, 1 + size / 3);
-                source->Read(block.data() + done * channels, piece);
-                done += piece;
-            }
+            const std::vector<int> block = ReadInPieces(source, size);  // reads in a row continue seamlessly
             ASSERT_EQ(source->GetPositionSample(), at + size);
-            const auto first = whole.begin() + (at + margin) * channels;
-            ASSERT_TRUE(std::equal(block.begin(), block.end(), first))
+            ASSERT_TRUE(std::equal(block.begin(), block.end(), whole.begin() + (at + margin) * channels))
                 << "seek " << at << " block " << size;
         }
     }
@@ -103,7 +85,7 @@ TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
     for (unsigned short bits : {8, 16, 24, 32}) {
         const std::string path = folder / (std::to_string(bits) + "bits.wav");
         LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, bits, 0)->Write(values.data(), 5000);
-        EXPECT_EQ(FileSize(path), 46 + 5000 * 2 * bits / 8);
+        EXPECT_EQ(int(std::filesystem::file_size(path)), 46 + 5000 * 2 * bits / 8);
         LSoundSource source = LWaveFile::OpenSource(path.c_str());
         ASSERT_EQ(source->GetError(), kErrNone);
         EXPECT_EQ(ReadAll(source, 5000), AsStored(values, bits)) << bits;
@@ -140,25 +122,27 @@ TEST(WaveSink, SeekBackwardTruncatesForwardDoesNothingAndAStartFrameContinuesAFi
             v >>= 4;
         return Pcm16(kept);
     };
+    // A sink's position and the file's length agree: a backward seek truncates.
+    const auto expectAt = [&path](LSoundSink& sink, int frame) {
+        EXPECT_EQ(sink->GetPosition(), frame);
+        EXPECT_EQ(int(std::filesystem::file_size(path)), 46 + 4 * frame);
+    };
     {
         LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 0);
         sink->Write(values.data(), 1000);
         sink->Seek(1500);
-        EXPECT_EQ(sink->GetPosition(), 1000);
-        EXPECT_EQ(FileSize(path), 46 + 4000);
+        expectAt(sink, 1000);
         sink->Seek(600);
-        EXPECT_EQ(sink->GetPosition(), 600);
-        EXPECT_EQ(FileSize(path), 46 + 2400);
+        expectAt(sink, 600);
         sink->Write(values.data(), 100);  // the rewound recording continues at frame 600
         sink->Seek(-5);
-        EXPECT_EQ(sink->GetPosition(), 0);
+        expectAt(sink, 0);
         sink->Write(values.data() + 200, 150);
     }
     EXPECT_EQ(ReadWholeFile(path), HeaderOf(600, 2, 44100, 16) + pcmOf(100, 250));
     {
         LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 100);
-        EXPECT_EQ(sink->GetPosition(), 100);
-        EXPECT_EQ(FileSize(path), 46 + 400);
+        expectAt(sink, 100);
         sink->Write(values.data(), 10);
     }
     EXPECT_EQ(ReadWholeFile(path), HeaderOf(440, 2, 44100, 16) + pcmOf(100, 200) + pcmOf(0, 10));
