@@ -49,14 +49,14 @@ TEST(AudioMixer, EmptyListIsSilenceRoutesAddUpAndUnroutedSourcesStillAdvance)
 TEST(AudioMixer, DesignationListKeepsOneRouteAndHonoursHoles)
 {
     LAudioMixer mixer(false);
-    HeldMemory deck = MakeMemory(Constant(100, 100, 1), 1);
+    HeldMemory deck = MakeMemory(Constant(100, kPeakLimit, 1), 1);
     mixer.AddSource(deck.handle, 0, false);
     LSoundSource mix = mixer.OpenSource();
     auto next = [&] { return ReadAll(mix, 1); };
 
     mixer.AddChannelDesignation(0, 0, 0);
     mixer.AddChannelDesignation(0, 0, 0);
-    EXPECT_EQ(next(), (std::vector<int>{100, 0}));
+    EXPECT_EQ(next(), (std::vector<int>{kPeakLimit, 0}));
     // Slots [0, 1]; removing 0 leaves a hole that hides 1 until an add of 0 fills it. Adding 1
     // meanwhile changes nothing, it is in the list.
     mixer.AddChannelDesignation(0, 0, 1);
@@ -64,23 +64,19 @@ TEST(AudioMixer, DesignationListKeepsOneRouteAndHonoursHoles)
     mixer.AddChannelDesignation(0, 0, 1);
     EXPECT_EQ(next(), (std::vector<int>{0, 0}));
     mixer.AddChannelDesignation(0, 0, 0);
-    EXPECT_EQ(next(), (std::vector<int>{100, 100}));
+    EXPECT_EQ(next(), (std::vector<int>{kPeakLimit, kPeakLimit}));
 
     // Routes past the output count and channels out of range are ignored, not written.
     mixer.AddChannelDesignation(0, 0, 7);
     mixer.AddChannelDesignation(0, 300, 0);
     mixer.AddChannelDesignation(0, 0, -1);
-    EXPECT_EQ(next(), (std::vector<int>{100, 100}));
-}
+    EXPECT_EQ(next(), (std::vector<int>{kPeakLimit, kPeakLimit}));
 
-TEST(AudioMixer, VolumesScaleEachRouteByTheGainTable)
-{
-    LAudioMixer mixer(false);
-    AddDeck(mixer, 0, Constant(10, kPeakLimit));
+    // Volumes scale each route by the gain table.
     mixer.SetChannelDesignationVolume(0, 0, 0, LdBValue(-6));
-    mixer.SetChannelDesignationVolume(0, 1, 1, LdBValue(-127));
+    mixer.SetChannelDesignationVolume(0, 0, 1, LdBValue(-127));
     mixer.SetChannelDesignationVolume(5, 0, 0, LdBValue(-20));  // unknown id: nothing happens
-    EXPECT_EQ(ReadAll(mixer.OpenSource(), 1), (std::vector<int>{LGainMultiply(kPeakLimit, LdBValue(-6).GetGain()), 0}));
+    EXPECT_EQ(next(), (std::vector<int>{LGainMultiply(kPeakLimit, LdBValue(-6).GetGain()), 0}));
 }
 
 TEST(AudioMixer, ReplacingSources)
