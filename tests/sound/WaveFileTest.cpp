@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -74,42 +75,30 @@ TEST(WaveReader, ToleratesOddChunksExtraFormatBytesAndOuterChunks)
 TEST(WaveReader, PicksTheSampleFormatFromTagAndBits)
 {
     TempFolder folder;
+    // Extensible PCM counts as plain PCM.
+    const std::string extensible = Le16(22) + Le16(24) + Le32(4) +
+                                   std::string("\x01\x00\x00\x00\x00\x00\x10\x00\x80\x00\x00\xaa\x00\x38\x9b\x71", 16);
+    // Tag, bits, format bytes beyond the standard ones, one mono sample, its value, the peak.
+    const std::tuple<uint16_t, uint16_t, std::string, std::string, int, int> cases[] = {
+        {kWaveTagPCM, 8, "", "\x80", 0, kPeakLimit},
+        {kWaveTagPCM, 8, "", std::string(1, '\0'), -0x80000, kPeakLimit},
+        {kWaveTagPCM, 24, "", std::string("\0\0\x80", 3), -0x80000, kPeakLimit},
+        {kWaveTagPCM, 24, "", "\xff\xff\x7f", 0x7ffff, kPeakLimit},
+        {kWaveTagExtensible, 24, extensible, "\xff\xff\x7f", 0x7ffff, kPeakLimit},
+        {kWaveTagFloat, 32, "", std::string("\0\0\x80\x3f", 4), 0x80000, kPeakFloatFile},
+        {kWaveTagPCM, 32, "", "\xff\xff\xff\x7f", 0x80000, kPeakLimit}};
     WaveSpec wave;
     wave.channels = 1;
-    wave.bits = 8;
-    wave.data = std::string{char(128), char(0), char(255), char(0)};
-    LSoundSource u8 = OpenBytes(folder, MakeWave(wave));
-    EXPECT_EQ(u8->GetEndSample(), 4);
-    EXPECT_EQ(ReadFrames(u8, 3), (std::vector<int>{0, -0x80000, 0x7f000}));
-
-    wave.bits = 24;
-    wave.data = std::string{0, 0, char(0x80), char(0xff), char(0xff), char(0x7f)};
-    LSoundSource s24 = OpenBytes(folder, MakeWave(wave));
-    EXPECT_EQ(ReadFrames(s24, 2), (std::vector<int>{-0x80000, 0x7ffff}));
-
-    // Extensible PCM counts as plain PCM.
-    wave.tag = kWaveTagExtensible;
-    wave.formatExtra = Le16(22) + Le16(24) + Le32(4) +
-                       std::string("\x01\x00\x00\x00\x00\x00\x10\x00\x80\x00\x00\xaa\x00\x38\x9b\x71", 16);
-    LSoundSource extensible = OpenBytes(folder, MakeWave(wave));
-    ASSERT_EQ(extensible->GetError(), kErrNone);
-    EXPECT_EQ(ReadFrames(extensible, 2), (std::vector<int>{-0x80000, 0x7ffff}));
+    for (const auto& [tag, bits, extra, bytes, value, peak] : cases) {
+        std::tie(wave.tag, wave.bits, wave.formatExtra, wave.data) = std::tuple(tag, bits, extra, bytes + bytes);
+        LSoundSource source = OpenBytes(folder, MakeWave(wave));
+        EXPECT_EQ(source->GetEndSample(), 2) << bits;
+        EXPECT_EQ(source->GetPeak(), peak) << bits;
+        EXPECT_EQ(ReadFrames(source, 1), std::vector<int>{value}) << tag << " " << bits;
+    }
+    std::tie(wave.tag, wave.bits, wave.formatExtra) = std::tuple(kWaveTagExtensible, 24, extensible);
     wave.formatExtra[8] = 3;  // the float sub-format is not taken
     EXPECT_EQ(OpenBytes(folder, MakeWave(wave))->GetError(), kErrCodec);
-
-    wave.tag = kWaveTagFloat;
-    wave.bits = 32;
-    wave.formatExtra.clear();
-    wave.data = std::string("\x00\x00\x80\x3f", 4);
-    LSoundSource floats = OpenBytes(folder, MakeWave(wave));
-    EXPECT_EQ(floats->GetPeak(), kPeakFloatFile);
-    EXPECT_EQ(ReadFrames(floats, 1), (std::vector<int>{0x80000}));
-
-    wave.tag = kWaveTagPCM;
-    wave.data = std::string("\xff\xff\xff\x7f", 4);
-    LSoundSource s32 = OpenBytes(folder, MakeWave(wave));
-    EXPECT_EQ(s32->GetPeak(), kPeakLimit);
-    EXPECT_EQ(ReadFrames(s32, 1), (std::vector<int>{0x80000}));
 }
 
 TEST(WaveReader, ErrorStates)
