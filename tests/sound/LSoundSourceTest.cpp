@@ -57,19 +57,3 @@ TEST(SoundSourceBase, BadRateOrChannelsSetErrorThree)
     EXPECT_EQ(good.GetError(), kErrNone);
 }
 
-TEST(SoundProcessBase, ForwardsPositionsButNotResyncOrControl)
-{
-    struct Pass : LSoundProcessBase {
-        using LSoundProcessBase::LSoundProcessBase;
-        void Read(int* b, int f) override { source->Read(b, f); }
-    };
-    HeldMemory inner = MakeMemory(std::vector<int>(2000));
-    LSoundSource process(new Pass(inner.handle));
-    process->Seek(40);
-    EXPECT_EQ(inner.memory->pos, 40);
-    EXPECT_EQ(process->GetPositionSample(), 40);
-    EXPECT_EQ(process->GetEndSample(), 1000);
-    long data = 5;
-    EXPECT_FALSE(process->ControlMessage(0, &data));
-    EXPECT_EQ(LSoundSource(new Pass(LSoundSource()))->GetError(), kErrInner);
-}
