@@ -38,7 +38,7 @@ TEST(AudioMixer, EmptyListIsSilenceRoutesAddUpAndUnroutedSourcesStillAdvance)
     // deck's right channel adds on output 1.
     mixer.AddChannelDesignation(0, 0, 0);
     mixer.AddChannelDesignation(0, 1, 0);
-    AddDeck(mixer, 1, Constant(100, 1000), false, false);
+    AddDeck(mixer, 1, std::vector<int>(2 * 100, 1000), false, false);
     mixer.AddChannelDesignation(1, 1, 1);
     EXPECT_EQ(ReadAll(mix, 2), (std::vector<int>{0, 1000, 0, 1000}));
 
@@ -49,7 +49,7 @@ TEST(AudioMixer, EmptyListIsSilenceRoutesAddUpAndUnroutedSourcesStillAdvance)
 TEST(AudioMixer, DesignationListKeepsOneRouteAndHonoursHoles)
 {
     LAudioMixer mixer(false);
-    HeldMemory deck = MakeMemory(Constant(100, kPeakLimit, 1), 1);
+    HeldMemory deck = MakeMemory(std::vector<int>(100, kPeakLimit), 1);
     mixer.AddSource(deck.handle, 0, false);
     LSoundSource mix = mixer.OpenSource();
     auto next = [&] { return ReadAll(mix, 1); };
@@ -109,8 +109,8 @@ TEST(AudioMixer, ReplacingSources)
 TEST(AudioMixer, HeldSourceIsMixedButLeftOutOfResyncAndSeek)
 {
     LAudioMixer mixer(false);
-    HeldMemory playing = AddDeck(mixer, 0, Constant(1000, 10));
-    HeldMemory held = AddDeck(mixer, 1, Constant(5000, 1), true);
+    HeldMemory playing = AddDeck(mixer, 0, std::vector<int>(2 * 1000, 10));
+    HeldMemory held = AddDeck(mixer, 1, std::vector<int>(2 * 5000, 1), true);
     held.memory->pos = 2000;
     LSoundSource mix = mixer.OpenSource();
 
@@ -128,7 +128,7 @@ TEST(AudioMixer, HeldSourceIsMixedButLeftOutOfResyncAndSeek)
 TEST(AudioMixer, SeekKeepsDistancesAndStopsAtEachEnd)
 {
     LAudioMixer mixer(false);
-    HeldMemory a = AddDeck(mixer, 0, Constant(1000, 0)), b = AddDeck(mixer, 1, Constant(300, 0));
+    HeldMemory a = AddDeck(mixer, 0, std::vector<int>(2 * 1000, 0)), b = AddDeck(mixer, 1, std::vector<int>(2 * 300, 0));
     a.memory->pos = 500;
     b.memory->pos = 200;
     LSoundSource mix = mixer.OpenSource();
@@ -143,8 +143,8 @@ TEST(AudioMixer, EndRules)
 {
     LAudioMixer shortest(true);
     LAudioMixer longest(false);
-    HeldMemory a = AddDeck(shortest, 0, Constant(1000, 0));
-    HeldMemory b = AddDeck(shortest, 1, Constant(800, 0));
+    HeldMemory a = AddDeck(shortest, 0, std::vector<int>(2 * 1000, 0));
+    HeldMemory b = AddDeck(shortest, 1, std::vector<int>(2 * 800, 0));
     longest.AddSource(a.handle, 0, false);
     longest.AddSource(b.handle, 1, false);
     a.memory->pos = 900;  // 100 left
@@ -155,7 +155,7 @@ TEST(AudioMixer, EndRules)
     LSoundSource mix = longest.OpenSource();
     EXPECT_EQ(mix->GetEndSample(), 1000 + 500);
     // Equal ends: the one with fewer frames left is the base.
-    b.memory->data = Constant(1000, 0);
+    b.memory->data = std::vector<int>(2 * 1000, 0);
     EXPECT_EQ(mix->GetEndSample(), 1000 + 700);
     EXPECT_EQ(LAudioMixer(true).OpenSource()->GetEndSample(), 0);
 }

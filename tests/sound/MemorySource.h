@@ -56,9 +56,11 @@ inline std::vector<int> MakeSine(int rateHz, int channels, double hz, double amp
     return out;
 }
 
+// One Read of `frames` frames; the block starts out as a marker so that values a source leaves
+// unwritten show.
 inline std::vector<int> ReadAll(LSoundSource source, int frames)
 {
-    std::vector<int> out(static_cast<size_t>(frames) * source->GetChannels());
+    std::vector<int> out(static_cast<size_t>(frames) * source->GetChannels(), 0x5a5a5a5a);
     source->Read(out.data(), frames);
     return out;
 }
@@ -114,11 +116,6 @@ inline std::vector<int> Ramp(int frames, unsigned char channels = 2, int first =
     return out;
 }
 
-// `frames` frames holding `value` on every channel.
-inline std::vector<int> Constant(int frames, int value, unsigned char channels = 2)
-{
-    return std::vector<int>(static_cast<size_t>(frames) * channels, value);
-}
 
 // `desc` over a fresh MemorySource.
 inline LSoundSource Open(const LSoundProcessDescription& desc, std::vector<int> samples, int channels = 2, int rateHz = 44100)

@@ -78,7 +78,7 @@ TEST(Splitter, FrameDifferenceDelaysTheSecondarySide)
 
 TEST(Splitter, StereoMixFeedsTheSamePairAndAFullRingDropsNewFrames)
 {
-    HeldMemory mix = MakeMemory(Constant(600000, 5));
+    HeldMemory mix = MakeMemory(std::vector<int>(2 * 600000, 5));
     auto ring = std::make_shared<LSplitterRing>();
     LSoundSource primary(new LSplitterPrimarySource(mix.handle, ring));
     LSoundSource secondary(new LSplitterSecondarySource(mix.handle, ring));

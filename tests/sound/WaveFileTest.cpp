@@ -1,5 +1,6 @@
 #include "sound/LWaveFile.h"
 #include "sound/WaveBytes.h"
+#include "MemorySource.h"
 #include "support/TestHome.h"
 
 #include <gtest/gtest.h>
@@ -11,13 +12,6 @@
 #include <vector>
 
 namespace {
-
-std::vector<int> ReadFrames(LSoundSource& source, int frames)
-{
-    std::vector<int> values(static_cast<size_t>(frames) * source->GetChannels(), 0x5a5a5a5a);
-    source->Read(values.data(), frames);
-    return values;
-}
 
 LSoundSource OpenBytes(const TempFolder& folder, const std::string& bytes)
 {
@@ -41,15 +35,15 @@ TEST(WaveReader, ReadsEveryFrameSilenceOutsideAndSeeksBeforeTheStart)
     EXPECT_EQ(source->GetPeak(), kPeakLimit);
     EXPECT_EQ(source->GetEndSample(), 100);
     expected.resize(260, 0);  // past the end the block is zero
-    EXPECT_EQ(ReadFrames(source, 130), expected);
+    EXPECT_EQ(ReadAll(source, 130), expected);
     EXPECT_EQ(source->GetPositionSample(), 130);
 
     source->Seek(-2);
-    EXPECT_EQ(ReadFrames(source, 4), (std::vector<int>{0, 0, 0, 0, expected[0], expected[1],
+    EXPECT_EQ(ReadAll(source, 4), (std::vector<int>{0, 0, 0, 0, expected[0], expected[1],
                                                        expected[2], expected[3]}));
     EXPECT_EQ(source->GetPositionSample(), 2);
     source->Seek(-5);
-    EXPECT_EQ(ReadFrames(source, 3), std::vector<int>(6, 0));
+    EXPECT_EQ(ReadAll(source, 3), std::vector<int>(6, 0));
     EXPECT_EQ(source->GetPositionSample(), -2);
 }
 
@@ -65,7 +59,7 @@ TEST(WaveReader, ToleratesOddChunksExtraFormatBytesAndOuterChunks)
     wave.formatExtra = Le16(0);                                // 18-byte format chunk
     LSoundSource source = OpenBytes(folder, MakeWave(wave));
     ASSERT_EQ(source->GetError(), kErrNone);
-    EXPECT_EQ(ReadFrames(source, 3), (std::vector<int>{16, -32, 48}));
+    EXPECT_EQ(ReadAll(source, 3), (std::vector<int>{16, -32, 48}));
 
     // An outer chunk claiming under 5 bytes cannot be skipped.
     wave.beforeRiff = "JUNK" + Le32(3);
@@ -94,7 +88,7 @@ TEST(WaveReader, PicksTheSampleFormatFromTagAndBits)
         LSoundSource source = OpenBytes(folder, MakeWave(wave));
         EXPECT_EQ(source->GetEndSample(), 2) << bits;
         EXPECT_EQ(source->GetPeak(), peak) << bits;
-        EXPECT_EQ(ReadFrames(source, 1), std::vector<int>{value}) << tag << " " << bits;
+        EXPECT_EQ(ReadAll(source, 1), std::vector<int>{value}) << tag << " " << bits;
     }
     std::tie(wave.tag, wave.bits, wave.formatExtra) = std::tuple(kWaveTagExtensible, 24, extensible);
     wave.formatExtra[8] = 3;  // the float sub-format is not taken
@@ -171,7 +165,7 @@ TEST(WaveReader, DeletingSourceRemovesItsFileWhenTheLastHandleGoes)
         LSoundSource copy = source;
         source.Close();
         EXPECT_TRUE(std::filesystem::exists(path));
-        EXPECT_EQ(ReadFrames(copy, 1), (std::vector<int>{112, 128}));
+        EXPECT_EQ(ReadAll(copy, 1), (std::vector<int>{112, 128}));
     }
     EXPECT_FALSE(std::filesystem::exists(path));
     WriteWholeFile(path, "garbage");
