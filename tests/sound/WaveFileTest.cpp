@@ -110,20 +110,16 @@ TEST(WaveReader, ErrorStates)
     bytes[16] = 15;  // a 15-byte format chunk is too short to hold the format
     EXPECT_EQ(OpenBytes(folder, bytes)->GetError(), kErrBadFormat);
 
-    const auto withFormat = [&](auto change) {
-        WaveSpec wave = good;
-        change(wave);
-        return OpenBytes(folder, MakeWave(wave))->GetError();
-    };
-    EXPECT_EQ(withFormat([](WaveSpec& s) { s.channels = 0; }), kErrBadFormat);
-    EXPECT_EQ(withFormat([](WaveSpec& s) { s.rate = 196001; }), kErrBadFormat);
-    EXPECT_EQ(withFormat([](WaveSpec& s) { s.rate = 196000; }), kErrNone);
-    EXPECT_EQ(withFormat([](WaveSpec& s) { s.tag = kWaveTagFloat; }), kErrBadFormat);
-    EXPECT_EQ(withFormat([](WaveSpec& s) { s.formatExtra = std::string(8180, 'x'); }), kErrBadFormat);
-    for (uint16_t refused : {6, 7, 34})
-        EXPECT_EQ(withFormat([&](WaveSpec& s) { s.tag = refused; }), kErrRefusedCodec) << refused;
-    for (uint16_t unhandled : {2, 85, 0x1234})
-        EXPECT_EQ(withFormat([&](WaveSpec& s) { s.tag = unhandled; }), kErrCodec) << unhandled;
+    // Tag, channels, rate, format bytes beyond the standard ones, and the error they give.
+    const std::tuple<uint16_t, uint16_t, uint32_t, size_t, int> formats[] = {
+        {1, 0, 44100, 0, kErrBadFormat}, {1, 2, 196001, 0, kErrBadFormat}, {1, 2, 196000, 0, kErrNone},
+        {kWaveTagFloat, 2, 44100, 0, kErrBadFormat}, {1, 2, 44100, 8180, kErrBadFormat},
+        {6, 2, 44100, 0, kErrRefusedCodec}, {7, 2, 44100, 0, kErrRefusedCodec}, {34, 2, 44100, 0, kErrRefusedCodec},
+        {2, 2, 44100, 0, kErrCodec}, {85, 2, 44100, 0, kErrCodec}, {0x1234, 2, 44100, 0, kErrCodec}};
+    for (const auto& [tag, channels, rate, extra, error] : formats) {
+        std::tie(good.tag, good.channels, good.rate, good.formatExtra) = std::tuple(tag, channels, rate, std::string(extra, 'x'));
+        EXPECT_EQ(OpenBytes(folder, MakeWave(good))->GetError(), error) << tag << " " << channels << " " << rate;
+    }
 }
 
 TEST(WaveFormatBlock, LoadAndCodecNames)

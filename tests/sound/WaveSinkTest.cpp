@@ -11,16 +11,17 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {
 
-std::string HeaderOf(uint32_t dataBytes, uint16_t channels, uint32_t rate, uint16_t bits)
+// What a stereo sink leaves behind: an 18-byte PCM format chunk, then the data.
+std::string SinkFile(std::string data, uint32_t rate = 44100, uint16_t bits = 16)
 {
-    const uint32_t frameBytes = channels * bits / 8u;
-    return "RIFF" + Le32(dataBytes + 38) + "WAVEfmt " + Le32(18) + Le16(1) + Le16(channels) +
-           Le32(rate) + Le32(rate * frameBytes) + Le16(frameBytes) + Le16(bits) + Le16(0) + "data" +
-           Le32(dataBytes);
+    WaveSpec wave;
+    std::tie(wave.rate, wave.bits, wave.formatExtra, wave.data) = std::tuple(rate, bits, Le16(0), std::move(data));
+    return MakeWave(wave);
 }
 
 // Values as a file of `bits` keeps them: the graph's 20 bits rounded to that depth.
@@ -74,7 +75,7 @@ TEST(WaveSink, HeaderHoldsPlaceholdersWhileWritingAndTheTruthAfterClose)
         EXPECT_EQ(open.substr(42, 4), Le32(0xffffffd9));
     }
     const std::string closed = ReadWholeFile(path);
-    EXPECT_EQ(closed, HeaderOf(12, 2, 48000, 16) + Pcm16(std::vector<int>{0x7fff, -0x8000, 1, -1, 1, 0}));
+    EXPECT_EQ(closed, SinkFile(Pcm16(std::vector<int>{0x7fff, -0x8000, 1, -1, 1, 0}), 48000));
 }
 
 TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
@@ -101,7 +102,7 @@ TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
     const std::string floatPath = folder / "float.wav";
     LWaveFile::OpenSink(floatPath.c_str(), floatFormat)->Write(values.data(), 5000);
     const std::string bytes = ReadWholeFile(floatPath);
-    EXPECT_EQ(bytes.substr(0, 46), HeaderOf(40000, 2, 44100, 32));
+    EXPECT_EQ(bytes.substr(0, 46), SinkFile(std::string(40000, 0), 44100, 32).substr(0, 46));
     float first;
     std::memcpy(&first, bytes.data() + 46, 4);
     EXPECT_EQ(first, static_cast<float>(values[0]) / 524288.0f);
@@ -139,13 +140,13 @@ TEST(WaveSink, SeekBackwardTruncatesForwardDoesNothingAndAStartFrameContinuesAFi
         expectAt(sink, 0);
         sink->Write(values.data() + 200, 150);
     }
-    EXPECT_EQ(ReadWholeFile(path), HeaderOf(600, 2, 44100, 16) + pcmOf(100, 250));
+    EXPECT_EQ(ReadWholeFile(path), SinkFile(pcmOf(100, 250)));
     {
         LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 100);
         expectAt(sink, 100);
         sink->Write(values.data(), 10);
     }
-    EXPECT_EQ(ReadWholeFile(path), HeaderOf(440, 2, 44100, 16) + pcmOf(100, 200) + pcmOf(0, 10));
+    EXPECT_EQ(ReadWholeFile(path), SinkFile(pcmOf(100, 200) + pcmOf(0, 10)));
     // A start beyond the file's end continues at its end.
     EXPECT_EQ(LWaveFile::OpenSinkPCM(path.c_str(), 44100, 2, 16, 5000)->GetPosition(), 110);
 }
