@@ -108,8 +108,7 @@ TEST(ConvertRateSource, SeekZeroCentresTheFirstOutputOnSourceFrameZero)
 {
     std::vector<int> impulse(4000, 0);
     impulse[0] = 0x40000;
-    auto* memory = new MemorySource(22050, 1, impulse);
-    LSoundSource source(memory);
+    auto [source, memory] = MakeMemory(impulse, 1, 22050);
     LSoundSource up = Convert(source, 44100);
     const std::vector<int> fresh = ReadAll(up, 200);
     // Only the centre tap of row 0 meets the impulse, and output frame 0 is the loudest.
@@ -142,8 +141,7 @@ TEST(ConvertRateSource, PositionAfterSeekIsTheFrameSoughtAndAdvancesByOne)
 
 TEST(ConvertRateSource, StreamingSourceKeepsAMarginAndIsAsked64FramesAtATime)
 {
-    auto* memory = new MemorySource(44100, 2, std::vector<int>(2 * 50000, 5));
-    LSoundSource source(memory);
+    auto [source, memory] = MakeMemory(std::vector<int>(2 * 50000, 5));
     LSoundSource up = Convert(source, 48000);
     EXPECT_EQ(up->GetEndSample(), 50000 * 160 / 147);
     ReadAll(up, 1000);
@@ -184,8 +182,7 @@ TEST(ConvertRateSource, LoudMaterialNeitherWrapsNorLosesScale)
 
 TEST(PitchSpeed, ConvertsToRateOverSpeedButKeepsTheLabel)
 {
-    auto* memory = new MemorySource(44100, 2, std::vector<int>(2 * 44100, 7), kPeakLimit);
-    LSoundSource source(memory);
+    auto [source, memory] = MakeMemory(std::vector<int>(2 * 44100, 7));
     LSRCPitchSpeed faster(source, 1.05, true);
     EXPECT_EQ(faster.GetRate(), 44100);
     EXPECT_EQ(faster.GetEndSample(), 44100 / 21 * 20);  // L 20, M 21

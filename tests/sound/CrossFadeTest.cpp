@@ -40,10 +40,9 @@ TEST(CrossFade, FlagClearPassesThroughAndSeekMovesTheIndexWithWrap)
 TEST(CrossFade, RebuiltChainSoughtBackFadesFromTheSameMaterial)
 {
     const auto old = MakeSine(kRate, 2, 440, 0x20000, 20000);
-    auto* mem = new MemorySource(kRate, 2, old);
+    auto [source, mem] = MakeMemory(old, 2, kRate);
     LCrossFadeSource owner;
-    LSoundSource s(mem);
-    s = owner.OpenSource(s, 1024);
+    LSoundSource s = owner.OpenSource(source, 1024);
     ReadInPieces(s, 8192);  // the player is ahead of the listener
 
     // An effect change: the chain now gives louder material for the same frames. The listener

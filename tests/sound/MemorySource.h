@@ -97,9 +97,9 @@ struct HeldMemory {
     MemorySource* memory = nullptr;
 };
 
-inline HeldMemory MakeMemory(std::vector<int> samples, unsigned char channels = 2, int rateHz = 44100)
+inline HeldMemory MakeMemory(std::vector<int> samples, unsigned char channels = 2, int rateHz = 44100, int peak = kPeakLimit)
 {
-    auto* memory = new MemorySource(rateHz, channels, std::move(samples));
+    auto* memory = new MemorySource(rateHz, channels, std::move(samples), peak);
     return {LSoundSource(memory), memory};
 }
 

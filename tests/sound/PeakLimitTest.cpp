@@ -47,12 +47,9 @@ TEST(PeakLimit, LoudStreamNeverPassesTheLimitAndQuietPartIsCopied)
 
 TEST(PeakLimit, DeliversFromFrameZeroAndAfterSeekDespiteReadingAhead)
 {
-    std::vector<int> ramp(2 * 20000);
-    for (size_t i = 0; i < ramp.size(); ++i)
-        ramp[i] = int(i);
-    auto* mem = new MemorySource(kRate, 2, ramp, kLoudPeak);
-    LSoundSource s(mem);
-    s = LSPPeakLimit(kPeakLimit).OpenSource(s);
+    const auto ramp = MakeNoise(2, 20000, 1000);
+    auto [source, mem] = MakeMemory(ramp, 2, kRate, kLoudPeak);
+    LSoundSource s = LSPPeakLimit(kPeakLimit).OpenSource(source);
     const int block = kRate / 35;
 
     const auto first = ReadAll(s, 100);

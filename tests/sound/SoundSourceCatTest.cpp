@@ -48,8 +48,7 @@ TEST(SoundSourceCat, ConvertsEntriesAndTakesTheirPeaksAndStreaming)
 {
     LSoundSourceCat cat;
     HeldMemory mono = MakeMemory({5, -6}, 1, kRate);
-    auto* loud = new MemorySource(kRate, 2, {7, 8}, kPeakDefault);
-    LSoundSource stereo(loud);
+    auto [stereo, loud] = MakeMemory({7, 8}, 2, kRate, kPeakDefault);
     cat.AddSource(mono.handle);
     cat.AddSource(stereo);
     LSoundSource joined = cat.OpenSource(kRate, 2);
