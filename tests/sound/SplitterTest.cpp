@@ -8,17 +8,10 @@ namespace {
 
 // A four-channel mix: Ramp(frames, 4), whose second pair is the first raised by kPairOffset.
 struct Split {
-    explicit Split(int frames = 60000)
-        : mix(MakeMemory(Ramp(frames, 4), 4)),
-          ring(std::make_shared<LSplitterRing>()),
-          primary(new LSplitterPrimarySource(mix.handle, ring)),
-          secondary(new LSplitterSecondarySource(mix.handle, ring))
-    {
-    }
-    HeldMemory mix;
-    std::shared_ptr<LSplitterRing> ring;
-    LSoundSource primary;
-    LSoundSource secondary;
+    HeldMemory mix = MakeMemory(Ramp(60000, 4), 4);
+    std::shared_ptr<LSplitterRing> ring = std::make_shared<LSplitterRing>();
+    LSoundSource primary{new LSplitterPrimarySource(mix.handle, ring)};
+    LSoundSource secondary{new LSplitterSecondarySource(mix.handle, ring)};
 };
 
 }  // namespace
