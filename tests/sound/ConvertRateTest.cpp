@@ -80,7 +80,6 @@ TEST(ConvertRateOpen, EqualRatesAndErrorsGiveTheSameObjectAndBeyondFourTwoStages
     EXPECT_EQ(AsConverter(twoStage).GetPhases(), 1);
 }
 
-
 TEST(ConvertRateSource, SineKeepsFrequencyAndLevelThereAndBack)
 {
     const int frames = 3 * 44100;  // long enough to rewind the internal buffer several times
@@ -95,8 +94,7 @@ TEST(ConvertRateSource, SineKeepsFrequencyAndLevelThereAndBack)
         }
     };
     for (double hz : {1000.0, 10000.0}) {
-        LSoundSource source(new MemorySource(44100, 2, MakeSine(44100, 2, hz, amplitude, frames)));
-        LSoundSource up = Convert(source, 48000);
+        LSoundSource up = Convert(MakeMemory(MakeSine(44100, 2, hz, amplitude, frames)).handle, 48000);
         LSoundSource back = Convert(up, 44100);
         expectSine(ReadAll(up, 48000 * 2), 48000, hz);
         back->Seek(0);
@@ -127,8 +125,7 @@ TEST(ConvertRateSource, PositionAfterSeekIsTheFrameSoughtAndAdvancesByOne)
 {
     for (auto [from, to, approximate] : {std::tuple{44100, 48000, false}, std::tuple{44100, 42000, true},
                                          std::tuple{44100, 11024, false}}) {
-        LSoundSource source(new MemorySource(from, 2, std::vector<int>(2 * 200000, 1000)));
-        LSoundSource converted = Convert(source, to, approximate);
+        LSoundSource converted = Convert(MakeMemory(std::vector<int>(2 * 200000, 1000), 2, from).handle, to, approximate);
         EXPECT_EQ(converted->GetPositionSample(), 0);
         for (int f = 0; f < 150000; f += 997) {
             converted->Seek(f);
@@ -162,10 +159,7 @@ TEST(ConvertRateSource, StreamingSourceKeepsAMarginAndIsAsked64FramesAtATime)
 
 TEST(ConvertRateSource, LoudMaterialNeitherWrapsNorLosesScale)
 {
-    auto up = [](std::vector<int> samples, int frames) {
-        LSoundSource source(new MemorySource(44100, 1, std::move(samples)));
-        return ReadAll(Convert(source, 48000), frames);
-    };
+    auto up = [](std::vector<int> samples, int frames) { return ReadAll(Convert(MakeMemory(samples, 1).handle, 48000), frames); };
     // Material far beyond full scale, even past 2^30 where samples no longer fit 16 bits after the
     // largest block shift, comes out scaled alike, to block floating point precision.
     const std::vector<int> sine = MakeSine(44100, 1, 3000, 0x7fff0, 20000);

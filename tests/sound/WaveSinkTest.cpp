@@ -74,8 +74,7 @@ TEST(WaveSink, HeaderHoldsPlaceholdersWhileWritingAndTheTruthAfterClose)
         EXPECT_EQ(open.substr(4, 4), Le32(0xffffffff));
         EXPECT_EQ(open.substr(42, 4), Le32(0xffffffd9));
     }
-    const std::string closed = ReadWholeFile(path);
-    EXPECT_EQ(closed, SinkFile(Pcm16(std::vector<int>{0x7fff, -0x8000, 1, -1, 1, 0}), 48000));
+    EXPECT_EQ(ReadWholeFile(path), SinkFile(Pcm16(std::vector<int>{0x7fff, -0x8000, 1, -1, 1, 0}), 48000));
 }
 
 TEST(WaveSink, EveryDepthRoundTripsThroughTheReader)
