@@ -19,8 +19,7 @@ TEST(CrossFade, FlagClearPassesThroughAndSeekMovesTheIndexWithWrap)
     const int frames = kRing / 2 + 5000;  // the history wraps while reading
     const auto in = MakeSine(kRate, 2, 440, 0x60000, frames);
     LCrossFadeSource owner;
-    LSoundSource s(new MemorySource(kRate, 2, in));
-    s = owner.OpenSource(s, 1024);
+    LSoundSource source = MakeMemory(in, 2, kRate).handle, s = owner.OpenSource(source, 1024);
     auto& fade = dynamic_cast<LSRCCrossFade&>(*s);
     EXPECT_EQ(ReadInPieces(s, frames), in);
     EXPECT_EQ(fade.GetHistoryIndex(), 10000);

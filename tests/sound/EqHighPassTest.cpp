@@ -25,9 +25,7 @@ double Rms(const std::vector<int>& v, size_t from, size_t step = 1)
 std::vector<int> Equalise(std::vector<int> samples, int channels, int db, int hz)
 {
     const int frames = int(samples.size()) / channels;
-    LSoundSource s(new MemorySource(kRate, static_cast<unsigned char>(channels), std::move(samples)));
-    s = LSPParametricEq(LdBValue(db), hz, 1.4).OpenSource(s);
-    return ReadAll(s, frames);
+    return ReadAll(Open(LSPParametricEq(LdBValue(db), hz, 1.4), std::move(samples), channels, kRate), frames);
 }
 
 }  // namespace
