@@ -29,23 +29,24 @@ public:
     std::vector<int> seeks;
 };
 
-std::vector<int> Counting(int count, int scale = 16)
+MemorySink* Out(const LSoundSink& sink)
 {
-    std::vector<int> v(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i)
-        v[static_cast<size_t>(i)] = ((i * 7919) % 20001 - 10000) * scale;
-    return v;
+    return static_cast<MemorySink*>(sink.Get());
 }
 
 }  // namespace
 
-TEST(ConvertChannelsSource, MapsChannelsByTheirRules)
+TEST(ConvertChannelsSource, MapsChannelsByTheirRulesOverReadsLongerThanTheWorkBuffer)
 {
-    LSoundSource stereo(new MemorySource(44100, 2, {kPeakLimit, 0, -kPeakLimit, -1, 3, 4}));
+    std::vector<int> data = MakeNoise(2, 20000, 0x7fff0);
+    std::copy_n(std::begin({kPeakLimit, 0, -kPeakLimit, -1}), 4, data.begin());
+    LSoundSource stereo(new MemorySource(44100, 2, data));
     LSoundSource mono = LSPConvChannels(1).OpenSource(stereo);
-    EXPECT_EQ(mono->GetChannels(), 1);
+    const std::vector<int> out = ReadAll(mono, 20000);
     // Full left with silent right is half scale; the shift rounds down.
-    EXPECT_EQ(ReadAll(mono, 3), (std::vector<int>{kPeakLimit / 2, -kPeakLimit / 2 - 1, 3}));
+    EXPECT_EQ(out[0], kPeakLimit / 2);
+    for (size_t i = 0; i < out.size(); ++i)
+        ASSERT_EQ(out[i], (data[2 * i] + data[2 * i + 1]) >> 1) << i;
 
     LSoundSource single(new MemorySource(22050, 1, {5, -6}));
     LSoundSource doubled = LSPConvChannels(2).OpenSource(single);
@@ -58,16 +59,6 @@ TEST(ConvertChannelsSource, MapsChannelsByTheirRules)
     LSoundSource twoOfThree = LSPConvChannels(2).OpenSource(three);
     three->Seek(0);
     EXPECT_EQ(ReadAll(twoOfThree, 2), (std::vector<int>{1, 2, 4, 5}));
-}
-
-TEST(ConvertChannelsSource, ReadsLongerThanTheWorkBufferAreWholeAndNoOpsPassThrough)
-{
-    const std::vector<int> data = Counting(2 * 20000);
-    LSoundSource stereo(new MemorySource(44100, 2, data));
-    LSoundSource mono = LSPConvChannels(1).OpenSource(stereo);
-    const std::vector<int> out = ReadAll(mono, 20000);
-    for (size_t i = 0; i < out.size(); ++i)
-        ASSERT_EQ(out[i], (data[2 * i] + data[2 * i + 1]) >> 1) << i;
 
     EXPECT_EQ(LSPConvChannels(2).OpenSource(stereo).Get(), stereo.Get());
     EXPECT_EQ(LSPConvChannels(0).OpenSource(stereo).Get(), stereo.Get());
@@ -75,33 +66,11 @@ TEST(ConvertChannelsSource, ReadsLongerThanTheWorkBufferAreWholeAndNoOpsPassThro
     EXPECT_EQ(LSPConvChannels(1).OpenSource(broken).Get(), broken.Get());
 }
 
-TEST(ConvertChannelsSource, RateAndChannelsConvertTheFewestChannels)
-{
-    // Reduce first: the rate converter sees one channel.
-    LSoundSource source(new MemorySource(48000, 2, std::vector<int>(2 * 4800, 1600)));
-    LSPConvertSourceRateChannels(44100, 1, source);
-    EXPECT_EQ(source->GetRate(), 44100);
-    EXPECT_EQ(source->GetChannels(), 1);
-    EXPECT_NE(dynamic_cast<LSRCConvertRate*>(source.Get()), nullptr);
-
-    // Raise last: the rate converter sees one channel again.
-    LSoundSource narrow(new MemorySource(22050, 1, std::vector<int>(2205, 1600)));
-    LSPConvertSourceRateChannels(44100, 2, narrow);
-    EXPECT_EQ(narrow->GetRate(), 44100);
-    EXPECT_EQ(narrow->GetChannels(), 2);
-    EXPECT_NE(dynamic_cast<LSRCConvMonoStereo*>(narrow.Get()), nullptr);
-    const std::vector<int> out = ReadAll(narrow, 1000);
-    EXPECT_EQ(out[1000], out[1001]);
-    EXPECT_NEAR(out[1000], 1600, 16);  // a row's DC gain is within 1% of unity
-}
-
 TEST(ConvertRateSink, OddSizedWritesMatchOneLargeWrite)
 {
-    const std::vector<int> input = Counting(2 * 30000);
+    const std::vector<int> input = MakeNoise(2, 30000, 0x7fff0);
     for (auto [from, to] : {std::pair{44100, 48000}, std::pair{48000, 44100}, std::pair{44100, 11025}}) {
         LSoundSink whole(new MemorySink(to, 2)), pieces(new MemorySink(to, 2));
-        auto* wholeOut = static_cast<MemorySink*>(whole.Get());
-        auto* piecesOut = static_cast<MemorySink*>(pieces.Get());
         {
             LSoundSink a = LSinkConvertRate(from).OpenSink(whole, false);
             LSoundSink b = LSinkConvertRate(from).OpenSink(pieces, false);
@@ -111,11 +80,10 @@ TEST(ConvertRateSink, OddSizedWritesMatchOneLargeWrite)
             EXPECT_EQ(a->GetPosition(), 30000);
             EXPECT_EQ(b->GetPosition(), 30000);
         }  // closing flushes the tail
-        EXPECT_EQ(wholeOut->written, piecesOut->written) << from << "->" << to;
-        for (int frames : wholeOut->writes)
-            EXPECT_LE(frames, 8192);
+        EXPECT_EQ(Out(whole)->written, Out(pieces)->written) << from << "->" << to;
+        EXPECT_LE(*std::max_element(Out(whole)->writes.begin(), Out(whole)->writes.end()), 8192);
         const int expected = int(int64_t(30000) * to / from);
-        EXPECT_NEAR(int(wholeOut->written.size() / 2), expected, 2) << from << "->" << to;
+        EXPECT_NEAR(int(Out(whole)->written.size() / 2), expected, 2) << from << "->" << to;
     }
 }
 
@@ -124,7 +92,7 @@ TEST(ConvertRateSink, SineKeepsItsLevelAndCentre)
     const std::vector<int> sine = MakeSine(22050, 1, 1000, 0x40000, 22050);
     LSoundSink dest(new MemorySink(44100, 1));
     LSinkConvertRate(22050).OpenSink(dest, false)->Write(sine.data(), 22050);
-    const std::vector<int>& out = static_cast<MemorySink*>(dest.Get())->written;
+    const std::vector<int>& out = Out(dest)->written;
     ASSERT_GE(out.size(), 44100u);
     // Even output frames fall on input frames: filter centred, no delay.
     for (int i = 2000; i < 4000; i += 2)
@@ -137,16 +105,15 @@ TEST(ConvertRateSink, PositionSeekAndSameRate)
     EXPECT_EQ(LSinkConvertRate(48000).OpenSink(dest, false).Get(), dest.Get());
 
     dest->Seek(96000);  // two seconds in
-    auto* out = static_cast<MemorySink*>(dest.Get());
     LSoundSink sink = LSinkConvertRate(44100).OpenSink(dest, false);
     EXPECT_EQ(sink->GetPosition(), 88200);
 
     const std::vector<int> block(2 * 1000, 1600);
     sink->Write(block.data(), 1000);
-    const size_t before = out->written.size();
+    const size_t before = Out(dest)->written.size();
     sink->Seek(44100);
-    EXPECT_GT(out->written.size(), before) << "the tail is flushed before moving";
-    EXPECT_EQ(out->seeks.back(), 48000);
+    EXPECT_GT(Out(dest)->written.size(), before) << "the tail is flushed before moving";
+    EXPECT_EQ(Out(dest)->seeks.back(), 48000);
     EXPECT_EQ(sink->GetPosition(), 44100);
 }
 
@@ -160,33 +127,32 @@ TEST(ConvertChannelsSink, PairsAndTheirRules)
     fromStereo->Write(twoFrames, 2);
     fromMono->Write(twoFrames, 2);
     fromFour->Write(twoFrames, 1);
-    EXPECT_EQ(static_cast<MemorySink*>(mono.Get())->written, (std::vector<int>{kPeakLimit / 2, -1}));
-    EXPECT_EQ(static_cast<MemorySink*>(stereo.Get())->written, (std::vector<int>{kPeakLimit, kPeakLimit, 0, 0}));
-    EXPECT_EQ(static_cast<MemorySink*>(stereo2.Get())->written, (std::vector<int>{kPeakLimit, 0}));
+    EXPECT_EQ(Out(mono)->written, (std::vector<int>{kPeakLimit / 2, -1}));
+    EXPECT_EQ(Out(stereo)->written, (std::vector<int>{kPeakLimit, kPeakLimit, 0, 0}));
+    EXPECT_EQ(Out(stereo2)->written, (std::vector<int>{kPeakLimit, 0}));
     EXPECT_EQ(fromStereo->GetPosition(), 2);
     fromStereo->Seek(10);
     EXPECT_EQ(fromStereo->GetPosition(), 10);
 
     EXPECT_EQ(LSinkConvertChannels::OpenSink(mono, 1).Get(), mono.Get());
-    LSoundSink none = LSinkConvertChannels::OpenSink(stereo, 3);
-    EXPECT_EQ(none->GetError() & kSinkErrorFlag, kSinkErrorFlag);
+    EXPECT_EQ(LSinkConvertChannels::OpenSink(stereo, 3)->GetError() & kSinkErrorFlag, kSinkErrorFlag);
+    LSinkConvertRateChannels(44100, 3, stereo);
+    EXPECT_EQ(stereo->GetError() & kSinkErrorFlag, kSinkErrorFlag);
 }
 
-TEST(ConvertChannelsSink, RateAndChannelsTogether)
+TEST(ConvertChannels, RateAndChannelsTogetherForSourcesAndSinks)
 {
-    LSoundSink dest(new MemorySink(48000, 1));  // held here to read after the close
-    auto* out = static_cast<MemorySink*>(dest.Get());
-    LSoundSink sink = dest;
-    LSinkConvertRateChannels(44100, 2, sink);
-    EXPECT_EQ(sink->GetRate(), 44100);
-    EXPECT_EQ(sink->GetChannels(), 2);
-    const std::vector<int> block(2 * 4410, 3200);
-    sink->Write(block.data(), 4410);
-    sink.Close();
-    EXPECT_NEAR(int(out->written.size()), 4800, 2);
-    EXPECT_NEAR(out->written[2000], 3200, 32);
+    LSoundSource narrow(new MemorySource(22050, 1, std::vector<int>(2205, 1600)));
+    LSPConvertSourceRateChannels(44100, 2, narrow);
+    EXPECT_EQ(narrow->GetRate(), 44100);
+    const std::vector<int> out = ReadAll(narrow, 1000);
+    EXPECT_EQ(out[1000], out[1001]);
+    EXPECT_NEAR(out[1000], 1600, 16);  // a row's DC gain is within 1% of unity
 
-    LSoundSink unsupported(new MemorySink(48000, 2));
-    LSinkConvertRateChannels(44100, 3, unsupported);
-    EXPECT_EQ(unsupported->GetError() & kSinkErrorFlag, kSinkErrorFlag);
+    LSoundSink dest(new MemorySink(48000, 1)), sink = dest;  // dest is read after the close
+    LSinkConvertRateChannels(44100, 2, sink);
+    sink->Write(std::vector<int>(2 * 4410, 3200).data(), 4410);
+    sink.Close();
+    EXPECT_NEAR(int(Out(dest)->written.size()), 4800, 2);
+    EXPECT_NEAR(Out(dest)->written[2000], 3200, 32);
 }

@@ -1,6 +1,5 @@
 #include "sound/LCrossFade.h"
-#include "tests/sound/EffectSources.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 
@@ -20,8 +19,7 @@ TEST(CrossFade, FlagClearPassesThroughAndSeekMovesTheIndexWithWrap)
     const int frames = kRing / 2 + 5000;  // the history wraps while reading
     const auto in = MakeSine(kRate, 2, 440, 0x60000, frames);
     LCrossFadeSource owner;
-    LSoundSource s(new MemorySource(kRate, 2, in));
-    s = owner.OpenSource(s, 1024);
+    LSoundSource source = MakeMemory(in, 2, kRate).handle, s = owner.OpenSource(source, 1024);
     auto& fade = dynamic_cast<LSRCCrossFade&>(*s);
     EXPECT_EQ(ReadInPieces(s, frames), in);
     EXPECT_EQ(fade.GetHistoryIndex(), 10000);
@@ -41,10 +39,9 @@ TEST(CrossFade, FlagClearPassesThroughAndSeekMovesTheIndexWithWrap)
 TEST(CrossFade, RebuiltChainSoughtBackFadesFromTheSameMaterial)
 {
     const auto old = MakeSine(kRate, 2, 440, 0x20000, 20000);
-    auto* mem = new MemorySource(kRate, 2, old);
+    auto [source, mem] = MakeMemory(old, 2, kRate);
     LCrossFadeSource owner;
-    LSoundSource s(mem);
-    s = owner.OpenSource(s, 1024);
+    LSoundSource s = owner.OpenSource(source, 1024);
     ReadInPieces(s, 8192);  // the player is ahead of the listener
 
     // An effect change: the chain now gives louder material for the same frames. The listener

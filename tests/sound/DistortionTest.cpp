@@ -1,5 +1,5 @@
 #include "sound/LDistortion.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +16,7 @@ std::vector<int> Shape(double amount, std::vector<int>& ramp, int step)
     ramp.clear();
     for (int x = -2 * kLevel; x <= 2 * kLevel; x += step)
         ramp.push_back(x);
-    LSoundSource s(new MemorySource(44100, 1, ramp));
-    s = LSPDistortion(amount, kLevel).OpenSource(s);
-    return ReadAll(s, int(ramp.size()));
+    return ReadAll(Open(LSPDistortion(amount, kLevel), ramp, 1), int(ramp.size()));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "sound/LHighPass.h"
 #include "sound/LParametricEq.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 
@@ -25,9 +25,7 @@ double Rms(const std::vector<int>& v, size_t from, size_t step = 1)
 std::vector<int> Equalise(std::vector<int> samples, int channels, int db, int hz)
 {
     const int frames = int(samples.size()) / channels;
-    LSoundSource s(new MemorySource(kRate, static_cast<unsigned char>(channels), std::move(samples)));
-    s = LSPParametricEq(LdBValue(db), hz, 1.4).OpenSource(s);
-    return ReadAll(s, frames);
+    return ReadAll(Open(LSPParametricEq(LdBValue(db), hz, 1.4), std::move(samples), channels, kRate), frames);
 }
 
 }  // namespace
@@ -58,24 +56,20 @@ TEST(ParametricEq, ChannelsShareOneHistory)
     EXPECT_EQ(Rms(Equalise(leftOnly, 2, 12, 400), 1, 2), 0.0);
 }
 
-TEST(HighPass, RemovesDCFromAStep)
+TEST(HighPass, RemovesDCFromAStepAndSeekWarmsUpOnTheFramesBefore)
 {
-    const int step = 0x40000;
-    LSoundSource s(new MemorySource(kRate, 2, std::vector<int>(2 * kRate, step)));
-    s = LSPHighPass(100).OpenSource(s);
+    HeldMemory step = MakeMemory(std::vector<int>(2 * kRate, 0x40000));
+    LSoundSource s = LSPHighPass(100).OpenSource(step.handle);
     EXPECT_EQ(s->GetPeak(), 2 * kPeakLimit);  // a step may overshoot to twice the peak
     const auto out = ReadAll(s, kRate);
-    EXPECT_EQ(out[0], step);
-    EXPECT_EQ(out[1], step);
+    EXPECT_EQ(out[0], 0x40000);
+    EXPECT_EQ(out[1], 0x40000);
     for (size_t i = out.size() - 2000; i < out.size(); ++i)
         ASSERT_LE(std::abs(out[i]), 2) << i;
-}
 
-TEST(HighPass, SeekWarmsUpOnTheFramesBefore)
-{
-    auto* mem = new MemorySource(kRate, 2, std::vector<int>(2 * kRate, 0x40000));
-    LSoundSource s(mem);
-    s = LSPHighPass(100).OpenSource(s);
+    MemorySource* mem = step.memory;
+    mem->reads.clear();
+    mem->seeks.clear();
     s->Seek(0);  // nothing lies before frame 0
     EXPECT_TRUE(mem->reads.empty());
 

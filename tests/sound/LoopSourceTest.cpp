@@ -1,9 +1,10 @@
 #include "sound/LLoopSource.h"
 
-#include "MixerSources.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <utility>
 
 TEST(LoopSource, RepeatsTheStretchAndReportsTheTrack)
@@ -18,23 +19,14 @@ TEST(LoopSource, RepeatsTheStretchAndReportsTheTrack)
     EXPECT_EQ(loop->GetPositionSample(), 11);
     loop->Seek(50);  // a seek behind the loop comes straight back on the next read
     EXPECT_EQ(ReadAll(loop, 2), (std::vector<int>{11, 12}));
-}
 
-TEST(LoopSource, ClampsToTheTrack)
-{
-    HeldMemory track = MakeMemory(Ramp(100, 2), 2);
-    // A cue on the track end loops the last frames.
-    LLoopSourceBase atEnd(track.handle, 100, 130);
-    EXPECT_EQ(atEnd.GetStart(), 70);
-    EXPECT_EQ(atEnd.GetEnd(), 100);
-
-    LLoopSourceBase early(track.handle, -5, 20);
-    EXPECT_EQ(early.GetStart(), 0);
-    EXPECT_EQ(early.GetEnd(), 20);
-
-    LLoopSourceBase pastEnd(track.handle, 90, 400);
-    EXPECT_EQ(pastEnd.GetStart(), 90);
-    EXPECT_EQ(pastEnd.GetEnd(), 100);
+    // Clamped to the track; a cue on the track end loops the last frames.
+    for (auto [start, end, clampedStart, clampedEnd] : {std::tuple{100, 130, 70, 100}, std::tuple{-5, 20, 0, 20},
+                                                        std::tuple{90, 400, 90, 100}}) {
+        LLoopSourceBase clamped(track.handle, start, end);
+        EXPECT_EQ(clamped.GetStart(), clampedStart) << start;
+        EXPECT_EQ(clamped.GetEnd(), clampedEnd) << start;
+    }
 }
 
 TEST(LoopSource, EmptyReversedOrStuckLoopsAreSilence)
@@ -60,6 +52,5 @@ TEST(LoopSource, EmptyReversedOrStuckLoopsAreSilence)
     auto* unseekable = new Unseekable(44100, 1, Ramp(20, 1));
     LSoundSource inner(unseekable);
     unseekable->pos = 15;
-    LSoundSource stuck = LLoopSource().OpenSource(inner, 0, 10);
-    EXPECT_EQ(ReadAll(stuck, 4), std::vector<int>(4, 0));
+    EXPECT_EQ(ReadAll(LLoopSource().OpenSource(inner, 0, 10), 4), std::vector<int>(4, 0));
 }

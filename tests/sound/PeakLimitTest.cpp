@@ -1,7 +1,6 @@
 #include "sound/LBufferHelpers.h"
 #include "sound/LPeakLimit.h"
-#include "tests/sound/EffectSources.h"
-#include "tests/sound/MemorySource.h"
+#include "MemorySource.h"
 
 #include <gtest/gtest.h>
 
@@ -15,18 +14,11 @@ constexpr int kLoudPeak = 0x200000;  // what a mixer may announce
 
 }  // namespace
 
-TEST(PeakLimit, NotInsertedForAStreamWithinTheLimit)
+TEST(PeakLimit, LoudStreamNeverPassesTheLimitQuietPartIsCopiedAndAQuietStreamIsLeftAlone)
 {
-    LSoundSource quiet(new MemorySource(kRate, 2, {}, kPeakLimit));
-    EXPECT_EQ(LSPPeakLimit(kPeakLimit).OpenSource(quiet).Get(), quiet.Get());
-    LSoundSource loud(new MemorySource(kRate, 2, {}, kLoudPeak));
-    LSoundSource limited = LSPPeakLimit(kPeakLimit).OpenSource(loud);
-    EXPECT_NE(limited.Get(), loud.Get());
-    EXPECT_EQ(limited->GetPeak(), kPeakLimit);
-}
+    LSoundSource quietStream = MakeMemory({}).handle;
+    EXPECT_EQ(LSPPeakLimit(kPeakLimit).OpenSource(quietStream).Get(), quietStream.Get());
 
-TEST(PeakLimit, LoudStreamNeverPassesTheLimitAndQuietPartIsCopied)
-{
     // Quiet, a sudden burst at twice full scale, then quiet again for long enough to recover.
     const auto quiet = MakeSine(kRate, 2, 300, 0x40000, kRate / 2);
     const auto burst = MakeSine(kRate, 2, 2000, 0xfff00, kRate / 2);
@@ -34,8 +26,10 @@ TEST(PeakLimit, LoudStreamNeverPassesTheLimitAndQuietPartIsCopied)
     in.insert(in.end(), burst.begin(), burst.end());
     in.insert(in.end(), quiet.begin(), quiet.end());
     const int frames = int(in.size()) / 2;
-    LSoundSource s(new MemorySource(kRate, 2, in, kLoudPeak));
-    s = LSPPeakLimit(kPeakLimit).OpenSource(s);
+    LSoundSource loud = MakeMemory(in, 2, kRate, kLoudPeak).handle;
+    LSoundSource s = LSPPeakLimit(kPeakLimit).OpenSource(loud);
+    EXPECT_NE(s.Get(), loud.Get());
+    EXPECT_EQ(s->GetPeak(), kPeakLimit);
     const auto out = ReadInPieces(s, frames);
 
     EXPECT_LE(GetBufferPeak(out.data(), frames, 2), kPeakLimit);
@@ -48,12 +42,9 @@ TEST(PeakLimit, LoudStreamNeverPassesTheLimitAndQuietPartIsCopied)
 
 TEST(PeakLimit, DeliversFromFrameZeroAndAfterSeekDespiteReadingAhead)
 {
-    std::vector<int> ramp(2 * 20000);
-    for (size_t i = 0; i < ramp.size(); ++i)
-        ramp[i] = int(i);
-    auto* mem = new MemorySource(kRate, 2, ramp, kLoudPeak);
-    LSoundSource s(mem);
-    s = LSPPeakLimit(kPeakLimit).OpenSource(s);
+    const auto ramp = MakeNoise(2, 20000, 1000);
+    auto [source, mem] = MakeMemory(ramp, 2, kRate, kLoudPeak);
+    LSoundSource s = LSPPeakLimit(kPeakLimit).OpenSource(source);
     const int block = kRate / 35;
 
     const auto first = ReadAll(s, 100);
