@@ -1,5 +1,6 @@
 #include "sound/LSRCConvChannels.h"
 
+#include "sound/LChannelMix.h"
 #include "sound/LSRCConvertRate.h"
 
 #include <algorithm>
@@ -26,14 +27,12 @@ void LSRCConvChannels::Read(int* out, int frames)
 
 void LSRCConvStereoMono::Convert(const int* work, int* out, int frames) const
 {
-    for (int i = 0; i < frames; ++i)
-        out[i] = static_cast<int>((static_cast<int64_t>(work[2 * i]) + work[2 * i + 1]) >> 1);
+    LMixStereoToMono(work, out, frames);
 }
 
 void LSRCConvMonoStereo::Convert(const int* work, int* out, int frames) const
 {
-    for (int i = 0; i < frames; ++i)
-        out[2 * i] = out[2 * i + 1] = work[i];
+    LSpreadMonoToStereo(work, out, frames);
 }
 
 void LSRCConvChannelsN::Convert(const int* work, int* out, int frames) const

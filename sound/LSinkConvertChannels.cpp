@@ -1,5 +1,6 @@
 #include "sound/LSinkConvertChannels.h"
 
+#include "sound/LChannelMix.h"
 #include "sound/LSinkConvertRate.h"
 
 #include <algorithm>
@@ -37,14 +38,12 @@ void LSinkConvertChannelsBase::Seek(int frame)
 
 void LSinkConvertMonoToStereo::Convert(int const* in, int* out, int frames) const
 {
-    for (int i = 0; i < frames; ++i)
-        out[i] = static_cast<int>((static_cast<int64_t>(in[2 * i]) + in[2 * i + 1]) >> 1);
+    LMixStereoToMono(in, out, frames);
 }
 
 void LSinkConvertStereoToMono::Convert(int const* in, int* out, int frames) const
 {
-    for (int i = 0; i < frames; ++i)
-        out[2 * i] = out[2 * i + 1] = in[i];
+    LSpreadMonoToStereo(in, out, frames);
 }
 
 void LSinkConvert4ToStereo::Convert(int const* in, int* out, int frames) const
