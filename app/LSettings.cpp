@@ -3,6 +3,7 @@
 #include "app/LLoadText.h"
 #include "base/LFile.h"
 #include "base/LFileRef.h"
+#include "base/LSafeWrite.h"
 #include "base/flocktimed.h"
 
 #include <cerrno>
@@ -10,7 +11,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <mutex>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,60 +19,21 @@ namespace {
 
 constexpr const char* kRootName = "OrvaneSettings";
 constexpr const char* kItemName = "setting";
-constexpr size_t kJoinedKeyMax = 259;        // characters; a key is stored as an attribute
-constexpr unsigned int kWriteLockWaitMs = 2000;
+constexpr const char* kFileName = "settings.xml";
+constexpr const char* kLockSuffix = ".lock";
+constexpr const char* kDamagedSuffix = ".bad";
+constexpr size_t kJoinedKeyMax = 519;  // characters of "section/key"
+// An XML token holds 259 characters, so a longer joined key is kept in pieces of that size:
+// attribute "key" holds the first, "key2" and "key3" what follows.
+constexpr size_t kKeyPieceChars = kLTextBytes - 1;
+constexpr const char* kKeyAttribute = "key";
+// How long a writer waits for others' writes before it fails; each holds the lock for one
+// read-modify-write of a small file.
+constexpr unsigned int kWriteLockWaitMs = 10000;
 
 // Serialises this process's writers; the lock file does the same between processes. A
 // constant-initialised mutex needs no constructor to run, so calls before main are safe.
 constinit std::mutex gSettingsMutex;
-
-std::string _Environment(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
-
-std::string _HomeFolder()
-{
-    std::string home = _Environment("HOME");
-    if (!home.empty())
-        return home;
-    passwd entry;
-    passwd* found = nullptr;
-    char buffer[4096];
-    if (getpwuid_r(getuid(), &entry, buffer, sizeof(buffer), &found) == 0 && found)
-        return found->pw_dir;
-    return "/tmp";
-}
-
-// An XDG folder variable: only an absolute path counts, else `fallback`.
-std::string _XdgFolder(const char* variable, const std::string& fallback)
-{
-    std::string value = _Environment(variable);
-    return !value.empty() && value[0] == '/' ? value : fallback;
-}
-
-// First entry of an XDG search list, or `fallback`.
-std::string _XdgFirstOfList(const char* variable, const char* fallback)
-{
-    std::string list = _Environment(variable);
-    std::string first = list.substr(0, list.find(':'));
-    return !first.empty() && first[0] == '/' ? first : fallback;
-}
-
-std::string _FolderOf(const std::string& path)
-{
-    return path.substr(0, path.rfind('/'));
-}
-
-void _CreateFolders(const std::string& folder)
-{
-    for (size_t slash = folder.find('/', 1);; slash = folder.find('/', slash + 1)) {
-        mkdir(folder.substr(0, slash).c_str(), 0777);
-        if (slash == std::string::npos)
-            return;
-    }
-}
 
 std::string _JoinKey(const char* section, const char* key)
 {
@@ -85,29 +46,37 @@ std::string _JoinKey(const char* section, const char* key)
     return joined;
 }
 
+std::string _KeyPieceName(size_t piece)
+{
+    return piece == 0 ? kKeyAttribute : kKeyAttribute + std::to_string(piece + 1);
+}
+
+std::string _KeyOf(const LXMLElement& item)
+{
+    std::string key;
+    for (size_t piece = 0; piece * kKeyPieceChars < kJoinedKeyMax; ++piece) {
+        const char* text = item.Attributes().GetParm(_KeyPieceName(piece).c_str(), nullptr);
+        if (!text)
+            break;
+        key += text;
+    }
+    return key;
+}
+
+void _SetKey(LXMLElement& item, const std::string& key)
+{
+    for (size_t at = 0, piece = 0; at == 0 || at < key.size(); at += kKeyPieceChars, ++piece)
+        item.Attributes().SetParmBottom(_KeyPieceName(piece).c_str(), key.substr(at, kKeyPieceChars).c_str());
+}
+
 bool _IsBlankText(const std::string& text)
 {
     return text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
 
-// Writes `bytes` to `path` through a temporary file in the same folder, synced before the
-// rename, so the file is always either the old or the new whole.
 bool _ReplaceFile(const std::string& path, const std::string& bytes)
 {
-    std::string temporary = path + ".XXXXXX";
-    int fd = mkstemp(temporary.data());
-    if (fd < 0)
-        return false;
-    bool ok = LWriteFully(fd, bytes.data(), bytes.size()) == bytes.size() && fsync(fd) == 0;
-    ok = close(fd) == 0 && ok;
-    if (ok && rename(temporary.c_str(), path.c_str()) == 0) {
-        LReadFileRef folder(_FolderOf(path).c_str());
-        if (folder.IsOpen())
-            fsync(folder.GetDescriptor());
-        return true;
-    }
-    unlink(temporary.c_str());
-    return false;
+    return LSafeWriteFile(path.c_str(), bytes.data(), bytes.size(), LFile::kPrivateFileMode);
 }
 
 // One settings file as read from disk: its tree, and whether it may be replaced.
@@ -150,7 +119,7 @@ LXMLElement* _SettingsFile::_FindItem(const std::string& key) const
 {
     NamedElementIterator item(*_root, kItemName);
     while (item.Next())
-        if (key == item->Attributes().GetParm("key", ""))
+        if (key == _KeyOf(*item))
             return &*item;
     return nullptr;
 }
@@ -168,7 +137,7 @@ void _SettingsFile::Set(const std::string& key, const char* value)
     LXMLElement* item = _FindItem(key);
     if (!item) {
         item = &_root->AddElement(kItemName);
-        item->Attributes().SetParmBottom("key", key.c_str());
+        _SetKey(*item, key);
     }
     item->Attributes().SetParmBottom("value", cut);
 }
@@ -182,19 +151,19 @@ bool _SettingsFile::Save()
 {
     if (!_readable)
         return false;
-    if (_corrupt && !_ReplaceFile(_path + ".bad", _text))
+    if (_corrupt && !_ReplaceFile(_path + kDamagedSuffix, _text))
         return false;
     // Only the settings themselves are written back: whatever else a damaged or hand-edited
     // file held is in the .bad copy or was never ours.
     LXMLElement clean(kRootName);
     NamedElementIterator item(*_root, kItemName);
     while (item.Next()) {
-        const char* key = item->Attributes().GetParm("key", nullptr);
+        const char* key = item->Attributes().GetParm(kKeyAttribute, nullptr);
         const char* value = item->Attributes().GetParm("value", nullptr);
         if (!key || !value)
             continue;
         LXMLElement& copy = clean.AddElement(kItemName);
-        copy.Attributes().SetParmBottom("key", key);
+        _SetKey(copy, _KeyOf(*item));
         copy.Attributes().SetParmBottom("value", value);
     }
     std::string out;
@@ -202,16 +171,17 @@ bool _SettingsFile::Save()
     return _ReplaceFile(_path, out);
 }
 
-// Holds the cross-process write lock for one read-modify-write of the file.
+// The cross-process write lock for one read-modify-write of the file. Nothing is written
+// without it: a writer that cannot have it in time fails.
 class _WriteLock {
 public:
     explicit _WriteLock(const std::string& path)
     {
-        _CreateFolders(_FolderOf(path));
-        _fd = open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-        // After the wait, write anyway: a stuck process must not cost the user a setting.
-        if (_fd >= 0)
-            flocktimed(_fd, LOCK_EX, kWriteLockWaitMs);
+        _fd = open((path + kLockSuffix).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, LFile::kPrivateFileMode);
+        if (_fd >= 0 && flockwithin(_fd, LOCK_EX, kWriteLockWaitMs) != 0) {
+            close(_fd);
+            _fd = -1;
+        }
     }
     ~_WriteLock()
     {
@@ -221,25 +191,57 @@ public:
     _WriteLock(const _WriteLock&) = delete;
     _WriteLock& operator=(const _WriteLock&) = delete;
 
+    bool IsHeld() const { return _fd >= 0; }
+
 private:
     int _fd = -1;
 };
+
+// The settings file of `user`, its folder made first for the current user; "" when the folder
+// does not fit a path buffer or cannot be made.
+std::string _SettingsPathFor(LSettingUser user, bool create)
+{
+    char folder[LFile::kPathBytes];
+    bool usable = false;
+    if (user == LSettingUser::kAnyUser)
+        usable = LFile::GetSharedConfigFolderApp(folder);
+    else if (create)
+        usable = LFile::GetUserConfigFolderApp(folder);
+    else
+        usable = LFile::GetUserConfigFolder(folder) && LFile::_MakeFilePath(folder, folder, "Orvane");
+    return usable ? std::string(folder) + "/" + kFileName : std::string();
+}
+
+// One read-modify-write under both locks; false if the lock or the write failed.
+template <typename Change>
+bool _Update(LSettingUser user, Change change)
+{
+    std::lock_guard<std::mutex> guard(gSettingsMutex);
+    std::string path = _SettingsPathFor(user, user == LSettingUser::kCurrentUser);
+    if (path.empty())
+        return false;
+    _WriteLock lock(path);
+    if (!lock.IsHeld())
+        return false;
+    _SettingsFile file(path);  // read again under the lock: others' keys are kept
+    return change(file);
+}
 
 }  // namespace
 
 std::string LSettingsPath(LSettingUser user)
 {
-    std::string folder = user == LSettingUser::kCurrentUser
-                             ? _XdgFolder("XDG_CONFIG_HOME", _HomeFolder() + "/.config")
-                             : _XdgFirstOfList("XDG_CONFIG_DIRS", "/etc/xdg");
-    return folder + "/Orvane/settings.xml";
+    return _SettingsPathFor(user, false);
 }
 
 bool _LSettingGetString(LSettingUser user, const char* section, const char* key, const char* def, char* dest)
 {
     LCopyText(dest, def);
     std::lock_guard<std::mutex> guard(gSettingsMutex);
-    _SettingsFile file(LSettingsPath(user));
+    std::string path = LSettingsPath(user);
+    if (path.empty())
+        return false;
+    _SettingsFile file(path);
     const char* value = file.Find(_JoinKey(section, key));
     if (!value)
         return false;
@@ -254,12 +256,10 @@ bool _LUserSettingGetString(const char* section, const char* key, const char* de
 
 bool _LSettingSetString(LSettingUser user, const char* section, const char* key, const char* value)
 {
-    std::lock_guard<std::mutex> guard(gSettingsMutex);
-    std::string path = LSettingsPath(user);
-    _WriteLock lock(path);
-    _SettingsFile file(path);
-    file.Set(_JoinKey(section, key), value);
-    return file.Save();
+    return _Update(user, [&](_SettingsFile& file) {
+        file.Set(_JoinKey(section, key), value);
+        return file.Save();
+    });
 }
 
 bool LUserSettingSetString(const char* section, const char* key, const char* value)
@@ -274,11 +274,9 @@ bool LUserSettingSetInt(const char* section, const char* key, int value)
 
 bool _LSettingDeleteItem(LSettingUser user, const char* section, const char* key)
 {
-    std::lock_guard<std::mutex> guard(gSettingsMutex);
-    std::string path = LSettingsPath(user);
-    _WriteLock lock(path);
-    _SettingsFile file(path);
-    return !file.Remove(_JoinKey(section, key)) || file.Save();
+    return _Update(user, [&](_SettingsFile& file) {
+        return !file.Remove(_JoinKey(section, key)) || file.Save();
+    });
 }
 
 bool LUserSettingDeleteItem(const char* section, const char* key)

@@ -14,6 +14,7 @@ namespace {
 
 constexpr const char* kAppFolder = "Orvane";
 constexpr const char* kDefaultSharedData = "/usr/local/share";
+constexpr const char* kDefaultSharedConfig = "/etc/xdg";
 
 // The variable's value when it is an absolute path, else nullptr (XDG ignores relative ones).
 const char* _AbsoluteVariable(const char* name)
@@ -22,115 +23,156 @@ const char* _AbsoluteVariable(const char* name)
     return value && value[0] == '/' ? value : nullptr;
 }
 
-// Copies `length` bytes of text, dropping trailing "/" but for a lone root.
-void _StoreFolder(char* dest, const char* text, size_t length)
+// Copies `length` bytes of text, dropping trailing "/" but for a lone root; false if cut.
+bool _StoreFolder(char* dest, const char* text, size_t length)
 {
     while (length > 1 && text[length - 1] == '/')
         --length;
+    bool fits = length <= LFile::kMaxPathChars;
     length = std::min(length, LFile::kMaxPathChars);
     memmove(dest, text, length);
     dest[length] = 0;
+    return fits;
+}
+
+// An XDG base folder: the variable's absolute value, else `belowHome` in the home.
+bool _XdgHomeFolder(char* dest, const char* variable, const char* belowHome)
+{
+    if (const char* value = _AbsoluteVariable(variable))
+        return _StoreFolder(dest, value, strlen(value));
+    bool fits = LFile::GetHomeFolder(dest);
+    return LFile::_MakeFilePath(dest, dest, belowHome) && fits;
+}
+
+// The first absolute entry of an XDG search list, else `fallback`.
+bool _XdgFirstOfList(char* dest, const char* variable, const char* fallback)
+{
+    const char* list = getenv(variable);
+    while (list && *list) {
+        size_t length = strcspn(list, ":");
+        if (list[0] == '/')
+            return _StoreFolder(dest, list, length);
+        list += length + (list[length] == ':' ? 1 : 0);
+    }
+    return _StoreFolder(dest, fallback, strlen(fallback));
+}
+
+// Makes `base` (an XDG base folder, private if it has to be made) and the program's folders
+// below it; dest is "" unless the whole path fit and exists.
+bool _MakeBelowBase(char* dest, bool baseFits, const char* const* below, mode_t mode)
+{
+    char base[LFile::kPathBytes];
+    memcpy(base, dest, LFile::kPathBytes);
+    bool fits = baseFits;
+    for (; *below; ++below)
+        fits = LFile::_MakeFilePath(dest, dest, *below) && fits;
+    if (!fits || !LFile::CreateFolderTree(base, LFile::kPrivateFolderMode) ||
+        !LFile::CreateFolderTree(dest, mode)) {
+        dest[0] = 0;
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
 
-void LFile::GetHomeFolder(char* dest)
+bool LFile::GetHomeFolder(char* dest)
 {
-    if (const char* home = getenv("HOME"); home && home[0]) {
-        _StoreFolder(dest, home, strlen(home));
-        return;
-    }
+    if (const char* home = getenv("HOME"); home && home[0])
+        return _StoreFolder(dest, home, strlen(home));
     passwd entry {};
     passwd* found = nullptr;
     char text[1024];
-    if (getpwuid_r(getuid(), &entry, text, sizeof text, &found) == 0 && found && found->pw_dir) {
-        _StoreFolder(dest, found->pw_dir, strlen(found->pw_dir));
-        return;
-    }
+    if (getpwuid_r(getuid(), &entry, text, sizeof text, &found) == 0 && found && found->pw_dir)
+        return _StoreFolder(dest, found->pw_dir, strlen(found->pw_dir));
     const char* user = getenv("USER") ? getenv("USER") : getenv("LOGNAME");
-    _MakeFilePath(dest, "/home", user ? user : "");
+    return _MakeFilePath(dest, "/home", user ? user : "");
 }
 
-void LFile::GetUserDataFolder(char* dest)
+bool LFile::GetUserDataFolder(char* dest)
 {
-    if (const char* data = _AbsoluteVariable("XDG_DATA_HOME")) {
-        _StoreFolder(dest, data, strlen(data));
-        return;
-    }
-    GetHomeFolder(dest);
-    _MakeFilePath(dest, dest, ".local/share");
+    return _XdgHomeFolder(dest, "XDG_DATA_HOME", ".local/share");
 }
 
 bool LFile::GetUserDataFolderApp(char* dest)
 {
-    GetUserDataFolder(dest);
-    _MakeFilePath(dest, dest, kAppFolder);
-    return CreateFolderTree(dest);
+    const char* below[] = {kAppFolder, nullptr};
+    bool fits = GetUserDataFolder(dest);
+    return _MakeBelowBase(dest, fits, below, kFolderMode);
 }
 
 bool LFile::GetUserDataFolderAppSubFolder(const char* name, char* dest)
 {
-    GetUserDataFolder(dest);
-    _MakeFilePath(dest, dest, kAppFolder);
-    _MakeFilePath(dest, dest, name);
-    return CreateFolderTree(dest);
+    const char* below[] = {kAppFolder, name, nullptr};
+    bool fits = GetUserDataFolder(dest);
+    return _MakeBelowBase(dest, fits, below, kFolderMode);
 }
 
-void LFile::GetSharedDataFolder(char* dest)
+bool LFile::GetUserConfigFolder(char* dest)
 {
-    const char* list = getenv("XDG_DATA_DIRS");
-    while (list && *list) {
-        size_t length = strcspn(list, ":");
-        if (list[0] == '/') {
-            _StoreFolder(dest, list, length);
-            return;
-        }
-        list += length + (list[length] == ':' ? 1 : 0);
-    }
-    _StoreFolder(dest, kDefaultSharedData, strlen(kDefaultSharedData));
+    return _XdgHomeFolder(dest, "XDG_CONFIG_HOME", ".config");
 }
 
-void LFile::GetSharedDataFolderApp(char* dest)
+bool LFile::GetUserConfigFolderApp(char* dest)
 {
-    GetSharedDataFolder(dest);
-    _MakeFilePath(dest, dest, kAppFolder);
+    const char* below[] = {kAppFolder, nullptr};
+    bool fits = GetUserConfigFolder(dest);
+    return _MakeBelowBase(dest, fits, below, kPrivateFolderMode);
 }
 
-void LFile::GetUserSpecialFolder(char* dest, const char* type, const char* fallback)
+bool LFile::GetSharedConfigFolderApp(char* dest)
+{
+    bool fits = _XdgFirstOfList(dest, "XDG_CONFIG_DIRS", kDefaultSharedConfig);
+    return _MakeFilePath(dest, dest, kAppFolder) && fits;
+}
+
+bool LFile::GetSharedDataFolder(char* dest)
+{
+    return _XdgFirstOfList(dest, "XDG_DATA_DIRS", kDefaultSharedData);
+}
+
+bool LFile::GetSharedDataFolderApp(char* dest)
+{
+    bool fits = GetSharedDataFolder(dest);
+    return _MakeFilePath(dest, dest, kAppFolder) && fits;
+}
+
+bool LFile::GetUserSpecialFolder(char* dest, const char* type, const char* fallback)
 {
     char home[kPathBytes];
-    GetHomeFolder(home);
+    bool fits = GetHomeFolder(home);
     const char* argv[] = {"xdg-user-dir", type, nullptr};
     char answer[kPathBytes];
     LRunProgram(argv, answer, sizeof answer);
     if (answer[0] == '/') {
-        _StoreFolder(dest, answer, strcspn(answer, "\r\n"));
+        bool answerFits = _StoreFolder(dest, answer, strcspn(answer, "\r\n"));
         if (strcmp(dest, home) != 0)
-            return;
+            return answerFits;
     }
-    _MakeFilePath(dest, home, fallback);
+    return _MakeFilePath(dest, home, fallback) && fits;
 }
 
-void LFile::GetUserMusicFolder(char* dest)
+bool LFile::GetUserMusicFolder(char* dest)
 {
-    GetUserSpecialFolder(dest, "MUSIC", "Music");
+    return GetUserSpecialFolder(dest, "MUSIC", "Music");
 }
 
-void LFile::GetUserDownloadFolder(char* dest)
+bool LFile::GetUserDownloadFolder(char* dest)
 {
-    GetUserSpecialFolder(dest, "DOWNLOAD", "Downloads");
+    return GetUserSpecialFolder(dest, "DOWNLOAD", "Downloads");
 }
 
-void LFile::GetApplicationsFolder(char* dest)
+bool LFile::GetApplicationsFolder(char* dest)
 {
     char self[kPathBytes];
-    ssize_t length = readlink("/proc/self/exe", self, kMaxPathChars);
-    self[length > 0 ? length : 0] = 0;
-    _GetFolderFromPath(dest, self);
+    ssize_t length = readlink("/proc/self/exe", self, kPathBytes);
+    bool fits = length >= 0 && static_cast<size_t>(length) <= kMaxPathChars;
+    self[fits ? length : 0] = 0;
+    return _GetFolderFromPath(dest, self) && fits;
 }
 
-void LFile::GetHelpFolder(char* dest)
+bool LFile::GetHelpFolder(char* dest)
 {
-    GetApplicationsFolder(dest);
-    _MakeFilePath(dest, dest, "help/");
+    bool fits = GetApplicationsFolder(dest);
+    return _MakeFilePath(dest, dest, "help/") && fits;
 }

@@ -3,6 +3,7 @@
 
 #include "base/LFileRef.h"
 #include "base/LRunProgram.h"
+#include "base/LSafeWrite.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -16,39 +17,31 @@
 namespace {
 
 constexpr size_t kCopyBlockBytes = 8192;
-constexpr mode_t kAllAccess = 0777;
-constexpr const char* kPartSuffix = ".part";
 
-bool _CopyFileContents(const char* from, const char* to)
+// The mode of a copy: a program stays runnable, anything else is a plain user file.
+mode_t _CopyMode(const struct stat& original)
+{
+    return (original.st_mode & S_IXUSR) ? LFile::kProgramFileMode : LFile::kFileMode;
+}
+
+bool _CopyPlainFile(const char* from, const char* to)
 {
     LReadFileRef in(from);
-    LWriteFileRef out;
-    if (!in.IsOpen() || !out.Create(to, kAllAccess))
+    struct stat original {};
+    if (!in.IsOpen() || fstat(in.GetDescriptor(), &original) != 0)
+        return false;
+    LSafeWrite out(to, _CopyMode(original));
+    if (!out.Begin())
         return false;
     unsigned char block[kCopyBlockBytes];
     for (;;) {
         size_t got = in.Read(block, sizeof block);
-        if (got > 0 && out.Write(block, got) != got)
+        if (got > 0 && !out.Write(block, got))
             return false;
         if (got < sizeof block)
             break;
     }
-    // The umask may have narrowed the mode given at creation.
-    return fchmod(out.GetDescriptor(), kAllAccess) == 0;
-}
-
-// The copy is made under a name of its own and renamed over `to` once whole, so a failed copy
-// leaves an earlier file at `to` as it was. A name too long for the suffix is written directly.
-bool _CopyPlainFile(const char* from, const char* to)
-{
-    char part[LFile::kPathBytes];
-    LFile::_MakeFilePath(part, "", to, kPartSuffix);
-    bool direct = strlen(to) + strlen(kPartSuffix) > LFile::kMaxPathChars;
-    const char* target = direct ? to : part;
-    if (_CopyFileContents(from, target) && (direct || rename(part, to) == 0))
-        return true;
-    unlink(target);
-    return false;
+    return out.Commit();
 }
 
 }  // namespace
@@ -67,8 +60,11 @@ bool LFile::IsFolder(const char* path)
 
 bool LFile::CopyFile(const char* from, const char* to)
 {
+    if (!_FitsPath(from) || !_FitsPath(to))
+        return false;
     if (IsFolder(from)) {
-        const char* argv[] = {"cp", "-R", from, to, nullptr};
+        // "--": a path that begins with "-" is a path, not an option.
+        const char* argv[] = {"cp", "-R", "--", from, to, nullptr};
         int status = LRunProgram(argv);
         // Without a status (reaped elsewhere) the copy is judged by its result.
         return status == 0 || (status == -2 && Exists(to));
@@ -78,24 +74,27 @@ bool LFile::CopyFile(const char* from, const char* to)
 
 bool LFile::CopyFolderFiles(const char* from, const char* to)
 {
-    if (!CreateFolderTree(to))
+    if (!_FitsPath(from) || !CreateFolderTree(to))
         return false;
     bool all = true;
     FolderIterator entries(from);
     while (entries.Next()) {
         char source[kPathBytes];
-        entries.GetPath(source);
-        if (IsFolder(source))
-            continue;
         char target[kPathBytes];
-        _MakeFilePath(target, to, entries.GetName());
-        all = CopyFile(source, target) && all;
+        if (!entries.GetPath(source) || !_MakeEntryPath(target, to, entries.GetName())) {
+            all = false;
+            continue;
+        }
+        if (!IsFolder(source))
+            all = CopyFile(source, target) && all;
     }
     return all;
 }
 
 bool LFile::DeleteFolderTree(const char* path)
 {
+    if (!_FitsPath(path))
+        return false;
     // A link given as the tree is removed itself; what it points to is not ours to delete.
     struct stat top {};
     if (lstat(path, &top) == 0 && S_ISLNK(top.st_mode))
@@ -103,8 +102,13 @@ bool LFile::DeleteFolderTree(const char* path)
     bool all = true;
     FolderIteratorAllFiles entries(path);
     while (entries.Next()) {
+        // Every level adds to the path, so the depth of this recursion is bounded by the
+        // path's length; an entry whose path would be cut is never acted on.
         char entry[kPathBytes];
-        entries.GetPath(entry);
+        if (!entries.GetPath(entry)) {
+            all = false;
+            continue;
+        }
         struct stat st {};
         if (lstat(entry, &st) == 0 && S_ISDIR(st.st_mode))
             all = DeleteFolderTree(entry) && all;
@@ -114,27 +118,29 @@ bool LFile::DeleteFolderTree(const char* path)
     return rmdir(path) == 0 && all;
 }
 
-bool LFile::CreateFolderTree(const char* path)
+bool LFile::CreateFolderTree(const char* path, mode_t mode)
 {
+    if (!_FitsPath(path) || !path[0])
+        return false;
     char level[kPathBytes];
-    _MakeFilePath(level, "", path);
-    // Each separator after the first character ends a level; a level that exists (or is made by
-    // another thread at the same moment) fails mkdir harmlessly.
+    memcpy(level, path, strlen(path) + 1);
+    // Each "/" after the first character ends a level; a level that exists (or is made by
+    // another thread at the same moment) fails mkdir harmlessly. Levels that exist keep their
+    // mode: only what is made here gets `mode`.
     for (char* c = level + 1; *c; ++c) {
-        if (*c != '/' && *c != '\\')
+        if (*c != '/')
             continue;
-        char kept = *c;
         *c = 0;
-        mkdir(level, kAllAccess);
-        *c = kept;
+        mkdir(level, mode);
+        *c = '/';
     }
-    mkdir(level, kAllAccess);
+    mkdir(level, mode);
     return IsFolder(level);
 }
 
 bool LFile::SetFolderSecurityAllAccess(const char* path)
 {
-    return chmod(path, kAllAccess) == 0;
+    return _FitsPath(path) && chmod(path, kFolderMode) == 0;
 }
 
 bool LFile::TestFileShareWriteBlocked(const char* path)
@@ -150,9 +156,9 @@ bool LFile::TestFileShareWriteBlocked(const char* path)
 
 LFile::FolderIterator::FolderIterator(const char* folder, const char* pattern)
 {
-    _MakeFilePath(_folder, "", folder);
+    bool fits = _MakeFilePath(_folder, "", folder);
     _MakeFilePath(_pattern, "", pattern);
-    _dir = opendir(_folder);
+    _dir = fits ? opendir(_folder) : nullptr;
 }
 
 LFile::FolderIterator::~FolderIterator()

@@ -17,8 +17,11 @@ constexpr int kLockTries = 3;
 bool LLockFile::Lock(const char* path)
 {
     Unlock();
-    LFile::_MakeFilePath(_lockPath, "", path);
-    LFile::_ApplyNewFileExtension(_lockPath, ".lck");
+    // A cut path would lock (and on release delete) the lock file of another path.
+    if (!LFile::_MakeFilePath(_lockPath, "", path) || !LFile::_ApplyNewFileExtension(_lockPath, ".lck")) {
+        _lockPath[0] = 0;
+        return false;
+    }
     for (int i = 0; i < kLockTries; ++i) {
         if (_TryLock())
             return true;
@@ -31,7 +34,7 @@ bool LLockFile::Lock(const char* path)
 
 bool LLockFile::_TryLock()
 {
-    int fd = open(_lockPath, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0777);
+    int fd = open(_lockPath, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, LFile::kFileMode);
     if (fd < 0)
         return false;
     if (flock(fd, LOCK_EX | LOCK_NB) != 0) {

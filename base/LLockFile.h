@@ -12,7 +12,7 @@ public:
     LLockFile& operator=(const LLockFile&) = delete;
 
     // Releases any earlier lock of this object, then takes the lock for `path` without waiting.
-    // False if someone else holds it or the lock file can't be made.
+    // False if someone else holds it, the lock file's path does not fit, or it can't be made.
     bool Lock(const char* path);
     void Unlock();
     bool IsLocked() const { return _fd >= 0; }

@@ -1,6 +1,7 @@
 #include "engine/LDebug.h"
 
 #include "OrvaneVersion.h"
+#include "base/LFile.h"
 
 #include <cerrno>
 #include <cstring>
@@ -20,20 +21,23 @@ namespace {
 
 constexpr size_t kPathBytes = 260;
 constexpr int kBacktraceDepth = 64;
+constexpr mode_t kLogFolderMode = LFile::kFolderMode;
+constexpr mode_t kCrashReportMode = LFile::kPrivateFileMode;  // it names the user's files
 char gszLogFolder[kPathBytes] = "";
 
 // Everything below runs inside a signal handler: only async-signal-safe calls, no allocation.
 
-// Appends `text` to dest (kPathBytes), cutting what does not fit.
-void _Append(char* dest, const char* text)
+// Appends `text` to dest (kPathBytes), cutting what does not fit; false if it cut.
+bool _Append(char* dest, const char* text)
 {
     size_t used = strnlen(dest, kPathBytes - 1);
     while (*text && used < kPathBytes - 1)
         dest[used++] = *text++;
     dest[used] = 0;
+    return *text == 0;
 }
 
-void _AppendNumber(char* dest, long value)
+bool _AppendNumber(char* dest, long value)
 {
     char digits[24];
     int n = 0;
@@ -49,7 +53,7 @@ void _AppendNumber(char* dest, long value)
     for (int i = 0; i < n; ++i)
         text[i] = digits[n - 1 - i];
     text[n] = 0;
-    _Append(dest, text);
+    return _Append(dest, text);
 }
 
 void _WriteText(int fd, const char* text)
@@ -70,15 +74,15 @@ void _WriteCrashReport(int signal)
 {
     if (!gszLogFolder[0])
         return;
-    mkdir(gszLogFolder, 0777);
+    mkdir(gszLogFolder, kLogFolderMode);
     char path[kPathBytes] = "";
-    _Append(path, gszLogFolder);
-    _Append(path, "/crash-");
-    _AppendNumber(path, static_cast<long>(time(nullptr)));
-    _Append(path, "-");
-    _AppendNumber(path, static_cast<long>(getpid()));
-    _Append(path, ".txt");
-    int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    // A cut name would be another file's: no report then.
+    bool fits = _Append(path, gszLogFolder) && _Append(path, "/crash-") &&
+                _AppendNumber(path, static_cast<long>(time(nullptr))) && _Append(path, "-") &&
+                _AppendNumber(path, static_cast<long>(getpid())) && _Append(path, ".txt");
+    if (!fits)
+        return;
+    int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kCrashReportMode);
     if (fd < 0)
         return;
     char line[kPathBytes] = ORVANE_PRODUCT " " ORVANE_VERSION ": abnormal signal ";
@@ -111,7 +115,8 @@ void _Install(int signal, void (*handler)(int))
 void LDebugSetLogFolder(const char* folder)
 {
     gszLogFolder[0] = 0;
-    _Append(gszLogFolder, folder ? folder : "");
+    if (!_Append(gszLogFolder, folder ? folder : ""))
+        gszLogFolder[0] = 0;
 }
 
 const char* LDebugGetLogFolder()

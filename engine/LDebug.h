@@ -9,8 +9,8 @@ extern volatile int gwDebugCurrentCommand;
 extern volatile int gwDebugLastCommand;
 extern volatile sig_atomic_t bLLibExceptionAlreadyTrapped;
 
-// Sets the folder crash reports go to (created when a report is written). Copied; at most
-// 259 characters.
+// Sets the folder crash reports go to (created when a report is written). Copied; a folder
+// longer than 259 characters is not taken (no reports then).
 void LDebugSetLogFolder(const char* folder);
 const char* LDebugGetLogFolder();
 

@@ -39,18 +39,29 @@ std::string _InstallFolder()
     return error ? std::string() : (self.parent_path() / "install").string();
 }
 
-int _GrantGroupAndOthers(const fs::path& root)
+// Others may read what is installed and enter its folders, never write it: a folder others
+// can write lets them replace the programs the user runs.
+bool _ShareForReading(const fs::path& path, bool folder)
 {
-    int failures = 0;
     std::error_code error;
-    const auto mode = fs::perms::group_read | fs::perms::group_write | fs::perms::others_read |
-                      fs::perms::others_write;
-    fs::permissions(root, mode, fs::perm_options::add, error);
+    const auto read = fs::perms::group_read | fs::perms::others_read;
+    const auto enter = fs::perms::group_exec | fs::perms::others_exec;
+    const auto write = fs::perms::group_write | fs::perms::others_write;
+    fs::permissions(path, write, fs::perm_options::remove | fs::perm_options::nofollow, error);
+    if (!error)
+        fs::permissions(path, folder ? read | enter : read, fs::perm_options::add | fs::perm_options::nofollow, error);
+    return !error;
+}
+
+int _ShareTreeForReading(const fs::path& root)
+{
+    int failures = _ShareForReading(root, true) ? 0 : 1;
+    std::error_code error;
     for (auto it = fs::recursive_directory_iterator(root, error); !error && it != fs::end(it);
          it.increment(error)) {
-        std::error_code one;
-        fs::permissions(it->path(), mode, fs::perm_options::add, one);
-        failures += one ? 1 : 0;
+        if (it->is_symlink())
+            continue;
+        failures += _ShareForReading(it->path(), it->is_directory()) ? 0 : 1;
     }
     return failures;
 }
@@ -59,12 +70,11 @@ int _GrantGroupAndOthers(const fs::path& root)
 
 int LInstaller::Finalize(const char* from, const char* to)
 {
-    std::error_code error;
-    fs::create_directories(to, error);
-    if (error) {
-        std::fprintf(stderr, "orvane: cannot create %s: %s\n", to, error.message().c_str());
+    if (!LFile::CreateFolderTree(to)) {
+        std::fprintf(stderr, "orvane: cannot create %s\n", to);
         return 1;
     }
+    std::error_code error;
     int failures = 0;
     for (auto it = fs::directory_iterator(from, error); !error && it != fs::end(it); it.increment(error)) {
         std::error_code one;
@@ -79,7 +89,7 @@ int LInstaller::Finalize(const char* from, const char* to)
         std::fprintf(stderr, "orvane: cannot read %s: %s\n", from, error.message().c_str());
         ++failures;
     }
-    return failures + _GrantGroupAndOthers(to);
+    return failures + _ShareTreeForReading(to);
 }
 
 bool InstallerMain()

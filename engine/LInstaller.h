@@ -9,8 +9,9 @@ bool InstallerMain();
 
 namespace LInstaller {
 
-// Copies every file and folder below `from` into `to` (created if missing), then gives group
-// and others read and write access there. Returns the number of entries that failed.
+// Copies every file and folder below `from` into `to` (created if missing, LFile::kFolderMode),
+// then lets group and others read everything there and enter its folders, and takes their
+// write access away. Returns the number of entries that failed.
 int Finalize(const char* from, const char* to);
 
 }  // namespace LInstaller

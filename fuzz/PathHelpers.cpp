@@ -19,7 +19,7 @@ void _Check(const char* dest)
 
 void _RunOne(const char* path)
 {
-    using Helper = void (*)(char*, const char*);
+    using Helper = bool (*)(char*, const char*);
     constexpr Helper kHelpers[] = {LFile::_GetFolderFromPath, LFile::_GetFileFromPath,
                                    LFile::_GetFileNameFromPath, LFile::_GetFileExtensionFromPath,
                                    LFile::EscapeFilePath, LFile::PreprocessName};

@@ -1,5 +1,6 @@
 #include "sound/LWaveFile.h"
 
+#include "base/LFile.h"
 #include "base/LFileRef.h"
 #include "sound/LSNKPCMFile.h"
 #include "sound/LSRCPCMFile.h"
@@ -152,6 +153,10 @@ LSoundSource LWaveFile::OpenSource(char const* path)
 
 LSoundSource LWaveFile::OpenSourceDeletingFileWhenClosed(char const* path)
 {
+    // The file is deleted by the path kept in a path buffer: a path that does not fit there is
+    // refused, or the file of its cut name would go.
+    if (!LFile::_FitsPath(path))
+        return MakeErrorSource(kErrMissing);
     return LSoundSource(new LWavSourceDeleteWhenClosed(path, OpenSource(path)));
 }
 
@@ -195,7 +200,8 @@ bool LWaveFormatEx::_Load(char const* path, std::unique_ptr<WAVEFORMATEX>& out)
 LWavSourceDeleteWhenClosed::LWavSourceDeleteWhenClosed(char const* path, const LSoundSource& inner)
     : LSoundSourceBase(inner->GetRate(), inner->GetChannels(), inner->GetPeak()), _source(inner)
 {
-    std::snprintf(_path, sizeof(_path), "%s", path);
+    if (!LFile::_MakeFilePath(_path, "", path))
+        _path[0] = 0;  // never delete by a cut name
     error = inner->GetError();
 }
 
@@ -203,7 +209,8 @@ LWavSourceDeleteWhenClosed::~LWavSourceDeleteWhenClosed()
 {
     // The file goes only after the reader has let it go.
     _source.Close();
-    unlink(_path);
+    if (_path[0])
+        unlink(_path);
 }
 
 void LGetWaveFileCodecName(char* out, char const* path)

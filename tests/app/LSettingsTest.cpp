@@ -1,12 +1,18 @@
 #include "app/LSettings.h"
+#include "base/LFile.h"
 #include "support/TestHome.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <filesystem>
 #include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <tuple>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -128,4 +134,114 @@ TEST(UserSettings, ConcurrentWritersLoseNoKey)
         for (int i = 0; i < kKeysEach; ++i)
             found += LUserSettingGetInt("Race", key(t, i).c_str(), -1) == i;
     EXPECT_EQ(found, 4 * kKeysEach);
+}
+
+// Keys of many processes setting at once all land: each writer reads the file again under the
+// lock and keeps what the others wrote.
+TEST(UserSettings, ManyProcessesSettingAtOnceLoseNoKey)
+{
+    TestHome home;
+    constexpr int kProcesses = 8;
+    constexpr int kKeysEach = 20;
+    auto key = [](int p, int i) { return "k" + std::to_string(p) + "_" + std::to_string(i); };
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        pid_t child = fork();
+        if (child == 0) {
+            int failed = 0;
+            for (int i = 0; i < kKeysEach; ++i)
+                failed += !LUserSettingSetInt("Race", key(p, i).c_str(), i);
+            _exit(failed);
+        }
+        children.push_back(child);
+    }
+    for (pid_t child : children) {
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a set reported failure";
+    }
+    int found = 0;
+    for (int p = 0; p < kProcesses; ++p)
+        for (int i = 0; i < kKeysEach; ++i)
+            found += LUserSettingGetInt("Race", key(p, i).c_str(), -1) == i;
+    EXPECT_EQ(found, kProcesses * kKeysEach);
+}
+
+// A writer that cannot have the lock fails and changes nothing; it never writes without it.
+TEST(UserSettings, ASetWithoutTheLockFailsAndChangesNothing)
+{
+    TestHome home;
+    ASSERT_TRUE(LUserSettingSetString("S", "A", "1"));
+    const std::string path = LSettingsPath(LSettingUser::kCurrentUser);
+    const std::string before = ReadWholeFile(path);
+    int holder = open((path + ".lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(holder, 0);
+    ASSERT_EQ(flock(holder, LOCK_EX), 0);  // another open file description: it conflicts
+    EXPECT_FALSE(LUserSettingSetString("S", "B", "2"));
+    EXPECT_EQ(ReadWholeFile(path), before);
+    close(holder);
+    EXPECT_TRUE(LUserSettingSetString("S", "B", "2"));
+    EXPECT_EQ(_Get("S", "A"), "1");
+
+    // The lock cannot even be made: the settings folder is a file.
+    setenv("XDG_CONFIG_HOME", (home / "plain").c_str(), 1);
+    WriteWholeFile(home / "plain", "");
+    EXPECT_FALSE(LUserSettingSetString("S", "C", "3"));
+}
+
+TEST(UserSettings, JoinedKeysUpTo519CharactersStayDistinctAndTemporariesOfDeadWritersGo)
+{
+    TestHome home;
+    const std::string section = std::string(95, 's') + "&<\"'>";  // escaped in the file
+    const std::string stem(417, 'k');  // section + "/" + stem + one more = 519
+    ASSERT_TRUE(LUserSettingSetString(section.c_str(), (stem + "a").c_str(), "a"));
+    ASSERT_TRUE(LUserSettingSetString(section.c_str(), (stem + "b").c_str(), "b"));
+    EXPECT_EQ(_Get(section.c_str(), (stem + "a").c_str()), "a");
+    EXPECT_EQ(_Get(section.c_str(), (stem + "b").c_str()), "b");
+    // Beyond 519 the joined key is cut, as the store's keys are.
+    ASSERT_TRUE(LUserSettingSetString(section.c_str(), (stem + "bc").c_str(), "c"));
+    EXPECT_EQ(_Get(section.c_str(), (stem + "b").c_str()), "c");
+
+    pid_t gone = fork();
+    if (gone == 0)
+        _exit(0);
+    waitpid(gone, nullptr, 0);
+    const std::string stale = home / (".config/Orvane/.settings.xml." + std::to_string(gone) + "-0.tmp");
+    WriteWholeFile(stale, "<OrvaneSettings>\n\t<setting key=\"half");
+    ASSERT_TRUE(LUserSettingSetString("S", "After", "1"));
+    EXPECT_FALSE(std::filesystem::exists(stale));
+}
+
+namespace {
+
+mode_t ModeOf(const std::string& path)
+{
+    struct stat st {};
+    EXPECT_EQ(stat(path.c_str(), &st), 0) << path;
+    return st.st_mode & 07777;
+}
+
+}  // namespace
+
+// The program runs with umask 0: every folder and file it makes for the user has a mode of
+// its own choosing, and none is writable by others.
+TEST(UserSettings, FoldersAndFilesMadeInAFreshHomeHaveSafeModes)
+{
+    TestHome home;
+    unsetenv("XDG_CONFIG_HOME");
+    unsetenv("XDG_DATA_HOME");
+    const mode_t old = umask(0);
+    ASSERT_TRUE(LUserSettingSetString("S", "A", "1"));
+    char logs[LFile::kPathBytes];
+    ASSERT_TRUE(LFile::GetUserDataFolderAppSubFolder(LFile::kLogsFolder, logs));
+    WriteWholeFile(home / "source", "x");
+    ASSERT_TRUE(LFile::CopyFile((home / "source").c_str(), (home / "copy").c_str()));
+    umask(old);
+
+    const std::pair<const char*, mode_t> expected[] = {
+        {".config", 0700}, {".config/Orvane", 0700}, {".config/Orvane/settings.xml", 0600},
+        {".config/Orvane/settings.xml.lock", 0600}, {".local", 0700}, {".local/share", 0700},
+        {".local/share/Orvane", 0755}, {".local/share/Orvane/Logs", 0755}, {"copy", 0644}};
+    for (const auto& [below, mode] : expected)
+        EXPECT_EQ(ModeOf(home / below), mode) << below;
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-std::string Folder(void (*get)(char*))
+std::string Folder(bool (*get)(char*))
 {
     char dest[LFile::kPathBytes];
     get(dest);
@@ -46,11 +46,22 @@ TEST(LFileFolders, UserDataFolderFollowsXdgDataHomeAtEachCall)
     setenv("HOME", (home / "other").c_str(), 1);
     EXPECT_EQ(Folder(LFile::GetUserDataFolder), home / "other/.local/share");
 
-    // A home too long for a path buffer is cut, and the folder made from it fails cleanly.
+    // A home too long for a path buffer is cut and says so; no folder is made from the cut
+    // text, and none is returned.
     setenv("HOME", ("/" + std::string(400, 'h')).c_str(), 1);
     EXPECT_EQ(Folder(LFile::GetUserDataFolder), "/" + std::string(257, 'h') + "/");
+    char cut[LFile::kPathBytes];
+    EXPECT_FALSE(LFile::GetUserDataFolder(cut));
     EXPECT_FALSE(LFile::GetUserDataFolderApp(app));
-    EXPECT_EQ(strlen(app), LFile::kMaxPathChars);
+    EXPECT_STREQ(app, "");
+    unsetenv("XDG_CONFIG_HOME");
+    EXPECT_FALSE(LFile::GetUserConfigFolderApp(app));
+    EXPECT_STREQ(app, "");
+    // A home that fits, under which the program's folder would not.
+    std::string nearlyFull = home / std::string(250 - home.Path().size(), 'h');
+    setenv("HOME", nearlyFull.c_str(), 1);
+    EXPECT_FALSE(LFile::GetUserDataFolderAppSubFolder(LFile::kLogsFolder, app));
+    EXPECT_FALSE(std::filesystem::exists(nearlyFull));
 }
 
 TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndTheProgramsOwnFolders)
@@ -62,6 +73,16 @@ TEST(LFileFolders, SharedFolderIsTheFirstAbsoluteDataDirAndTheProgramsOwnFolders
     EXPECT_FALSE(std::filesystem::exists(home / "sys"));
     setenv("XDG_DATA_DIRS", "", 1);
     EXPECT_EQ(Folder(LFile::GetSharedDataFolder), "/usr/local/share");
+
+    // Configuration folders follow the same rules, with their own variables.
+    setenv("XDG_CONFIG_DIRS", ("relative:" + (home / "etc/")).c_str(), 1);
+    EXPECT_EQ(Folder(LFile::GetSharedConfigFolderApp), home / "etc/Orvane");
+    unsetenv("XDG_CONFIG_DIRS");
+    EXPECT_EQ(Folder(LFile::GetSharedConfigFolderApp), "/etc/xdg/Orvane");
+    setenv("XDG_CONFIG_HOME", "relative", 1);
+    EXPECT_EQ(Folder(LFile::GetUserConfigFolder), home / ".config");
+    EXPECT_EQ(Folder(LFile::GetUserConfigFolderApp), home / ".config/Orvane");
+    EXPECT_TRUE(std::filesystem::is_directory(home / ".config/Orvane"));
 
     // The applications folder holds the running program.
     std::string folder = Folder(LFile::GetApplicationsFolder);

@@ -7,7 +7,7 @@
 
 namespace {
 
-using PathFunction = void (*)(char*, const char*);
+using PathFunction = bool (*)(char*, const char*);
 
 // Runs a one-input helper into a buffer with a guard area behind the 260 bytes, so a write past
 // the end is seen even where the sanitizer would not see it.
@@ -114,4 +114,69 @@ TEST(LFilePath, LongPathsAreCutAt259WithoutOverflow)
     EXPECT_EQ(Apply(LFile::EscapeFilePath, std::string(258, 'a') + "\"b"), std::string(258, 'a'));
     EXPECT_EQ(Apply(LFile::EscapeFilePath, std::string(300, '$')).size(), 258u);
     EXPECT_EQ(NewExtension(std::string(255, 'p') + ".mp3", ".longer"), std::string(255, 'p') + ".lon");
+}
+
+// Whoever acts on a path must know when it was cut, since a cut path names another file.
+TEST(LFilePath, EveryCutIsReportedAndEveryWholeResultIsNot)
+{
+    const std::string fits259(259, 'a');
+    const std::string over(260, 'a');
+    struct Case {
+        const char* what;
+        PathFunction function;
+        std::string input;
+        bool fits;
+    };
+    const Case cases[] = {
+        {"file whole", LFile::_GetFileFromPath, "/x/" + fits259, true},
+        {"file cut", LFile::_GetFileFromPath, "/x/" + over, false},
+        {"folder whole", LFile::_GetFolderFromPath, fits259 + "/x", true},
+        {"folder cut", LFile::_GetFolderFromPath, over + "/x", false},
+        {"name cut", LFile::_GetFileNameFromPath, over + ".mp3", false},
+        {"extension cut", LFile::_GetFileExtensionFromPath, "a." + over, false},
+        {"preprocess whole", LFile::PreprocessName, fits259, true},
+        {"preprocess cut", LFile::PreprocessName, over, false},
+        {"escape whole", LFile::EscapeFilePath, std::string(257, 'a') + "$", true},
+        {"escape cut", LFile::EscapeFilePath, std::string(258, 'a') + "$", false},
+    };
+    for (const Case& c : cases) {
+        char buffer[LFile::kPathBytes];
+        EXPECT_EQ(c.function(buffer, c.input.c_str()), c.fits) << c.what;
+    }
+
+    char dest[LFile::kPathBytes];
+    struct Join {
+        std::string folder, file;
+        const char* extension;
+        bool fits;
+    };
+    const Join joins[] = {
+        {std::string(258, 'f'), "", "", true},             // the folder's own limit
+        {std::string(259, 'f'), "", "", false},            // a folder is used for 258 at most
+        {std::string(200, 'f'), std::string(58, 'n'), "", true},  // 200 + "/" + 58 = 259
+        {std::string(200, 'f'), std::string(59, 'n'), "", false},
+        {std::string(200, 'f'), std::string(54, 'n'), ".wave", false},
+        {"", fits259, "", true},
+    };
+    for (const Join& j : joins)
+        EXPECT_EQ(LFile::_MakeFilePath(dest, j.folder.c_str(), j.file.c_str(), j.extension), j.fits)
+            << j.folder.size() << "+" << j.file.size();
+    EXPECT_TRUE(LFile::_FitsPath(fits259.c_str()));
+    EXPECT_FALSE(LFile::_FitsPath(over.c_str()));
+
+    char path[LFile::kPathBytes];
+    strcpy(path, std::string(255, 'p').c_str());
+    EXPECT_TRUE(LFile::_ApplyNewFileExtension(path, ".mp3"));
+    EXPECT_FALSE(LFile::_ApplyNewFileExtension(path, ".longer"));
+}
+
+// An entry read from disk is joined by "/" only: a name that begins with "\\" stays in its folder.
+TEST(LFilePath, EntryPathsJoinWithASlashOnly)
+{
+    char dest[LFile::kPathBytes];
+    EXPECT_TRUE(LFile::_MakeEntryPath(dest, "/a", "\\b"));
+    EXPECT_STREQ(dest, "/a/\\b");
+    EXPECT_TRUE(LFile::_MakeEntryPath(dest, "/", "b"));
+    EXPECT_STREQ(dest, "/b");
+    EXPECT_FALSE(LFile::_MakeEntryPath(dest, std::string(258, 'f').c_str(), "b"));
 }

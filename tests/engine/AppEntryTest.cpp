@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -141,6 +142,28 @@ TEST(ProgramEntry, VersionHelpUnknownArgumentsTheLogsFolderAndTheInstaller)
     EXPECT_EQ(LInstaller::Finalize(from.Path().c_str(), (to / "Orvane").c_str()), 0);
     EXPECT_EQ(ReadWholeFile(to / "Orvane/readme.txt"), "hello");
     EXPECT_TRUE(std::filesystem::exists(to / "Orvane/Components/x/tool"));
-    auto perms = std::filesystem::status(to / "Orvane/readme.txt").permissions();
-    EXPECT_NE(perms & std::filesystem::perms::others_write, std::filesystem::perms::none);
+    // Others may read and enter what is installed, never change it.
+    using std::filesystem::perms;
+    for (const char* below : {"Orvane", "Orvane/readme.txt", "Orvane/Components/x"}) {
+        auto mode = std::filesystem::status(to / below).permissions();
+        EXPECT_EQ(mode & (perms::group_write | perms::others_write), perms::none) << below;
+        EXPECT_NE(mode & perms::others_read, perms::none) << below;
+    }
+    EXPECT_NE(std::filesystem::status(to / "Orvane/Components/x").permissions() & perms::others_exec, perms::none);
+}
+
+// main runs with umask 0, and the logs folder is made before main: started with umask 0 in a
+// fresh home, what the program makes is still not writable by others.
+TEST(ProgramEntry, FoldersMadeInAFreshHomeUnderUmask0AreNotWritableByOthers)
+{
+    TestHome home;
+    unsetenv("XDG_DATA_HOME");
+    ASSERT_EQ(std::system(("umask 0; " + std::string(ORVANE_PROGRAM_PATH) + " --version >/dev/null").c_str()), 0);
+    const std::pair<const char*, unsigned> expected[] = {
+        {".local", 0700}, {".local/share", 0700}, {".local/share/Orvane", 0755}, {".local/share/Orvane/Logs", 0755}};
+    for (const auto& [below, mode] : expected) {
+        struct stat st {};
+        ASSERT_EQ(stat((home / below).c_str(), &st), 0) << below;
+        EXPECT_EQ(st.st_mode & 07777, mode) << below;
+    }
 }
