@@ -301,7 +301,8 @@ bool LUserSettingGetBool(const char* section, const char* key, bool def)
 std::string LSharedSettingsPath()
 {
     char folder[LFile::kPathBytes];
-    LFile::GetSharedDataFolderApp(folder);
+    if (!LFile::GetSharedDataFolderApp(folder))
+        return {};
     return std::string(folder) + "/SharedSettings.xml";
 }
 
@@ -309,7 +310,8 @@ void LSharedSettingsLoad(LXMLDocument& document)
 {
     document.ClearChildren();
     std::string text;
-    if (LLoadText(LSharedSettingsPath().c_str(), text))
+    std::string path = LSharedSettingsPath();
+    if (!path.empty() && LLoadText(path.c_str(), text))
         document.Parse(text.c_str());
 }
 

@@ -43,6 +43,7 @@ bool LUserSettingGetBool(const char* section, const char* key, bool def);
 
 // The machine-wide, read-only "SharedSettings.xml" in the shared data folder: one element per
 // section, one child per key, the value in the attribute `value`.
+// "" when the shared folder's path does not fit a path buffer; then nothing is read.
 std::string LSharedSettingsPath();
 void LSharedSettingsLoad(LXMLDocument& document);
 bool _LSharedSettingGetString(const char* section, const char* key, const char* def, char* dest);

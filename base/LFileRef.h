@@ -72,8 +72,11 @@ class LWriteFileRef : public LFileRef {
 public:
     LWriteFileRef() = default;
 
-    // Creates or truncates `path` for writing, with `mode` (before the umask).
-    bool Create(const char* path, unsigned int mode = 0666);
+    // Creates or truncates `path` for writing, with `mode` (before the umask, which is 0 in the
+    // program). A file the user keeps is better written whole through LSafeWrite.
+    bool Create(const char* path, unsigned int mode = kCreateMode);
+
+    static constexpr unsigned int kCreateMode = 0644;  // never writable by others
     // Opens an existing file for reading and writing, without truncating it.
     bool OpenExisting(const char* path);
 

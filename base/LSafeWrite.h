@@ -35,6 +35,7 @@
 // GetTemporaryPath(), close it, then Commit. It must write into the file that is there (open
 // with or without truncation), not unlink or replace it.
 //
+// A link at the target is replaced by the new file, not followed.
 // Paths are std::string inside and never cut; the target may be any length the system takes.
 // One object serves one write and belongs to one thread. Any number of objects, threads or
 // processes may write the same target at once: each has its own temporary, and the last

@@ -15,20 +15,19 @@ namespace fs = std::filesystem;
 namespace {
 
 
-// The user's data folder for the program, without creating it. For another user than the one
-// running, XDG_DATA_HOME is not theirs, so their home's default is taken.
+// The user's data folder for the program, without creating it; "" for an unknown user or a
+// folder whose path does not fit. For another user than the one running, XDG_DATA_HOME is not
+// theirs, so their home's default is taken.
 std::string _UserDataFolderApp(const char* user)
 {
     const passwd* entry = getpwnam(user);
     if (!entry || !entry->pw_dir)
         return {};
     char folder[LFile::kPathBytes];
-    if (geteuid() == entry->pw_uid)
-        LFile::GetUserDataFolder(folder);
-    else
-        LFile::_MakeFilePath(folder, entry->pw_dir, ".local/share");
-    LFile::_MakeFilePath(folder, folder, "Orvane");
-    return folder;
+    bool fits = geteuid() == entry->pw_uid ? LFile::GetUserDataFolder(folder)
+                                           : LFile::_MakeFilePath(folder, entry->pw_dir, ".local/share");
+    fits = LFile::_MakeFilePath(folder, folder, "Orvane") && fits;
+    return fits ? folder : std::string();
 }
 
 // The folder "install" beside the running program.
@@ -96,10 +95,11 @@ bool InstallerMain()
 {
     if (gargc <= 3 || std::strcmp(gargv[2], "-username") != 0)
         return true;
-    std::string user(gargv[3], strnlen(gargv[3], LFile::kMaxPathChars));
-    std::string target = _UserDataFolderApp(user.c_str());
+    // A cut name could be another user's.
+    const char* user = gargv[3];
+    std::string target = LFile::_FitsPath(user) ? _UserDataFolderApp(user) : std::string();
     if (target.empty()) {
-        std::fprintf(stderr, "orvane: no such user: %s\n", user.c_str());
+        std::fprintf(stderr, "orvane: no such user, or no data folder for them: %s\n", user);
         return true;
     }
     LInstaller::Finalize(_InstallFolder().c_str(), target.c_str());

@@ -54,7 +54,9 @@ void _PrintHelp()
 
 int main(int argc, char** argv)
 {
-    umask(0);  // files the program creates take their mode as given
+    // Files the program creates take their mode as given; every creator gives one that others
+    // cannot write (LFile::kFolderMode and its kin).
+    umask(0);
     CopyArguments(argc, argv);
     idThreadMain = pthread_self();
     LDebugThreadDataStartThread("MAIN");

@@ -37,7 +37,7 @@ LSNKPCMFileBase::LSNKPCMFileBase(char const* path, int rateHz, unsigned char cha
     : LSoundSinkBase(rateHz, channelCount), bytesPerSample(bytes), frameSize(bytes * channels)
 {
     conversion = std::make_unique<uint8_t[]>(static_cast<size_t>(frameSize) * kBlockFrames);
-    fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0644);  // never writable by others, whatever the umask
     if (fd >= 0 && flock(fd, LOCK_SH | LOCK_NB) != 0) {
         close(fd);
         fd = -1;

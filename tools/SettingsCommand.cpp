@@ -20,7 +20,8 @@ int SettingsGet(const std::string& section, const std::string& key)
 int SettingsSet(const std::string& section, const std::string& key, const std::string& value)
 {
     if (!LUserSettingSetString(section.c_str(), key.c_str(), value.c_str())) {
-        PrintError("cannot write %s", LSettingsPath(LSettingUser::kCurrentUser).c_str());
+        const std::string path = LSettingsPath(LSettingUser::kCurrentUser);
+        PrintError("cannot write %s", path.empty() ? "the settings: their folder's path is too long" : path.c_str());
         return kExitFailed;
     }
     return SettingsGet(section, key);
