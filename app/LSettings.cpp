@@ -208,7 +208,7 @@ std::string _SettingsPathFor(LSettingUser user, bool create)
     else if (create)
         usable = LFile::GetUserConfigFolderApp(folder);
     else
-        usable = LFile::GetUserConfigFolder(folder) && LFile::_MakeFilePath(folder, folder, "Orvane");
+        usable = LFile::GetUserConfigFolder(folder) && LFile::_MakeFilePath(folder, folder, LFile::kAppFolder);
     return usable ? std::string(folder) + "/" + kFileName : std::string();
 }
 

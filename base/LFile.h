@@ -22,6 +22,8 @@ public:
     static constexpr mode_t kPrivateFileMode = 0600;    // settings, crash reports
     static constexpr mode_t kProgramFileMode = 0755;    // copies of executable files
 
+    // The program's folder inside each XDG base folder.
+    static constexpr const char* kAppFolder = "Orvane";
     // Subfolders of the user data folder.
     static constexpr const char* kCacheFolder = "Cache";
     static constexpr const char* kLogsFolder = "Logs";

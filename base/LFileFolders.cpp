@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr const char* kAppFolder = "Orvane";
 constexpr const char* kDefaultSharedData = "/usr/local/share";
 constexpr const char* kDefaultSharedConfig = "/etc/xdg";
 

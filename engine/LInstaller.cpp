@@ -26,7 +26,7 @@ std::string _UserDataFolderApp(const char* user)
     char folder[LFile::kPathBytes];
     bool fits = geteuid() == entry->pw_uid ? LFile::GetUserDataFolder(folder)
                                            : LFile::_MakeFilePath(folder, entry->pw_dir, ".local/share");
-    fits = LFile::_MakeFilePath(folder, folder, "Orvane") && fits;
+    fits = LFile::_MakeFilePath(folder, folder, LFile::kAppFolder) && fits;
     return fits ? folder : std::string();
 }
 
