@@ -2,19 +2,85 @@
 
 #include "engine/DJDeck.h"
 
+#include <algorithm>
+#include <climits>
+#include <span>
+
 namespace tool {
 
 namespace {
 
 constexpr int kLoopRenderSeconds = 30;  // a loop never ends by itself
 
+// The ranges of the deck panel's controls: what a deck is ever given.
+constexpr OptionRange kEqRange{"--eq L,M,H (dB)", -12, 12, true};
+constexpr OptionRange kHighPassRange{"--highpass (Hz)", 2, 20402, true};
+constexpr OptionRange kReverbRanges[] = {
+    {"--reverb MIX (percent)", 1, 99, true},
+    {"--reverb MS (room time, ms)", 0, 4000, true},
+    {"--reverb OPTION (damping)", 1, 100, true},
+};
+constexpr OptionRange kDistortionRanges[] = {
+    {"--distortion AMOUNT", 0, 1},
+    {"--distortion DB", -100, 12, true},
+};
+constexpr OptionRange kPhaserRanges[] = {
+    {"--phaser DELAY (ms)", 0, 10, true},
+    {"--phaser MIX (percent)", 0, 100, true},
+};
+constexpr OptionRange kFlangerRanges[] = {
+    {"--flanger DELAY (ms)", 0, 10, true},
+    {"--flanger RATE (sweep, Hz)", 0, 50},
+    {"--flanger DEPTH (percent)", 0, 100, true},
+    {"--flanger MIX (percent)", 0, 100, true},
+};
+constexpr OptionRange kDelayRanges[] = {
+    {"--delay FEEDBACK (percent)", 1, 99, true},
+    {"--delay TIME (ms)", 0, 1000, true},
+};
+constexpr OptionRange kPitchRange{"--pitch", 0.5, 1.5};
+
+// Each value against the range of its place in the list (one range serves every place when
+// only one is given).
+template <typename T>
+bool _CheckList(const std::vector<T>& values, std::span<const OptionRange> ranges)
+{
+    for (size_t i = 0; i < values.size(); ++i)
+        if (!CheckRange(ranges[std::min(i, ranges.size() - 1)], static_cast<double>(values[i])))
+            return false;
+    return true;
+}
+
+bool _CheckSettings(const DeckOptions& o)
+{
+    return _CheckList(o.eq, {&kEqRange, 1}) &&
+           (!o.highPass || CheckRange(kHighPassRange, *o.highPass)) &&
+           _CheckList(o.reverb, kReverbRanges) && _CheckList(o.distortion, kDistortionRanges) &&
+           _CheckList(o.phaser, kPhaserRanges) && _CheckList(o.flanger, kFlangerRanges) &&
+           _CheckList(o.delay, kDelayRanges) && CheckRange(kPitchRange, o.pitch);
+}
+
+// Positions lie within the track as it plays at the deck's pitch (`end` frames); a loop's end
+// must stay a frame count.
+bool _CheckPositions(const DeckOptions& o, int end, int channels)
+{
+    if (!CheckRange({"--start (frame)", 0, double(end), true}, o.start))
+        return false;
+    if (!o.loop.empty()) {
+        if (!CheckRange({"--loop CUE (frame)", 0, double(end), true}, o.loop[0]) ||
+            !CheckRange({"--loop FRAMES", 1, double(std::min(end, INT_MAX - o.loop[0])), true}, o.loop[1]))
+            return false;
+    }
+    return !o.frames || CheckRange({"--frames", 0, double(MaxWaveFrames(channels, WaveBits::k16)), true}, *o.frames);
+}
+
 // Puts every effect the options name on the deck, as the deck panel's controls would.
 void _ApplyEffects(const DeckOptions& o, DJDeck& deck)
 {
     if (!o.eq.empty())
         deck.SetEq(LdBValue(o.eq[0]), LdBValue(o.eq[1]), LdBValue(o.eq[2]));
-    if (o.highPass > 0)
-        deck.SetHighPass(o.highPass, true);
+    if (o.highPass)
+        deck.SetHighPass(*o.highPass, true);
     if (!o.reverb.empty())
         deck.SetReverb(o.reverb[0], LSoundTime(o.reverb[1]), static_cast<unsigned char>(o.reverb[2]), true);
     if (!o.distortion.empty())
@@ -28,23 +94,12 @@ void _ApplyEffects(const DeckOptions& o, DJDeck& deck)
         deck.SetDelay(o.delay[0], o.delay[1], true);
 }
 
-bool _InDBRange(const std::vector<int>& values)
-{
-    for (int v : values)
-        if (v < -127 || v > 127)
-            return false;
-    return true;
-}
-
 }  // namespace
 
 int Deck(const DeckOptions& options)
 {
-    if (!(options.pitch > 0) || options.start < 0 || !_InDBRange(options.eq) ||
-        (!options.distortion.empty() && (options.distortion[1] < -127 || options.distortion[1] > 127))) {
-        PrintError("--pitch must be above 0, --start at least 0 and dB values within -127..127");
+    if (!_CheckSettings(options))
         return kExitUsage;
-    }
     DJDeck deck;
     if (!deck.SetTrack(options.in.c_str())) {
         PrintError("%s: %s", options.in.c_str(), LGetSoundErrorText(deck.GetPositionSource()->GetError()));
@@ -53,15 +108,18 @@ int Deck(const DeckOptions& options)
     _ApplyEffects(options, deck);
     // Positions are in frames of the played stream, so the pitch comes first.
     deck.SetPitch(options.pitch);
+    LSoundSource source = deck.OpenSource();
+    if (!_CheckPositions(options, source->GetEndSample(), source->GetChannels()))
+        return kExitUsage;
     if (!options.loop.empty())
         deck.SetLoopFrames(options.loop[0], options.loop[1]);
     deck.SetRestartPosition(options.start);
 
-    LSoundSource source = deck.OpenSource();
-    int frames = options.frames;
-    if (frames < 0 && deck.IsLoopActive())
+    source = deck.OpenSource();
+    int frames = options.frames.value_or(-1);
+    if (!options.frames && deck.IsLoopActive())
         frames = kLoopRenderSeconds * source->GetRate();
-    return WriteWave(source, options.out, "16", frames);  // through the console's limiter
+    return WriteWave(source, options.out, WaveBits::k16, frames);  // through the console's limiter
 }
 
 }  // namespace tool

@@ -155,3 +155,24 @@ TEST(ByteOrder, FieldsReadAndWriteTheirBytesInOrder)
         EXPECT_EQ(written[width], 0xee) << width << ": nothing written past the field";
     }
 }
+
+// The ends of each integer file's range keep their sign through the file; one unit beyond,
+// the value wraps to the other end, which is what a writer's clamp must prevent.
+template <typename F>
+void ExpectRangeEnds(unsigned bits)
+{
+    const LSampleRange range = LPCMSampleRange(bits);
+    const std::vector<int> back = In(Out<F>({range.high, range.low, range.high + 1, range.low - 1}));
+    EXPECT_GE(back[0], 0x7f000) << bits;
+    EXPECT_LE(back[1], -0x7f000) << bits;
+    EXPECT_LT(back[2], 0) << bits << ": beyond the top wraps";
+    EXPECT_GT(back[3], 0) << bits << ": below the bottom wraps";
+}
+
+TEST(SampleFormats, IntegerRangesEndWhereTheFileWraps)
+{
+    ExpectRangeEnds<LSFU8>(8);
+    ExpectRangeEnds<LSF16>(16);
+    ExpectRangeEnds<LSFLE24>(24);
+    ExpectRangeEnds<LSF32>(32);
+}
