@@ -140,6 +140,7 @@ TEST(ToolInfo, EveryWaveFormatTheReadmeNames)
         {kWaveTagExtensible, 32, extensible(3), kErrCodec, "Extensible wave format"},
         {kWaveTagALaw, 8, "", kErrRefusedCodec, "Microsoft ALAW (CCITT A-Law)"},
         {kWaveTagMuLaw, 8, "", kErrRefusedCodec, "Microsoft MULAW (CCITT u-Law)"},
+        {kWaveTagTrueSpeech, 1, "", kErrRefusedCodec, "DSP Group True Speech"},
         {kWaveTagIMA, 4, "", kErrCodec, "Intel DVI ADPCM (IMA ADPCM)"},
         {kWaveTagGSM, 0, "", kErrCodec, "Microsoft GSM 6.10"},
         {kWaveTagMP3, 0, "", kErrCodec, "MPEG-1 Layer 3 (MP3)"},
