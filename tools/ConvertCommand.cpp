@@ -7,14 +7,6 @@
 
 namespace tool {
 
-namespace {
-
-// The reader's own limits: every file convert writes opens again.
-constexpr OptionRange kRateRange{"--rate (Hz)", 1, LWaveFile::kMaxRate, true};
-constexpr OptionRange kChannelsRange{"--channels", 1, LWaveFile::kMaxChannels, true};
-
-}  // namespace
-
 int Convert(const ConvertOptions& options)
 {
     if ((options.rate && !CheckRange(kRateRange, *options.rate)) ||

@@ -12,34 +12,6 @@ namespace {
 
 constexpr int kLoopRenderSeconds = 30;  // a loop never ends by itself
 
-// The ranges of the deck panel's controls: what a deck is ever given.
-constexpr OptionRange kEqRange{"--eq L,M,H (dB)", -12, 12, true};
-constexpr OptionRange kHighPassRange{"--highpass (Hz)", 2, 20402, true};
-constexpr OptionRange kReverbRanges[] = {
-    {"--reverb MIX (percent)", 1, 99, true},
-    {"--reverb MS (room time, ms)", 0, 4000, true},
-    {"--reverb OPTION (damping)", 1, 100, true},
-};
-constexpr OptionRange kDistortionRanges[] = {
-    {"--distortion AMOUNT", 0, 1},
-    {"--distortion DB", -100, 12, true},
-};
-constexpr OptionRange kPhaserRanges[] = {
-    {"--phaser DELAY (ms)", 0, 10, true},
-    {"--phaser MIX (percent)", 0, 100, true},
-};
-constexpr OptionRange kFlangerRanges[] = {
-    {"--flanger DELAY (ms)", 0, 10, true},
-    {"--flanger RATE (sweep, Hz)", 0, 50},
-    {"--flanger DEPTH (percent)", 0, 100, true},
-    {"--flanger MIX (percent)", 0, 100, true},
-};
-constexpr OptionRange kDelayRanges[] = {
-    {"--delay FEEDBACK (percent)", 1, 99, true},
-    {"--delay TIME (ms)", 0, 1000, true},
-};
-constexpr OptionRange kPitchRange{"--pitch", 0.5, 1.5};
-
 // Each value against the range of its place in the list (one range serves every place when
 // only one is given).
 template <typename T>
@@ -64,14 +36,17 @@ bool _CheckSettings(const DeckOptions& o)
 // must stay a frame count.
 bool _CheckPositions(const DeckOptions& o, int end, int channels)
 {
-    if (!CheckRange({"--start (frame)", 0, double(end), true}, o.start))
+    if (!CheckRange({"--start", "frame of the track", 0, double(end), true}, o.start))
         return false;
     if (!o.loop.empty()) {
-        if (!CheckRange({"--loop CUE (frame)", 0, double(end), true}, o.loop[0]) ||
-            !CheckRange({"--loop FRAMES", 1, double(std::min(end, INT_MAX - o.loop[0])), true}, o.loop[1]))
+        if (!CheckRange({"--loop CUE", "frame of the track", 0, double(end), true}, o.loop[0]))
+            return false;
+        const int longest = std::min(end, INT_MAX - o.loop[0]);  // the loop's end stays a frame count
+        if (!CheckRange({"--loop FRAMES", "length in frames", 1, double(longest), true}, o.loop[1]))
             return false;
     }
-    return !o.frames || CheckRange({"--frames", 0, double(MaxWaveFrames(channels, WaveBits::k16)), true}, *o.frames);
+    const int most = MaxWaveFrames(channels, WaveBits::k16);
+    return !o.frames || CheckRange({"--frames", "what a WAVE file holds", 0, double(most), true}, *o.frames);
 }
 
 // Puts every effect the options name on the deck, as the deck panel's controls would.

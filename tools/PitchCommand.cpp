@@ -4,14 +4,6 @@
 
 namespace tool {
 
-namespace {
-
-// From the deck's floor of 0.1 up to 10: beyond that the rate converter's first stage keeps
-// almost no band below its cut (2/speed - 0.047 of the source's rate).
-constexpr OptionRange kSpeedRange{"--speed", 0.1, 10.0};
-
-}  // namespace
-
 int Pitch(const PitchOptions& options)
 {
     if (!CheckRange(kSpeedRange, options.speed))

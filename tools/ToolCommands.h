@@ -5,6 +5,7 @@
 // returns the process exit code.
 
 #include "sound/LSoundSource.h"
+#include "tools/OptionRanges.h"
 
 #include <optional>
 #include <string>
@@ -20,16 +21,6 @@ enum ToolExit : int {
 
 // Prints one error line to stderr as "orvane-tool: <text>".
 void PrintError(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
-// The range a numeric option accepts; `whole` asks for an integral value.
-struct OptionRange {
-    const char* name;  // as the user writes it, e.g. "--reverb MIX (percent)"
-    double low;
-    double high;
-    bool whole = false;
-};
-// True when `value` is finite and within `range`; otherwise prints the range and its refusal.
-bool CheckRange(const OptionRange& range, double value);
 
 // Opens a file the way the program does, by its type.
 LSoundSource OpenByType(const std::string& path);
