@@ -85,10 +85,13 @@ private:
     LReadFileRef& _file;
 };
 
+// Only regular files: a pipe would block the open, and a device such as /dev/urandom would feed
+// the chunk walk for ever.
 bool _OpenRegular(LReadFileRef& file, char const* path)
 {
     struct stat info;
-    return file.Open(path) && fstat(file.GetDescriptor(), &info) == 0 && !S_ISDIR(info.st_mode);
+    return stat(path, &info) == 0 && S_ISREG(info.st_mode) && file.Open(path) &&
+           fstat(file.GetDescriptor(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
 LSoundSource _OpenPCM(LReadFileRef& file, const LWaveFileFormat& format, uint32_t dataBytes)

@@ -173,8 +173,12 @@ int WriteWave(LSoundSource& source, const std::string& out, WaveBits bits, int f
         PrintError("%s: interrupted, not written", out.c_str());
         return kExitFailed;
     }
-    if (result != kProcessFinished || failed || !temporary.Commit()) {
-        PrintError("%s: writing failed: %s", out.c_str(), std::strerror(errno));
+    if (result != kProcessFinished || failed) {
+        PrintError("%s: writing failed", out.c_str());
+        return kExitFailed;
+    }
+    if (!temporary.Commit()) {
+        PrintError("%s: cannot be put in place: %s", out.c_str(), std::strerror(errno));
         return kExitFailed;
     }
     return kExitOk;
