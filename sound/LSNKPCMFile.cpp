@@ -1,10 +1,13 @@
 #include "sound/LSNKPCMFile.h"
 
+#include "base/LFile.h"
 #include "base/LFileRef.h"
+#include "sound/LByteOrder.h"
 #include "sound/LSampleFormat.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -15,20 +18,6 @@ namespace {
 // Placeholders while writing: readers take sizes above 0xffffff00 as "still growing".
 constexpr uint32_t kRiffPlaceholder = 0xffffffff;
 constexpr uint32_t kDataPlaceholder = 0xffffffd9;
-// The largest true data size that still reads as a known length.
-constexpr int64_t kMaxDataBytes = 0xffffff00 - 38;
-
-void _Put16(uint8_t* at, uint32_t v)
-{
-    at[0] = uint8_t(v);
-    at[1] = uint8_t(v >> 8);
-}
-
-void _Put32(uint8_t* at, uint32_t v)
-{
-    _Put16(at, v);
-    _Put16(at + 2, v >> 16);
-}
 
 }  // namespace
 
@@ -37,7 +26,8 @@ LSNKPCMFileBase::LSNKPCMFileBase(char const* path, int rateHz, unsigned char cha
     : LSoundSinkBase(rateHz, channelCount), bytesPerSample(bytes), frameSize(bytes * channels)
 {
     conversion = std::make_unique<uint8_t[]>(static_cast<size_t>(frameSize) * kBlockFrames);
-    fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0644);  // never writable by others, whatever the umask
+    // Owner-writable whatever the umask: a recording is the user's file, not everyone's.
+    fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC, LFile::kFileMode);
     if (fd >= 0 && flock(fd, LOCK_SH | LOCK_NB) != 0) {
         close(fd);
         fd = -1;
@@ -72,20 +62,20 @@ bool LSNKPCMFileBase::_WriteHeader(uint32_t riffSize, uint32_t dataSize)
     const uint32_t bits = static_cast<uint32_t>(bytesPerSample) * 8;
     uint8_t header[kHeaderBytes] = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E',
                                     'f', 'm', 't', ' '};
-    _Put32(header + 4, riffSize);
-    _Put32(header + 16, 18);
-    _Put16(header + 20, 1);  // PCM, also for float data
-    _Put16(header + 22, channels);
-    _Put32(header + 24, static_cast<uint32_t>(rate));
-    _Put32(header + 28, static_cast<uint32_t>(rate) * channels * bits / 8);
-    _Put16(header + 32, bits / 8 * channels);
-    _Put16(header + 34, bits);
-    _Put16(header + 36, 0);
+    LPutLE32(header + 4, riffSize);
+    LPutLE32(header + 16, 18);
+    LPutLE16(header + 20, 1);  // PCM, also for float data
+    LPutLE16(header + 22, channels);
+    LPutLE32(header + 24, static_cast<uint32_t>(rate));
+    LPutLE32(header + 28, static_cast<uint32_t>(rate) * channels * bits / 8);
+    LPutLE16(header + 32, bits / 8 * channels);
+    LPutLE16(header + 34, bits);
+    LPutLE16(header + 36, 0);
     header[38] = 'd';
     header[39] = 'a';
     header[40] = 't';
     header[41] = 'a';
-    _Put32(header + 42, dataSize);
+    LPutLE32(header + 42, dataSize);
     return pwrite(fd, header, kHeaderBytes, 0) == kHeaderBytes;
 }
 
@@ -111,7 +101,7 @@ void LSNKPCMFile<F>::Write(int const* buffer, int frames)
 {
     if (frames <= 0)
         return;
-    position += frames;
+    position = position > INT_MAX - frames ? INT_MAX : position + frames;
     while (frames > 0) {
         const int piece = std::min(frames, kBlockFrames);
         ConvertSamplesOut(reinterpret_cast<F*>(conversion.get()), buffer, piece * channels);

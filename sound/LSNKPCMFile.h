@@ -10,6 +10,9 @@
 class LSNKPCMFileBase : public LSoundSinkBase {
 public:
     static constexpr int kHeaderBytes = 46;
+    // The largest data size that still reads back as a known length; a longer file's header
+    // stops there.
+    static constexpr int64_t kMaxDataBytes = 0xffffff00 - 38;
 
     // Opens `path` for reading and writing (created, not truncated) with a shared lock and
     // writes the placeholder header. A `startFrame` above 0 continues an earlier file from that

@@ -1,5 +1,6 @@
 #include "sound/LSRCPCMFile.h"
 
+#include "sound/LByteOrder.h"
 #include "sound/LSampleFormat.h"
 
 #include <algorithm>
@@ -16,6 +17,12 @@ constexpr unsigned int kUnknownLength = 0xffffff00;  // data sizes above this ar
 int _ClampFrames(int64_t frames)
 {
     return static_cast<int>(std::clamp<int64_t>(frames, INT_MIN, INT_MAX));
+}
+
+int64_t _FileBytes(int fd)
+{
+    struct stat info;
+    return fstat(fd, &info) == 0 ? info.st_size : 0;
 }
 
 ssize_t _ReadAt(int fd, void* dest, size_t bytes, int64_t offset)
@@ -45,7 +52,7 @@ LSRCPCMFileBase::LSRCPCMFileBase(LReadFileRef& file, int rateHz, unsigned char c
         _bytesPerSample = 2;
     }
     if (dataBytes <= kUnknownLength)
-        end = static_cast<int>(dataBytes / static_cast<unsigned>(frameSize));
+        end = _HeldFrames(dataBytes);
     conversion = std::make_unique<uint8_t[]>(static_cast<size_t>(frameSize) * kBlockFrames);
 }
 
@@ -62,16 +69,21 @@ int LSRCPCMFileBase::GetEndSample() const
     // The writer rewrites the data size when it finishes; until then the file size tells.
     uint8_t field[4];
     if (dataStart >= 4 && _ReadAt(fd, field, 4, dataStart - 4) == 4) {
-        const uint32_t size = field[0] | (field[1] << 8) | (field[2] << 16) | (uint32_t(field[3]) << 24);
+        const uint32_t size = LGetLE32(field);
         if (size <= kUnknownLength) {
-            end = static_cast<int>(size / static_cast<unsigned>(frameSize));
+            end = _HeldFrames(size);
             return end;
         }
     }
-    struct stat info;
-    if (fstat(fd, &info) != 0 || info.st_size <= dataStart)
-        return 0;
-    return _ClampFrames((info.st_size - dataStart) / frameSize);
+    return _HeldFrames(INT64_MAX);
+}
+
+int LSRCPCMFileBase::_HeldFrames(int64_t dataBytes) const
+{
+    // A size field may claim more than the file holds (a cut download, a corrupt header): the
+    // length is what is there, in whole frames, and always fits a frame count.
+    const int64_t held = fd >= 0 ? std::max<int64_t>(_FileBytes(fd) - dataStart, 0) : 0;
+    return _ClampFrames(std::min(dataBytes, held) / frameSize);
 }
 
 void LSRCPCMFileBase::Seek(int sample)

@@ -12,7 +12,7 @@
 class LSRCPCMFileBase : public LSoundSourceBase {
 public:
     // Takes over `file`'s descriptor (error 4 when it has none). `dataBytes` above 0xffffff00
-    // means the length is unknown.
+    // means the length is unknown; a known length is limited to what the file holds.
     LSRCPCMFileBase(LReadFileRef& file, int rate, unsigned char channels, int peak,
                     unsigned long bytesPerSample, unsigned int dataBytes);
     ~LSRCPCMFileBase() override;
@@ -41,6 +41,9 @@ protected:
     std::unique_ptr<uint8_t[]> conversion;
 
 private:
+    // Whole frames of `dataBytes`, or of the file behind the data start when it holds less.
+    int _HeldFrames(int64_t dataBytes) const;
+
     int _bytesPerSample;
 };
 

@@ -1,42 +1,13 @@
 #include "sound/LSampleFormat.h"
 
+#include "sound/LByteOrder.h"
+
 #include <cmath>
 #include <limits>
 
 namespace {
 
-// Values are converted through 32-bit words built from the bytes, so nothing depends on the
-// host's byte order or on alignment.
-inline uint32_t _Le16(const uint8_t* b) { return b[0] | (uint32_t(b[1]) << 8); }
-inline uint32_t _Be16(const uint8_t* b) { return b[1] | (uint32_t(b[0]) << 8); }
-inline uint32_t _Le32(const uint8_t* b)
-{
-    return b[0] | (uint32_t(b[1]) << 8) | (uint32_t(b[2]) << 16) | (uint32_t(b[3]) << 24);
-}
-inline uint32_t _Be32(const uint8_t* b)
-{
-    return b[3] | (uint32_t(b[2]) << 8) | (uint32_t(b[1]) << 16) | (uint32_t(b[0]) << 24);
-}
-inline void _PutLe16(uint8_t* b, uint32_t v)
-{
-    b[0] = uint8_t(v);
-    b[1] = uint8_t(v >> 8);
-}
-inline void _PutLe32(uint8_t* b, uint32_t v)
-{
-    b[0] = uint8_t(v);
-    b[1] = uint8_t(v >> 8);
-    b[2] = uint8_t(v >> 16);
-    b[3] = uint8_t(v >> 24);
-}
-inline void _PutBe32(uint8_t* b, uint32_t v)
-{
-    b[3] = uint8_t(v);
-    b[2] = uint8_t(v >> 8);
-    b[1] = uint8_t(v >> 16);
-    b[0] = uint8_t(v >> 24);
-}
-
+// Values are converted through 32-bit words built from the bytes (LByteOrder.h).
 inline int _From16(uint32_t word) { return int(int16_t(uint16_t(word))) * 16; }
 inline uint32_t _To16(int x) { return uint32_t((int64_t(x) + 8) >> 4); }
 // 32-bit words keep 12 more bits than the graph; rounding must not overflow at 0x7fffffff.
@@ -159,21 +130,20 @@ ORVANE_CONVERT_IN(LSFU8, (int(b[0]) - 128) * 4096)
 ORVANE_CONVERT_OUT(LSFU8, b[0] = uint8_t(((int64_t(x) + 2048) >> 12) - 128))
 ORVANE_CONVERT_IN(LSFS8, int(int8_t(b[0])) * 4096)
 ORVANE_CONVERT_OUT(LSFS8, b[0] = uint8_t((int64_t(x) + 2048) >> 12))
-ORVANE_CONVERT_IN(LSF16, _From16(_Le16(b)))
-ORVANE_CONVERT_OUT(LSF16, _PutLe16(b, _To16(x)))
-ORVANE_CONVERT_IN(LSFBE16, _From16(_Be16(b)))
-ORVANE_CONVERT_OUT(LSFBE16, (b[1] = uint8_t(_To16(x)), b[0] = uint8_t(_To16(x) >> 8)))
-ORVANE_CONVERT_IN(LSFLE24, _From24((uint32_t(b[0]) << 8) | (uint32_t(b[1]) << 16) | (uint32_t(b[2]) << 24)))
-ORVANE_CONVERT_OUT(LSFLE24, (b[0] = uint8_t(_To32(x) >> 8), b[1] = uint8_t(_To32(x) >> 16),
-                             b[2] = uint8_t(_To32(x) >> 24)))
-ORVANE_CONVERT_IN(LSFBE24, _From24((uint32_t(b[2]) << 8) | (uint32_t(b[1]) << 16) | (uint32_t(b[0]) << 24)))
-ORVANE_CONVERT_IN(LSF32, _From32(_Le32(b)))
-ORVANE_CONVERT_OUT(LSF32, _PutLe32(b, _To32(x)))
-ORVANE_CONVERT_IN(LSFBE32, _From32(_Be32(b)))
-ORVANE_CONVERT_IN(LSFF32, _FromFloat(_FloatOf(_Le32(b))))
-ORVANE_CONVERT_OUT(LSFF32, _PutLe32(b, _ToFloatWord(x)))
-ORVANE_CONVERT_IN(LSFFRE32, _FromFloat(_FloatOf(_Be32(b))))
-ORVANE_CONVERT_OUT(LSFFRE32, _PutBe32(b, _ToFloatWord(x)))
+ORVANE_CONVERT_IN(LSF16, _From16(LGetLE16(b)))
+ORVANE_CONVERT_OUT(LSF16, LPutLE16(b, _To16(x)))
+ORVANE_CONVERT_IN(LSFBE16, _From16(LGetBE16(b)))
+ORVANE_CONVERT_OUT(LSFBE16, LPutBE16(b, _To16(x)))
+ORVANE_CONVERT_IN(LSFLE24, _From24(LGetLE24(b) << 8))
+ORVANE_CONVERT_OUT(LSFLE24, LPutLE24(b, _To32(x) >> 8))
+ORVANE_CONVERT_IN(LSFBE24, _From24(LGetBE24(b) << 8))
+ORVANE_CONVERT_IN(LSF32, _From32(LGetLE32(b)))
+ORVANE_CONVERT_OUT(LSF32, LPutLE32(b, _To32(x)))
+ORVANE_CONVERT_IN(LSFBE32, _From32(LGetBE32(b)))
+ORVANE_CONVERT_IN(LSFF32, _FromFloat(_FloatOf(LGetLE32(b))))
+ORVANE_CONVERT_OUT(LSFF32, LPutLE32(b, _ToFloatWord(x)))
+ORVANE_CONVERT_IN(LSFFRE32, _FromFloat(_FloatOf(LGetBE32(b))))
+ORVANE_CONVERT_OUT(LSFFRE32, LPutBE32(b, _ToFloatWord(x)))
 ORVANE_CONVERT_IN(LSFALAW, LSFALAW::Get(b[0]))
 ORVANE_CONVERT_OUT(LSFALAW, b[0] = LSFALAW::Set(x))
 ORVANE_CONVERT_IN(LSFULAW, LSFULAW::Get(b[0]))

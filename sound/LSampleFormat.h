@@ -33,6 +33,21 @@ struct LSFULAW {
     static uint8_t Set(int value);
 };
 
+// The graph values an integer PCM file of `bits` (as the sink picks its form: up to 8, 16, 24,
+// above) keeps without wrapping. 16 and 8 bits round, so their ends lie off the step grid.
+struct LSampleRange {
+    int low;
+    int high;
+};
+constexpr LSampleRange LPCMSampleRange(unsigned bits)
+{
+    if (bits < 9)
+        return {-0x80800, 0x7f7ff};
+    if (bits < 17)
+        return {-0x80008, 0x7fff7};
+    return {-0x80000, 0x7ffff};
+}
+
 template <typename F>
 void ConvertSamplesIn(int* out, F const* in, int count);
 template <typename F>

@@ -2,6 +2,7 @@
 
 #include "base/LFile.h"
 #include "base/LFileRef.h"
+#include "sound/LByteOrder.h"
 #include "sound/LSNKPCMFile.h"
 #include "sound/LSRCPCMFile.h"
 #include "sound/LSampleFormat.h"
@@ -15,13 +16,10 @@ namespace {
 
 constexpr uint32_t kMinFormatBytes = 16;
 constexpr uint32_t kMaxFormatBytes = 8192;
-constexpr uint32_t kMaxRate = 196000;  // Hz
 // The sub-format GUID of extensible integer PCM, as stored in the file.
 constexpr uint8_t kSubtypePCM[16] = {0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x10, 0x00,
                                      0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71};
 
-uint16_t _Le16(const uint8_t* b) { return uint16_t(b[0] | (b[1] << 8)); }
-uint32_t _Le32(const uint8_t* b) { return _Le16(b) | (uint32_t(_Le16(b + 2)) << 16); }
 uint64_t _Padded(uint32_t size) { return (uint64_t(size) + 1) & ~uint64_t(1); }
 
 // Walks the chunks of a WAVE file up to its data. Every step returns an error state, 0 when
@@ -41,13 +39,13 @@ public:
         uint8_t block[kMaxFormatBytes];
         if (_file.Read(block, size) != size || ((size & 1) && !_file.SeekOffset64(1)))
             return kErrBadFormat;
-        format.wFormatTag = _Le16(block);
-        format.nChannels = _Le16(block + 2);
-        format.nSamplesPerSec = _Le32(block + 4);
-        format.nAvgBytesPerSec = _Le32(block + 8);
-        format.nBlockAlign = _Le16(block + 12);
-        format.wBitsPerSample = _Le16(block + 14);
-        format.cbSize = size >= 18 ? _Le16(block + 16) : 0;
+        format.wFormatTag = LGetLE16(block);
+        format.nChannels = LGetLE16(block + 2);
+        format.nSamplesPerSec = LGetLE32(block + 4);
+        format.nAvgBytesPerSec = LGetLE32(block + 8);
+        format.nBlockAlign = LGetLE16(block + 12);
+        format.wBitsPerSample = LGetLE16(block + 14);
+        format.cbSize = size >= 18 ? LGetLE16(block + 16) : 0;
         extensiblePCM = format.wFormatTag == kWaveTagExtensible && format.cbSize >= 22 &&
                         size >= 40 && std::memcmp(block + 24, kSubtypePCM, 16) == 0;
         return kErrNone;
@@ -65,7 +63,7 @@ private:
         while (_file.Read(head, 12) == 12) {
             if (std::memcmp(head, "RIFF", 4) == 0 && std::memcmp(head + 8, "WAVE", 4) == 0)
                 return true;
-            const uint64_t size = _Padded(_Le32(head + 4));
+            const uint64_t size = _Padded(LGetLE32(head + 4));
             if (size < 5 || !_file.SeekOffset64(static_cast<int64_t>(size) - 4))
                 return false;
         }
@@ -76,7 +74,7 @@ private:
     {
         uint8_t head[8];
         while (_file.Read(head, 8) == 8) {
-            size = _Le32(head + 4);
+            size = LGetLE32(head + 4);
             if (std::memcmp(head, id, 4) == 0)
                 return true;
             if (!_file.SeekOffset64(static_cast<int64_t>(_Padded(size))))
@@ -88,10 +86,13 @@ private:
     LReadFileRef& _file;
 };
 
+// Only regular files: a pipe would block the open, and a device such as /dev/urandom would feed
+// the chunk walk for ever.
 bool _OpenRegular(LReadFileRef& file, char const* path)
 {
     struct stat info;
-    return file.Open(path) && fstat(file.GetDescriptor(), &info) == 0 && !S_ISDIR(info.st_mode);
+    return stat(path, &info) == 0 && S_ISREG(info.st_mode) && file.Open(path) &&
+           fstat(file.GetDescriptor(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
 LSoundSource _OpenPCM(LReadFileRef& file, const LWaveFileFormat& format, uint32_t dataBytes)
@@ -145,8 +146,8 @@ LSoundSource LWaveFile::OpenSource(char const* path)
         return MakeErrorSource(kErrBadFormat);
     if (extensiblePCM)
         format.wFormatTag = kWaveTagPCM;
-    if (format.nChannels < 1 || format.nChannels > 255 || format.nSamplesPerSec < 1 ||
-        format.nSamplesPerSec > kMaxRate)
+    if (format.nChannels < 1 || format.nChannels > LWaveFile::kMaxChannels ||
+        format.nSamplesPerSec < 1 || format.nSamplesPerSec > LWaveFile::kMaxRate)
         return MakeErrorSource(kErrBadFormat);
     return _OpenByTag(file, format, dataBytes);
 }

@@ -33,6 +33,10 @@ enum : uint16_t {
 // Opening and creating WAVE files.
 class LWaveFile {
 public:
+    // What the reader accepts; a file beyond these is error 3, so writers keep within them.
+    static constexpr int kMaxRate = 196000;  // Hz
+    static constexpr int kMaxChannels = 255;
+
     // A source over the file's data; on failure an error source: 3 corrupt or unsupported
     // shape, 4 unreadable, 5 codec not handled, 7 refused codec.
     static LSoundSource OpenSource(char const* path);

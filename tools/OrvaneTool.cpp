@@ -24,6 +24,11 @@ struct ToolApp {
     }
 };
 
+std::string _Ranges(const tool::OptionRange& range)
+{
+    return tool::DescribeRanges({&range, 1});
+}
+
 void _DeclareInfo(ToolApp& tool)
 {
     static std::string path;
@@ -39,10 +44,12 @@ void _DeclareConvert(ToolApp& tool)
                                  [] { return tool::Convert(options); });
     convert->add_option("IN", options.in, "Audio file to read")->required();
     convert->add_option("OUT", options.out, "WAVE file to write")->required();
-    convert->add_option("--bits", options.bits, "Sample depth of OUT")
-        ->check(CLI::IsMember({"8", "16", "24", "32", "float"}));
-    convert->add_option("--rate", options.rate, "Sample rate of OUT (Hz)");
-    convert->add_option("--channels", options.channels, "Channel count of OUT");
+    // Integer depths only: a float file would carry tag 1 as the WAVE sink writes it, and
+    // other programs would read it as noise.
+    convert->add_option("--bits", options.bits, "Sample depth of OUT: 8, 16, 24 or 32")
+        ->check(CLI::IsMember({"8", "16", "24", "32"}));
+    convert->add_option("--rate", options.rate, "Sample rate of OUT: " + _Ranges(tool::kRateRange));
+    convert->add_option("--channels", options.channels, "Channels of OUT: " + _Ranges(tool::kChannelsRange));
 }
 
 void _DeclareSettings(ToolApp& tool)
@@ -73,7 +80,7 @@ void _DeclarePitch(ToolApp& tool)
                                [] { return tool::Pitch(options); });
     pitch->add_option("IN", options.in, "Audio file to read")->required();
     pitch->add_option("OUT", options.out, "WAVE file to write")->required();
-    pitch->add_option("--speed", options.speed, "Speed, 1.0 normal; below 0.1 plays at 0.1")->required();
+    pitch->add_option("--speed", options.speed, "Speed: " + _Ranges(tool::kSpeedRange))->required();
 }
 
 void _DeclareDeck(ToolApp& tool)
@@ -83,16 +90,22 @@ void _DeclareDeck(ToolApp& tool)
                               [] { return tool::Deck(o); });
     deck->add_option("IN", o.in, "WAVE file on the deck")->required();
     deck->add_option("OUT", o.out, "WAVE file to write (16 bits)")->required();
-    deck->add_option("--eq", o.eq, "Equaliser L,M,H in dB")->delimiter(',')->expected(3);
-    deck->add_option("--highpass", o.highPass, "High pass corner (Hz)");
-    deck->add_option("--reverb", o.reverb, "Reverb MIX,MS,OPTION")->delimiter(',')->expected(3);
-    deck->add_option("--distortion", o.distortion, "Distortion AMOUNT,DB")->delimiter(',')->expected(2);
-    deck->add_option("--phaser", o.phaser, "Phaser A,B")->delimiter(',')->expected(2);
-    deck->add_option("--flanger", o.flanger, "Flanger A,B,C,D")->delimiter(',')->expected(4);
-    deck->add_option("--delay", o.delay, "Delay A,B")->delimiter(',')->expected(2);
-    deck->add_option("--pitch", o.pitch, "Speed ratio, 1.0 normal");
-    deck->add_option("--loop", o.loop, "Loop CUE,FRAMES")->delimiter(',')->expected(2);
-    deck->add_option("--start", o.start, "First frame");
+    deck->add_option("--eq", o.eq, "Equaliser L,M,H, each " + _Ranges(tool::kEqRange))->delimiter(',')->expected(3);
+    deck->add_option("--highpass", o.highPass, "High pass: " + _Ranges(tool::kHighPassRange));
+    deck->add_option("--reverb", o.reverb, "Reverb: " + tool::DescribeRanges(tool::kReverbRanges))
+        ->delimiter(',')->expected(3);
+    deck->add_option("--distortion", o.distortion, "Distortion: " + tool::DescribeRanges(tool::kDistortionRanges))
+        ->delimiter(',')->expected(2);
+    deck->add_option("--phaser", o.phaser, "Phaser: " + tool::DescribeRanges(tool::kPhaserRanges))
+        ->delimiter(',')->expected(2);
+    deck->add_option("--flanger", o.flanger, "Flanger: " + tool::DescribeRanges(tool::kFlangerRanges))
+        ->delimiter(',')->expected(4);
+    deck->add_option("--delay", o.delay, "Delay: " + tool::DescribeRanges(tool::kDelayRanges))
+        ->delimiter(',')->expected(2);
+    deck->add_option("--pitch", o.pitch, "Pitch: " + _Ranges(tool::kPitchRange));
+    deck->add_option("--loop", o.loop, "Loop CUE,FRAMES: first frame and length, within the played track")
+        ->delimiter(',')->expected(2);
+    deck->add_option("--start", o.start, "First frame, within the played track (frames count at the pitch)");
     deck->add_option("--frames", o.frames, "Frames to render (default: to the end; 30 s with a loop)");
 }
 

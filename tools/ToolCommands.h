@@ -1,19 +1,23 @@
 #pragma once
 
 // The subcommands of orvane-tool. Each takes plain arguments (parsed in OrvaneTool.cpp, the
-// only file that includes the argument parser) and returns the process exit code:
-// 0 success, 1 failed operation, 2 bad usage.
+// only file that includes the argument parser), checks every number against its range, and
+// returns the process exit code.
 
 #include "sound/LSoundSource.h"
+#include "tools/OptionRanges.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace tool {
 
-constexpr int kExitOk = 0;
-constexpr int kExitFailed = 1;
-constexpr int kExitUsage = 2;
+enum ToolExit : int {
+    kExitOk = 0,
+    kExitFailed = 1,  // the operation failed: unreadable file, error state, write failure
+    kExitUsage = 2,   // bad arguments
+};
 
 // Prints one error line to stderr as "orvane-tool: <text>".
 void PrintError(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -27,10 +31,9 @@ int Info(const std::string& path);
 struct ConvertOptions {
     std::string in;
     std::string out;
-    std::string bits = "16";  // 8, 16, 24, 32 or float
-    static constexpr int kUnset = -1;
-    int rate = kUnset;        // Hz; unset: the input's
-    int channels = kUnset;    // unset: the input's
+    std::string bits = "16";      // 8, 16, 24 or 32
+    std::optional<int> rate;      // Hz; unset: the input's
+    std::optional<int> channels;  // unset: the input's
 };
 // convert IN OUT.wav: IN, at the rate and channels asked (exact mode) or its own, into a WAVE
 // file of the chosen depth.
@@ -39,10 +42,15 @@ int Convert(const ConvertOptions& options);
 int SettingsGet(const std::string& section, const std::string& key);
 int SettingsSet(const std::string& section, const std::string& key, const std::string& value);
 
-// Writes `frames` frames of `source` (-1: from its position to its end) to OUT.wav of `bits`
-// (as convert's --bits), through the peak limiter when the source's peak asks for it and held
-// within what the file can keep; OUT appears only when complete.
-int WriteWave(LSoundSource& source, const std::string& out, const std::string& bits, int frames = -1);
+// The integer depth of a file OUT.wav that WriteWave makes.
+enum class WaveBits : unsigned short { k8 = 8, k16 = 16, k24 = 24, k32 = 32 };
+// Frames of `channels` at `bits` that a WAVE file holds while its sizes still read back.
+int MaxWaveFrames(int channels, WaveBits bits);
+// Writes `frames` frames of `source` (-1: from its position to its end) to OUT.wav, through
+// the peak limiter when the source's peak asks for it and always held within what the file
+// keeps. OUT appears only when complete; a source in an error state, a length the file
+// cannot hold, a failed write or an interruption (Ctrl-C, SIGTERM) leave no file and give 1.
+int WriteWave(LSoundSource& source, const std::string& out, WaveBits bits, int frames = -1);
 
 struct PitchOptions {
     std::string in;
@@ -53,21 +61,21 @@ struct PitchOptions {
 int Pitch(const PitchOptions& options);
 
 // deck IN.wav OUT.wav [options]: IN through the chain a deck builds with those settings on.
-// Lists hold the values of one option in order; an empty list leaves that effect off.
+// Lists hold the values of one option in order; an empty list leaves that setting off.
 struct DeckOptions {
     std::string in;
     std::string out;
     std::vector<int> eq;            // low, mid, high dB
-    int highPass = 0;               // Hz; 0 off
-    std::vector<int> reverb;        // mix percent, time ms, option
+    std::optional<int> highPass;    // corner Hz
+    std::vector<int> reverb;        // mix percent, time ms, damping
     std::vector<double> distortion; // amount, gain dB
-    std::vector<int> phaser;        // a, b
-    std::vector<double> flanger;    // a, b, c, d
-    std::vector<int> delay;         // a, b
+    std::vector<int> phaser;        // delay ms, mix percent
+    std::vector<double> flanger;    // delay ms, sweep rate Hz, depth percent, mix percent
+    std::vector<int> delay;         // feedback percent, time ms
     double pitch = 1.0;
     std::vector<int> loop;          // cue frame, length in frames
     int start = 0;                  // frame
-    int frames = -1;                // -1: to the end, or 30 s with a loop
+    std::optional<int> frames;      // unset: to the end, or 30 s with a loop
 };
 int Deck(const DeckOptions& options);
 

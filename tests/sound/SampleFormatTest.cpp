@@ -1,3 +1,4 @@
+#include "sound/LByteOrder.h"
 #include "sound/LSampleFormat.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -126,4 +128,51 @@ TEST(SampleFormats, CompandingFollowsG711)
         ASSERT_LE(std::abs(LSFULAW::Get(LSFULAW::Set(x * 16)) - x * 16), bound) << x;
     }
     EXPECT_EQ(In(Out<LSFULAW>({0, 32124 * 16})), (std::vector<int>{0, 32124 * 16}));
+}
+
+TEST(ByteOrder, FieldsReadAndWriteTheirBytesInOrder)
+{
+    const uint8_t bytes[4] = {0x12, 0x34, 0x56, 0x87};
+    // Reader, writer, width, the value of `bytes` in that order.
+    using Get = uint32_t (*)(const uint8_t*);
+    using Put = void (*)(uint8_t*, uint32_t);
+    const std::tuple<Get, Put, size_t, uint32_t> fields[] = {
+        {[](const uint8_t* b) -> uint32_t { return LGetLE16(b); }, LPutLE16, 2, 0x3412},
+        {[](const uint8_t* b) -> uint32_t { return LGetBE16(b); }, LPutBE16, 2, 0x1234},
+        {LGetLE24, LPutLE24, 3, 0x563412},
+        {LGetBE24, nullptr, 3, 0x123456},
+        {LGetLE32, LPutLE32, 4, 0x87563412},
+        {LGetBE32, LPutBE32, 4, 0x12345687},
+    };
+    for (const auto& [get, put, width, value] : fields) {
+        EXPECT_EQ(get(bytes), value) << width;
+        if (!put)
+            continue;
+        uint8_t written[5] = {0xee, 0xee, 0xee, 0xee, 0xee};
+        const uint32_t above = width < 4 ? ~0u << (8 * width) : 0;  // bits the field drops
+        put(written, value | above);
+        EXPECT_EQ(std::memcmp(written, bytes, width), 0) << width;
+        EXPECT_EQ(written[width], 0xee) << width << ": nothing written past the field";
+    }
+}
+
+// The ends of each integer file's range keep their sign through the file; one unit beyond,
+// the value wraps to the other end, which is what a writer's clamp must prevent.
+template <typename F>
+void ExpectRangeEnds(unsigned bits)
+{
+    const LSampleRange range = LPCMSampleRange(bits);
+    const std::vector<int> back = In(Out<F>({range.high, range.low, range.high + 1, range.low - 1}));
+    EXPECT_GE(back[0], 0x7f000) << bits;
+    EXPECT_LE(back[1], -0x7f000) << bits;
+    EXPECT_LT(back[2], 0) << bits << ": beyond the top wraps";
+    EXPECT_GT(back[3], 0) << bits << ": below the bottom wraps";
+}
+
+TEST(SampleFormats, IntegerRangesEndWhereTheFileWraps)
+{
+    ExpectRangeEnds<LSFU8>(8);
+    ExpectRangeEnds<LSF16>(16);
+    ExpectRangeEnds<LSFLE24>(24);
+    ExpectRangeEnds<LSF32>(32);
 }

@@ -2,17 +2,23 @@
 
 // Builds WAVE files byte by byte for reader tests.
 
+#include "sound/LByteOrder.h"
+
 #include <cstdint>
 #include <string>
 
 inline std::string Le16(uint32_t v)
 {
-    return std::string{char(v & 0xff), char((v >> 8) & 0xff)};
+    uint8_t bytes[2];
+    LPutLE16(bytes, v);
+    return std::string(reinterpret_cast<const char*>(bytes), 2);
 }
 
 inline std::string Le32(uint32_t v)
 {
-    return Le16(v) + Le16(v >> 16);
+    uint8_t bytes[4];
+    LPutLE32(bytes, v);
+    return std::string(reinterpret_cast<const char*>(bytes), 4);
 }
 
 inline std::string Chunk(const std::string& id, const std::string& body)

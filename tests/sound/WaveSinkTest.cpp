@@ -14,6 +14,8 @@
 #include <tuple>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace {
 
 // What a stereo sink leaves behind: an 18-byte PCM format chunk, then the data.
@@ -65,8 +67,13 @@ TEST(WaveSink, HeaderHoldsPlaceholdersWhileWritingAndTheTruthAfterClose)
     const std::string path = folder / "out.wav";
     const std::vector<int> values{0x7fff0, -0x80000, 16, -16, 8, 0};
     {
+        const mode_t umaskBefore = umask(0);  // the program runs so; the file stays the user's
         LSoundSink sink = LWaveFile::OpenSinkPCM(path.c_str(), 48000, 2, 16, 0);
+        umask(umaskBefore);
         ASSERT_EQ(sink->GetError() & 1, 0);
+        struct stat info;
+        ASSERT_EQ(stat(path.c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777, 0644u);
         sink->Write(values.data(), 3);
         EXPECT_EQ(sink->GetPosition(), 3);
         const std::string open = ReadWholeFile(path);

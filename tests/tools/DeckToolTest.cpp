@@ -67,10 +67,50 @@ TEST(ToolDeck, RendersTheDecksOwnChainThroughTheLimiterAndRefusesBadOptions)
     EXPECT_EQ(ReadWave(out).size(), 2u * 777);
 
     const std::string fresh = folder / "never.wav";
-    for (const char* bad : {"--eq 1,2", "--pitch 0", "--eq=200,0,0", "--flanger 1,2,3", "--start -5"})
+    for (const char* bad : {"--eq 1,2", "--flanger 1,2,3", "--start x", "--loop 1"})
         EXPECT_EQ(RunTool(folder, "deck " + in + " " + fresh + " " + bad).exitCode, 2) << bad;
     ToolRun missing = RunTool(folder, "deck " + folder / "gone.wav" + " " + fresh);
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_NE(missing.err.find("gone.wav"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(fresh));
+}
+
+// Every number outside the range of the deck panel's control (or of the track, for positions)
+// is a usage error that names the range; nothing is written.
+TEST(ToolDeck, RefusesEveryValueOutsideItsRange)
+{
+    TempFolder folder;
+    const std::string in = WriteLoudTrack(folder);
+    const std::string out = folder / "never.wav";
+    // Option and value, and the range the message must name.
+    const std::pair<const char*, const char*> refusals[] = {
+        {"--eq=-13,0,0", "-12 to 12"},          {"--eq 0,0,12.5", "Could not convert"},
+        {"--highpass 0", "2 to 20402"},          {"--highpass 20403", "2 to 20402"},
+        {"--reverb 150,100,10", "1 to 99"},      {"--reverb 0,100,10", "1 to 99"},
+        {"--reverb 50,4001,10", "0 to 4000"},    {"--reverb 50,100,0", "1 to 100"},
+        {"--reverb 50,100,256", "1 to 100"},     {"--distortion nan,3", "0 to 1"},
+        {"--distortion 1.5,3", "0 to 1"},        {"--distortion 0.5,nan", "-100 to 12"},
+        {"--distortion 0.5,13", "-100 to 12"},   {"--distortion 0.5,2.5", "whole number"},
+        {"--distortion 0.5,-1e308", "-100 to 12"}, {"--phaser 11,50", "0 to 10"},
+        {"--phaser 5,101", "0 to 100"},          {"--flanger -1,1,50,50", "0 to 10"},
+        {"--flanger 5,inf,50,50", "0 to 50"},    {"--flanger 5,1,101,50", "0 to 100"},
+        {"--flanger 5,1,50,-0.5", "0 to 100"},   {"--flanger 5,1,40.5,50", "whole number"},
+        {"--delay 0,100", "1 to 99"},            {"--delay 100,100", "1 to 99"},
+        {"--delay 50,1001", "0 to 1000"},        {"--pitch 0.49", "0.5 to 1.5"},
+        {"--pitch 1e9", "0.5 to 1.5"},           {"--pitch inf", "0.5 to 1.5"},
+        {"--pitch nan", "0.5 to 1.5"},           {"--pitch -0", "0.5 to 1.5"},
+        {"--start -5", "0 to 22050"},            {"--start 22051", "0 to 22050"},
+        {"--loop 2147483000,1000", "0 to 22050"}, {"--loop -1,1000", "0 to 22050"},
+        {"--loop 100,0", "1 to 22050"},          {"--loop 100,2147483647", "1 to 22050"},
+        {"--frames -5", "0 to "},                {"--frames 2147483647", "0 to "},
+        {"--frames 3000000000", "Could not convert"},
+    };
+    for (const auto& [option, range] : refusals) {
+        const ToolRun run = RunTool(folder, "deck " + in + " " + out + " " + option);
+        EXPECT_EQ(run.exitCode, 2) << option;
+        EXPECT_NE(run.err.find(range), std::string::npos) << option << ": " << run.err;
+        EXPECT_FALSE(std::filesystem::exists(out)) << option;
+    }
+    // Positions are in frames of the pitched track: at 0.5 it is twice as long.
+    EXPECT_EQ(RunTool(folder, "deck " + in + " " + out + " --pitch 0.5 --start 44100").exitCode, 0);
 }

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <tuple>
@@ -52,8 +53,8 @@ TEST(ToolPitch, ChangesLengthKeepsTheRateLabel)
 {
     TempFolder folder;
     const std::string in = WriteTone(folder);
-    // 1.05: L 20, M 21; below 0.1 plays at 0.1; 1 is the file unchanged.
-    for (auto [speed, frames] : {std::pair{"1.05", 44100 / 21 * 20}, {"0.05", 441000}, {"1", 44100}}) {
+    // 1.05: L 20, M 21; 0.1 is ten times as long; 1 is the file unchanged.
+    for (auto [speed, frames] : {std::pair{"1.05", 44100 / 21 * 20}, {"0.1", 441000}, {"1", 44100}}) {
         const std::string out = folder / "p.wav";
         const ToolRun run = RunTool(folder, "pitch " + in + " " + out + " --speed " + speed);
         ASSERT_EQ(run.exitCode, 0) << run.err;
@@ -63,8 +64,40 @@ TEST(ToolPitch, ChangesLengthKeepsTheRateLabel)
     }
     EXPECT_EQ(ReadAllOf(LWaveFile::OpenSource((folder / "p.wav").c_str())), ReadAllOf(LWaveFile::OpenSource(in.c_str())));
 
-    for (const char* usage : {"", " --speed 0"})
-        EXPECT_EQ(RunTool(folder, "pitch " + in + " " + folder / "q.wav" + usage).exitCode, 2) << usage;
+    // Speeds the deck would silently play at another speed are refused, naming the range.
+    for (const char* usage : {"", " --speed 0", " --speed 0.05", " --speed 10.5", " --speed 1e9", " --speed inf",
+                              " --speed nan", " --speed -0", " --speed -1"}) {
+        const ToolRun run = RunTool(folder, "pitch " + in + " " + folder / "q.wav" + usage);
+        EXPECT_EQ(run.exitCode, 2) << usage;
+        if (*usage) {
+            EXPECT_NE(run.err.find("0.1 to 10"), std::string::npos) << usage << ": " << run.err;
+        }
+    }
     EXPECT_EQ(RunTool(folder, "pitch " + folder / "absent.wav " + folder / "q.wav --speed 2").exitCode, 1);
     EXPECT_FALSE(std::filesystem::exists(folder / "q.wav"));
+}
+
+// Loud noise through the converter swings past full scale; those values are held at the file's
+// ends, never wrapped into jumps across the whole range (33,314 such jumps before).
+TEST(ToolPitch, LoudNoiseHasNoWrapJumps)
+{
+    TempFolder folder;
+    const std::string in = folder / "noise.wav";
+    constexpr int kFrames = 44100;
+    std::vector<int> values(2 * kFrames);
+    uint32_t seed = 12345;
+    double pink = 0;
+    for (int& v : values) {
+        seed = seed * 1664525u + 1013904223u;
+        pink = 0.9 * pink + 0.6 * (int(seed >> 16) - 32768);  // leaning to the lows, and clipped
+        v = std::clamp(int(pink), -32768, 32767) * 16;
+    }
+    LWaveFile::OpenSinkPCM(in.c_str(), 44100, 2, 16, 0)->Write(values.data(), kFrames);
+    const std::string out = folder / "p.wav";
+    ASSERT_EQ(RunTool(folder, "pitch " + in + " " + out + " --speed 1.02").exitCode, 0);
+    const std::vector<int> got = ReadWave(out);
+    int jumps = 0;
+    for (size_t i = 2; i < got.size(); ++i)
+        jumps += std::abs(got[i] - got[i - 2]) > 50000 * 16;
+    EXPECT_EQ(jumps, 0);
 }
