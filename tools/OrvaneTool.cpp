@@ -24,6 +24,24 @@ struct ToolApp {
     }
 };
 
+// Whole numbers are decimal: CLI11 reads "010" as octal 8 and "0x10" as 16, which nobody typing a
+// frame or a rate means. Leading zeros are dropped and a base prefix is refused.
+const CLI::Validator kDecimal(
+    [](std::string& text) -> std::string {
+        const size_t digits = text.find_first_not_of("+-");
+        if (digits == std::string::npos || digits > 1)
+            return {};  // not a number: the option's own conversion reports it
+        const size_t first = text.find_first_not_of('0', digits);
+        if (first != std::string::npos && (text[first] == 'x' || text[first] == 'X' || text[first] == 'b'))
+            return "a decimal whole number is due: " + text;
+        if (first == std::string::npos)
+            text.replace(digits, std::string::npos, "0");
+        else
+            text.erase(digits, first - digits);
+        return {};
+    },
+    "", "DECIMAL");
+
 std::string _Ranges(const tool::OptionRange& range)
 {
     return tool::DescribeRanges({&range, 1});
@@ -48,8 +66,8 @@ void _DeclareConvert(ToolApp& tool)
     // other programs would read it as noise.
     convert->add_option("--bits", options.bits, "Sample depth of OUT: 8, 16, 24 or 32")
         ->check(CLI::IsMember({"8", "16", "24", "32"}));
-    convert->add_option("--rate", options.rate, "Sample rate of OUT: " + _Ranges(tool::kRateRange));
-    convert->add_option("--channels", options.channels, "Channels of OUT: " + _Ranges(tool::kChannelsRange));
+    convert->add_option("--rate", options.rate, "Sample rate of OUT: " + _Ranges(tool::kRateRange))->transform(kDecimal);
+    convert->add_option("--channels", options.channels, "Channels of OUT: " + _Ranges(tool::kChannelsRange))->transform(kDecimal);
 }
 
 void _DeclareSettings(ToolApp& tool)
@@ -90,23 +108,23 @@ void _DeclareDeck(ToolApp& tool)
                               [] { return tool::Deck(o); });
     deck->add_option("IN", o.in, "WAVE file on the deck")->required();
     deck->add_option("OUT", o.out, "WAVE file to write (16 bits)")->required();
-    deck->add_option("--eq", o.eq, "Equaliser L,M,H, each " + _Ranges(tool::kEqRange))->delimiter(',')->expected(3);
-    deck->add_option("--highpass", o.highPass, "High pass: " + _Ranges(tool::kHighPassRange));
+    deck->add_option("--eq", o.eq, "Equaliser L,M,H, each " + _Ranges(tool::kEqRange))->delimiter(',')->expected(3)->transform(kDecimal);
+    deck->add_option("--highpass", o.highPass, "High pass: " + _Ranges(tool::kHighPassRange))->transform(kDecimal);
     deck->add_option("--reverb", o.reverb, "Reverb: " + tool::DescribeRanges(tool::kReverbRanges))
-        ->delimiter(',')->expected(3);
+        ->delimiter(',')->expected(3)->transform(kDecimal);
     deck->add_option("--distortion", o.distortion, "Distortion: " + tool::DescribeRanges(tool::kDistortionRanges))
         ->delimiter(',')->expected(2);
     deck->add_option("--phaser", o.phaser, "Phaser: " + tool::DescribeRanges(tool::kPhaserRanges))
-        ->delimiter(',')->expected(2);
+        ->delimiter(',')->expected(2)->transform(kDecimal);
     deck->add_option("--flanger", o.flanger, "Flanger: " + tool::DescribeRanges(tool::kFlangerRanges))
         ->delimiter(',')->expected(4);
     deck->add_option("--delay", o.delay, "Delay: " + tool::DescribeRanges(tool::kDelayRanges))
-        ->delimiter(',')->expected(2);
+        ->delimiter(',')->expected(2)->transform(kDecimal);
     deck->add_option("--pitch", o.pitch, "Pitch: " + _Ranges(tool::kPitchRange));
     deck->add_option("--loop", o.loop, "Loop CUE,FRAMES: first frame and length, within the played track")
-        ->delimiter(',')->expected(2);
-    deck->add_option("--start", o.start, "First frame, within the played track (frames count at the pitch)");
-    deck->add_option("--frames", o.frames, "Frames to render (default: to the end; 30 s with a loop)");
+        ->delimiter(',')->expected(2)->transform(kDecimal);
+    deck->add_option("--start", o.start, "First frame, within the played track (frames count at the pitch)")->transform(kDecimal);
+    deck->add_option("--frames", o.frames, "Frames to render (default: to the end; 30 s with a loop)")->transform(kDecimal);
 }
 
 void _DeclareCommands(ToolApp& tool)

@@ -103,7 +103,7 @@ TEST(ToolDeck, RefusesEveryValueOutsideItsRange)
         {"--loop 2147483000,1000", "0 to 22050"}, {"--loop -1,1000", "0 to 22050"},
         {"--loop 100,0", "1 to 22050"},          {"--loop 100,2147483647", "1 to 22050"},
         {"--frames -5", "0 to "},                {"--frames 2147483647", "0 to "},
-        {"--frames 3000000000", "Could not convert"},
+        {"--frames 3000000000", "Could not convert"}, {"--start 0x10", "decimal"},
     };
     for (const auto& [option, range] : refusals) {
         const ToolRun run = RunTool(folder, "deck " + in + " " + out + " " + option);
@@ -113,4 +113,9 @@ TEST(ToolDeck, RefusesEveryValueOutsideItsRange)
     }
     // Positions are in frames of the pitched track: at 0.5 it is twice as long.
     EXPECT_EQ(RunTool(folder, "deck " + in + " " + out + " --pitch 0.5 --start 44100").exitCode, 0);
+    // A leading zero is decimal, not octal: 010 is frame 10.
+    const std::string zero = folder / "zero.wav";
+    ASSERT_EQ(RunTool(folder, "deck " + in + " " + out + " --start 10 --frames 64").exitCode, 0);
+    ASSERT_EQ(RunTool(folder, "deck " + in + " " + zero + " --start 010 --frames 0064").exitCode, 0);
+    EXPECT_EQ(ReadWave(zero), ReadWave(out));
 }
