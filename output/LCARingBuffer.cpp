@@ -61,10 +61,12 @@ void LCARingBuffer::Write(LSoundSource& source, int frames)
         int p1 = source->GetPositionSample() - 1;
         if (p1 < 0)
             p1 = source->GetEndSample();
-        // Exact at the block's first frame; a jump inside the block (a loop) becomes a glide.
+        // Exact at the block's first and last frame; a jump inside the block (a loop) becomes
+        // a glide between them.
         int* positions = _positions.get() + write / _channels;
+        const int steps = std::max(chunk - 1, 1);
         for (int i = 0; i < chunk; ++i)
-            positions[i] = p0 + static_cast<int>(static_cast<int64_t>(i) * (p1 - p0) / chunk);
+            positions[i] = p0 + static_cast<int>(static_cast<int64_t>(i) * (p1 - p0) / steps);
         write = _Modulo(write + chunk * _channels, _capacity);
         _write.store(write, std::memory_order_release);
         frames -= chunk;
