@@ -5,7 +5,7 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -14,7 +14,9 @@ constexpr size_t kKernelNameBytes = 16;  // the kernel keeps 15 characters of a 
 void _NameThread(const char* name)
 {
     char cut[kKernelNameBytes];
-    std::snprintf(cut, sizeof cut, "%s", name);
+    const size_t length = std::min(std::strlen(name), sizeof cut - 1);
+    std::memcpy(cut, name, length);
+    cut[length] = '\0';
     pthread_setname_np(pthread_self(), cut);
 }
 

@@ -83,20 +83,18 @@ void LSoundPlayerLLCA::StopAudioUnit()
     _status.store(0, std::memory_order_relaxed);
 }
 
-LOutputFormat LSoundPlayerLLCA::_WantedFormat() const
+LOutputFormat LSoundPlayerLLCA::_WantedFormat(int left, int right) const
 {
     LOutputFormat format;
     format.rate = _rate;
-    format.channels = std::max(GetOutputChannelLeft(), GetOutputChannelRight()) + 1;
-    if (_channels > 1)
-        format.channels = std::max(format.channels, 2);
+    format.channels = std::max(left, right) + 1;  // the device's channels up to the mapped ones
     format.latencyMs = _latencyMs;
     return format;
 }
 
 bool LSoundPlayerLLCA::_OpenStream()
 {
-    const LOutputFormat format = _WantedFormat();
+    const LOutputFormat format = _WantedFormat(GetOutputChannelLeft(), GetOutputChannelRight());
     _stream = LOpenOutputStream(LSoundPlayDevice::GetListDeviceIDAtIndex(_deviceIndex), format, *this, _openError);
     if (!_stream)
         return false;
@@ -149,10 +147,7 @@ void LSoundPlayerLLCA::MapChannels()
         SetOutputChannels(left, right);
         return;
     }
-    LOutputFormat wanted = _WantedFormat();
-    wanted.channels = std::max(left, right) + 1;
-    if (_channels > 1)
-        wanted.channels = std::max(wanted.channels, 2);
+    const LOutputFormat wanted = _WantedFormat(left, right);
     if (wanted.rate == _streamFormat.rate && wanted.channels == _streamFormat.channels) {
         SetOutputChannels(left, right);  // both stay within the open channels
         return;
@@ -162,10 +157,8 @@ void LSoundPlayerLLCA::MapChannels()
     _stream->Stop();
     _stream.reset();
     SetOutputChannels(left, right);
-    if (!_OpenStream() || (running && !_stream->Start())) {
+    if (!_OpenStream() || (running && !_stream->Start()))
         _status.store(0, std::memory_order_relaxed);
-        return;
-    }
 }
 
 bool LSoundPlayerLLCA::WaitForEmptyBuffer()

@@ -90,7 +90,7 @@ public:
     const std::string& GetOpenError() const { return _openError; }
 
 private:
-    LOutputFormat _WantedFormat() const;
+    LOutputFormat _WantedFormat(int left, int right) const;
     bool _OpenStream();
     void _MakeRing(int rate, unsigned char channels);
     void _MapChannelsLocked(int deviceChannels);
