@@ -10,6 +10,8 @@
 
 #include <sys/stat.h>
 
+#include <fstream>
+
 #include <tuple>
 #include <vector>
 
@@ -94,7 +96,27 @@ TEST(OutputLayer, CallbackRoutesTheSourceIntoTheMappedChannels)
     }
 }
 
-TEST(OutputLayer, CallbackAllocatesNothing)
+// Read and write system calls this thread has made so far (the kernel's own count).
+struct SystemCalls {
+    long reads = 0, writes = 0;
+};
+
+SystemCalls CountSystemCalls()
+{
+    std::ifstream io("/proc/thread-self/io");
+    std::string key;
+    long value = 0;
+    SystemCalls calls;
+    while (io >> key >> value) {
+        if (key == "syscr:")
+            calls.reads = value;
+        if (key == "syscw:")
+            calls.writes = value;
+    }
+    return calls;
+}
+
+TEST(OutputLayer, CallbackAllocatesNothingAndWritesOnlyItsSignal)
 {
     for (int right : {1, 0}) {  // straight copy, then the routed path
         LSoundSource source = MakeMemory(MakeNoise(2, 20000, 100000)).handle;
@@ -102,6 +124,8 @@ TEST(OutputLayer, CallbackAllocatesNothing)
         ASSERT_TRUE(open.open);
         open.layer.WriteRing(source, 20000);
         std::vector<int32_t> out(2 * 12000);
+        const SystemCalls before = CountSystemCalls();
+        const SystemCalls baseline = CountSystemCalls();  // what one count costs
         long allocations = 0;
         {
             AllocationCount count;
@@ -110,7 +134,10 @@ TEST(OutputLayer, CallbackAllocatesNothing)
             open.layer.RenderData_(out.data(), 512);    // empty
             allocations = count.Count();
         }
+        const SystemCalls after = CountSystemCalls();
         EXPECT_EQ(allocations, 0);
+        EXPECT_EQ(after.reads - baseline.reads, baseline.reads - before.reads) << "no reads";
+        EXPECT_EQ(after.writes - baseline.writes, 3) << "one signal write a call";
         EXPECT_EQ(open.layer.GetLastPosition(), 20000) << "drained: where the source stands";
     }
 }
