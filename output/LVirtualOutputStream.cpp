@@ -9,11 +9,20 @@
 namespace {
 
 constexpr unsigned int kFastWaitMs = 100;  // a fast device looks again this often while starved
-constexpr int kMinBlockFrames = 16;
+constexpr int kMinBlockFrames = 1;
 
 // Graph values reach a device shifted left by 12 bits, so shifting back is exact and the
 // 32-bit sink writes the very words the device was given.
 constexpr int kDeviceShift = 12;
+
+// Frames of one block: the asked latency, or about 11.6 ms, at `rate`.
+int _BlockFrames(int latencyMs, int rate)
+{
+    const int64_t frames = latencyMs > 0 ? int64_t(latencyMs) * rate / 1000
+                                         : int64_t(LVirtualOutputStream::kLowLatencyFrames) * rate /
+                                               LVirtualOutputStream::kLowLatencyRate;
+    return static_cast<int>(std::clamp<int64_t>(frames, kMinBlockFrames, LCARingBuffer::kMaxBlockFrames));
+}
 
 }  // namespace
 
@@ -22,10 +31,7 @@ LVirtualOutputStream::LVirtualOutputStream(const LOutputFormat& format, LRenderC
     : _client(client),
       _rate(std::max(format.rate, 1)),
       _channels(std::max(format.channels, 1)),
-      _blockFrames(format.latencyMs > 0
-                       ? std::clamp(static_cast<int>(static_cast<int64_t>(format.latencyMs) * _rate / 1000),
-                                    kMinBlockFrames, LCARingBuffer::kMaxBlockFrames)
-                       : kLowLatencyFrames),
+      _blockFrames(_BlockFrames(format.latencyMs, _rate)),
       _fast(fast),
       _capture(capture),
       _capturing(capture->GetError() == 0),

@@ -13,7 +13,8 @@
 // player fills the ring.
 class LVirtualOutputStream : public LOutputStream, private LThread {
 public:
-    static constexpr int kLowLatencyFrames = 512;  // a block when no latency is asked for
+    static constexpr int kLowLatencyFrames = 512;  // a block at 44,100 Hz when no latency is asked for
+    static constexpr int kLowLatencyRate = 44100;  // Hz; other rates keep the block's duration
 
     LVirtualOutputStream(const LOutputFormat& format, LRenderClient& client, LSoundSink capture, bool fast);
     ~LVirtualOutputStream() override;
