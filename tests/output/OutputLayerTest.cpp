@@ -118,6 +118,11 @@ SystemCalls CountSystemCalls()
 
 TEST(OutputLayer, CallbackAllocatesNothingAndWritesOnlyItsSignal)
 {
+    {
+        AllocationCount probe;
+        auto allocated = std::make_unique<int[]>(4);
+        ASSERT_EQ(probe.Count(), 1) << "the counter sees allocations";
+    }
     for (int right : {1, 0}) {  // straight copy, then the routed path
         LSoundSource source = MakeMemory(MakeNoise(2, 20000, 100000)).handle;
         OpenLayer open(source, right == 1 ? 0 : 1, right);
@@ -164,6 +169,9 @@ TEST(OutputLayer, DeviceListNamesAndLookups)
     LSoundPlayDevice(null).GetOutputChannelList(channels);
     EXPECT_EQ(channels, (std::vector<std::string>{"Left", "Right"}));
     EXPECT_EQ(LSoundPlayDeviceList().GetCount(), null) << "no capture device unless asked for";
+    if (null == 1) {
+        EXPECT_EQ(LSoundPlayDevice::GetDefaultDeviceID(), kDeviceIdNull) << "no card: the null device plays";
+    }
 }
 
 TEST(OutputLayer, CaptureDeviceIsListedAndDefaultWhileAskedFor)

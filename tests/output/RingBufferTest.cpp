@@ -68,14 +68,6 @@ TEST(RingBuffer, HoldsNoMoreThanItsFramesAndCountsAcrossTheWrap)
         ASSERT_EQ(words[i], static_cast<int32_t>(static_cast<uint32_t>(expected[i]) << 12)) << "value " << i;
 }
 
-TEST(RingBuffer, LimitsAWriteToWhatTheSourceHasLeft)
-{
-    auto ring = LCARingBuffer::Make(8192, 2);
-    LSoundSource source = MakeMemory(Ramp(300)).handle;
-    ring->Write(source, 8192);
-    EXPECT_EQ(ring->GetHeldFrames(), 300);
-}
-
 TEST(RingBuffer, PositionsGlideOverAJumpAndAreExactAtBlockStarts)
 {
     auto ring = LCARingBuffer::Make(8192, 1);
