@@ -2,6 +2,8 @@
 
 #include "output/LCARingBuffer.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -58,6 +60,7 @@ void LVirtualOutputStream::Stop()
 
 void LVirtualOutputStream::ThreadFunction()
 {
+    pthread_setname_np(pthread_self(), "VirtualOutput");
     if (_fast && _capturing)
         _RunFast();
     else
