@@ -82,7 +82,6 @@ private:
     void _BoostDoneHandler(LThread* done);
     void _PostProgress();
     void _OnRender();
-    int _ToMs(int frames) const;
 
     LSoundPlayerNotify* _notify;
     long _id = 0;
