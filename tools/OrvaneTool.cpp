@@ -127,6 +127,16 @@ void _DeclareDeck(ToolApp& tool)
     deck->add_option("--frames", o.frames, "Frames to render (default: to the end; 30 s with a loop)")->transform(kDecimal);
 }
 
+void _DeclarePlayback(ToolApp& tool)
+{
+    tool.Add("devices", "List the output devices with their channels", [] { return tool::Devices(); });
+    static tool::PlayOptions o;
+    CLI::App* play = tool.Add("play", "Play an audio file on an output device", [] { return tool::Play(o); });
+    play->add_option("FILE", o.file, "Audio file")->required();
+    play->add_option("--device", o.device, "Output device name (see devices)");
+    play->add_option("--seconds", o.seconds, "Stop after this much of the file")->check(CLI::Range(0.001, 1e6));
+}
+
 void _DeclareCommands(ToolApp& tool)
 {
     _DeclareInfo(tool);
@@ -134,6 +144,7 @@ void _DeclareCommands(ToolApp& tool)
     _DeclareSettings(tool);
     _DeclarePitch(tool);
     _DeclareDeck(tool);
+    _DeclarePlayback(tool);
 }
 
 }  // namespace

@@ -79,4 +79,14 @@ struct DeckOptions {
 };
 int Deck(const DeckOptions& options);
 
+// devices: the output devices, default first, one a line: index, name, channel names.
+int Devices();
+struct PlayOptions {
+    std::string file;
+    std::string device;   // empty: the default output
+    double seconds = 0;   // 0: to the end
+};
+// play FILE: through the player on a device, a position line each second; Ctrl-C stops.
+int Play(const PlayOptions& options);
+
 }  // namespace tool
