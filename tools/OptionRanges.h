@@ -31,6 +31,9 @@ inline constexpr OptionRange kChannelsRange{"--channels", "count", 1, LWaveFile:
 // keeps almost no band below its cut (2/speed - 0.047 of the source's rate).
 inline constexpr OptionRange kSpeedRange{"--speed", "ratio, 1.0 normal", 0.1, 10.0};
 
+// play: a positive time, at most about 11 days.
+inline constexpr OptionRange kSecondsRange{"--seconds", "time to play in seconds", 0.001, 1e6};
+
 // deck: the ranges of the deck panel's controls, what a deck is ever given.
 inline constexpr OptionRange kEqRange{"--eq", "gain in dB", -12, 12, true};
 inline constexpr OptionRange kHighPassRange{"--highpass", "corner in Hz", 2, 20402, true};

@@ -134,7 +134,7 @@ void _DeclarePlayback(ToolApp& tool)
     CLI::App* play = tool.Add("play", "Play an audio file on an output device", [] { return tool::Play(o); });
     play->add_option("FILE", o.file, "Audio file")->required();
     play->add_option("--device", o.device, "Output device name (see devices)");
-    play->add_option("--seconds", o.seconds, "Stop after this much of the file")->check(CLI::Range(0.001, 1e6));
+    play->add_option("--seconds", o.seconds, "Stop after this much of the file: " + _Ranges(tool::kSecondsRange));
 }
 
 void _DeclareCommands(ToolApp& tool)

@@ -119,12 +119,14 @@ void _RunUntilStopped(LSoundPlayer& player, PlayListener& listener, const LSigna
 
 int Play(const PlayOptions& options)
 {
+    if (options.seconds && !CheckRange(kSecondsRange, *options.seconds))
+        return kExitUsage;
     LSoundSource source = OpenByType(options.file);
     if (source->GetError() != kErrNone) {
         PrintError("%s: %s", options.file.c_str(), LGetSoundErrorText(source->GetError()));
         return kExitFailed;
     }
-    PlayListener listener(static_cast<int>(options.seconds * 1000));
+    PlayListener listener(options.seconds ? static_cast<int>(*options.seconds * 1000) : 0);
     LSoundPlayer player;
     player.SetNotify(&listener, 0);
     player.output.SetDeviceIndex(_DeviceIndex(options.device));

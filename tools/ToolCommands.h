@@ -84,7 +84,7 @@ int Devices();
 struct PlayOptions {
     std::string file;
     std::string device;   // empty: the default output
-    double seconds = 0;   // 0: to the end
+    std::optional<double> seconds;  // unset: to the end
 };
 // play FILE: through the player on a device, a position line each second; Ctrl-C stops.
 int Play(const PlayOptions& options);

@@ -111,6 +111,8 @@ TEST(PlaybackCommands, BadInputFailsWithOneLine)
         {"play " + in, folder / "no folder/c.wav:fast", 1, "cannot write the capture file"},
         {"play " + in + " --seconds -1", "", 2, "--seconds"},
         {"play " + in + " --seconds 0", "", 2, "--seconds"},
+        {"play " + in + " --seconds nan", "", 2, "--seconds"},
+        {"play " + in + " --seconds inf", "", 2, "--seconds"},
         {"play", "", 2, "FILE"},
     };
     for (const Case& c : cases) {
