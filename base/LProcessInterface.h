@@ -2,11 +2,13 @@
 
 #include "base/LSignalObject.h"
 
-// What a long task answers.
-using LProcessResult = int;
-inline constexpr LProcessResult kProcessFinished = 0;
-inline constexpr LProcessResult kProcessStopped = 1;  // stopped on request
-inline constexpr LProcessResult kProcessFailed = 2;   // failed, or a wait reached its limit
+// What a long task answers; the values 0, 1 and 2 are part of the contract.
+enum class LProcessResult : int {
+    kProcessFinished = 0,
+    kProcessStopped = 1,  // stopped on request
+    kProcessFailed = 2,   // failed, or a wait reached its limit
+};
+using enum LProcessResult;
 
 // The one thing a long task sees of whatever runs it: stop requests, waits that a stop cuts
 // short, error and progress reports. Reports do nothing unless the runner shows them.
