@@ -25,7 +25,9 @@ bool LProcessInterfaceVoid::ProcessWait(unsigned int ms)
 
 LProcessResult LProcessInterfaceVoid::ProcessWaitSignal(LSignalObjectRef s, unsigned int ms)
 {
-    return s.WaitSignal(ms) ? kProcessFinished : kProcessFailed;
+    LSignalObjectGroup group;
+    group.Add(s);
+    return LProcessInterfaceVoid::ProcessWaitSignalObjectGroup(group, ms);
 }
 
 LProcessResult LProcessInterfaceVoid::ProcessWaitSignalObjectGroup(LSignalObjectGroup& group,
