@@ -2,6 +2,8 @@
 
 #include "base/LSignalObject.h"
 
+#include <optional>
+
 // What a long task answers; the values 0, 1 and 2 are part of the contract.
 enum class LProcessResult : int {
     kProcessFinished = 0,
@@ -26,6 +28,8 @@ public:
     virtual void SetError(const char* /*message*/) {}
     // Line 0 is the first status line; 1 and above the second.
     virtual void SetStatus(const char* /*text*/, int /*line*/) {}
+    // A fraction from 0 to 1; what lies outside (infinities too) counts as the nearer end,
+    // and NaN is no report at all (see LProgressFraction).
     virtual void SetProgress(double /*fraction*/) {}
     virtual void SetProgressIndeterminateOn() {}
     virtual void SetProgressIndeterminateOff() {}
@@ -34,6 +38,10 @@ public:
     // printf-style SetError; longer texts are cut.
     void SetErrorF(const char* format, ...) __attribute__((format(printf, 2, 3)));
 };
+
+// A progress report as every runner takes it: clamped to [0, 1]; nothing for NaN, which a
+// task gets from 0/0 (an empty file, say) and which must leave the shown progress alone.
+std::optional<double> LProgressFraction(double fraction);
 
 // Runs a task with nobody watching: never stops, loses messages.
 class LProcessInterfaceVoid : public LProcessInterface {
@@ -76,7 +84,8 @@ public:
     {
     }
 
-    void SetProgress(double fraction) override { _outer.SetProgress(fraction * _scale + _offset); }
+    // The sub-task's own range is kept, so it can't move the outer bar out of its stretch.
+    void SetProgress(double fraction) override;
 
 private:
     double _offset;

@@ -1,9 +1,7 @@
 #include "base/LProgressDialog.h"
 #include "base/LConsoleProgressView.h"
 
-#include <algorithm>
 #include <atomic>
-#include <cmath>
 
 namespace {
 
@@ -13,13 +11,6 @@ std::unique_ptr<LProgressView> _MakeConsoleView(OpaqueWindowPtr*)
 }
 
 std::atomic<LProgressViewFactory> gViewFactory{nullptr};
-
-int _Percent(double fraction)
-{
-    if (!(fraction > 0.0))  // also NaN
-        return 0;
-    return static_cast<int>(std::min(fraction, 1.0) * 100.0);
-}
 
 }  // namespace
 
@@ -92,8 +83,9 @@ void LProgressDialog::SetStatus(const char* text, int line)
 
 void LProgressDialog::SetProgress(double fraction)
 {
-    if (_view)
-        _view->SetProgressPercent(_Percent(fraction));
+    std::optional<double> f = LProgressFraction(fraction);
+    if (_view && f)
+        _view->SetProgressPercent(static_cast<int>(*f * 100.0));
     ClearEventQueue();
 }
 

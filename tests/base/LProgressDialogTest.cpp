@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
+#include <limits>
 #include <csignal>
 #include <functional>
 #include <sys/wait.h>
@@ -110,6 +112,31 @@ TEST_F(ProgressDialog, ReportsReachTheViewAndARefusedViewRunsNothing)
     EXPECT_EQ(_Run("x", [&ran](LProcessInterface&) { ran = true; return kProcessFinished; }),
               kProcessFailed);
     EXPECT_FALSE(ran);
+}
+
+TEST_F(ProgressDialog, ProgressOutsideZeroToOneIsClampedAndNaNChangesNothing)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const struct {
+        double fraction;
+        const char* shown;  // null: no call reaches the view
+    } cases[] = {
+        {0.5, "50%"}, {std::nan(""), nullptr}, {-inf, "0%"}, {-0.25, "0%"}, {-0.0, "0%"},
+        {0.999, "99%"}, {1.0, "100%"}, {7.5, "100%"}, {inf, "100%"}, {5e-324, "0%"},
+    };
+    Strings expected = {"open x", "busy"};
+    for (const auto& c : cases)
+        if (c.shown)
+            expected.push_back(c.shown);
+    expected.push_back("close");
+    _Run("x", [&cases](LProcessInterface& p) {
+        p.SetProgressIndeterminateOn();
+        p.SetProgress(std::nan(""));  // leaves the busy mode alone, too
+        for (const auto& c : cases)
+            p.SetProgress(c.fraction);
+        return kProcessFinished;
+    });
+    EXPECT_EQ(gView.calls, expected);
 }
 
 TEST_F(ProgressDialog, CancelIsSeenAtTheNextIsToStop)
