@@ -26,7 +26,12 @@ LProgressDialog::~LProgressDialog() = default;
 bool LProgressDialog::Open(OpaqueWindowPtr* parent)
 {
     LProgressViewFactory factory = gViewFactory.load(std::memory_order_acquire);
-    _view = factory ? factory(parent) : _MakeConsoleView(parent);
+    return OpenWithView(factory ? factory(parent) : _MakeConsoleView(parent));
+}
+
+bool LProgressDialog::OpenWithView(std::unique_ptr<LProgressView> view)
+{
+    _view = std::move(view);
     if (!_view || !_view->Open(*this, _title.c_str())) {
         _view.reset();
         return false;
