@@ -375,13 +375,16 @@ TEST(LThreadPriority, AnOrdinaryUserGetsBackTooWhateverItsNiceLimit)
     int ran = 0;
     for (const auto& c : cases) {
         int exitCode = _RunAsUser(user, c.niceLimit, c.lowPolicy);
-        if (exitCode == kCannotSetLimit)
+        if (exitCode == kCannotSetLimit) {
+            std::printf("note: RLIMIT_NICE %d can't be set here; that case did not run\n",
+                        static_cast<int>(c.niceLimit));
             continue;
+        }
         EXPECT_EQ(exitCode, 0) << "RLIMIT_NICE " << c.niceLimit;
         ++ran;
     }
-    if (ran < 2)
-        GTEST_SKIP() << "only " << ran << " of 2 nice limits could be set here";
+    if (ran == 0)
+        GTEST_SKIP() << "no nice limit could be set here";
 }
 
 TEST(LDebugThreads, NamesThreadsAndFreesTheirEntries)
