@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <sched.h>
 #include <sys/resource.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -40,15 +39,22 @@ int _ProcessNice()
 // the kernel allows it only when RLIMIT_NICE would allow the normal nice value (sched(7)),
 // which an ordinary user's default limit never does. A throw-away thread asks the kernel
 // once, since capabilities, user namespaces and limits all have their say.
+void* _TryIdleAndBack(void* answer)
+{
+    sched_param param{};
+    *static_cast<bool*>(answer) = pthread_setschedparam(pthread_self(), SCHED_IDLE, &param) == 0 &&
+                                  pthread_setschedparam(pthread_self(), SCHED_OTHER, &param) == 0;
+    return nullptr;
+}
+
 bool _IdleIsReversible()
 {
     static const bool reversible = [] {
         bool answer = false;
-        std::thread([&answer] {
-            sched_param param{};
-            answer = pthread_setschedparam(pthread_self(), SCHED_IDLE, &param) == 0 &&
-                     pthread_setschedparam(pthread_self(), SCHED_OTHER, &param) == 0;
-        }).join();
+        pthread_t probe;
+        if (pthread_create(&probe, nullptr, _TryIdleAndBack, &answer) != 0)
+            return false;
+        pthread_join(probe, nullptr);
         return answer;
     }();
     return reversible;
@@ -63,8 +69,8 @@ void _SetNormal(pthread_t thread, pid_t kernelId)
 
 // The idle class where the thread can come back from it; else the batch class, which an
 // ordinary user can always leave: it keeps the thread from preempting others when it wakes,
-// though it gets a normal share of the processor. Raising the nice value is no way out
-// either, since lowering it again needs the same limit as leaving the idle class.
+// though it gets a normal share of the processor. A higher nice value is no alternative:
+// lowering it again needs the same limit as leaving the idle class.
 void _SetLow(pthread_t thread)
 {
     sched_param param{};

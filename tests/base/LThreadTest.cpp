@@ -112,14 +112,15 @@ void _OnChildExit(int)
 }
 
 // Children exit one after another for the object's life, each sending SIGCHLD to the test
-// thread: the spawner blocks the signal, so the test thread is the one it interrupts. No
-// SA_RESTART, as with the program's own handler; poll is never restarted anyway.
+// thread: the spawner blocks the signal, so the test thread is the one it interrupts. The
+// handler has SA_RESTART, as the program's own has; poll and nanosleep ignore it.
 class ChildExits {
 public:
     ChildExits()
     {
         struct sigaction action{};
         action.sa_handler = _OnChildExit;
+        action.sa_flags = SA_RESTART;
         sigemptyset(&action.sa_mask);
         sigaction(SIGCHLD, &action, &_previous);
         sigset_t childExit, old;
