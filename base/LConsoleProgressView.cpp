@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -18,12 +19,25 @@ constexpr auto kRedrawInterval = std::chrono::milliseconds(50);  // at most 20 r
 // Write end of the innermost open view's Ctrl-C pipe, for the signal handler.
 std::atomic<int> gInterruptFd{-1};
 
+// Keeps errno: the interrupted thread may be about to look at it (a wait's EINTR), and a
+// full pipe would leave EAGAIN there.
 void _OnInterrupt(int)
 {
+    const int savedErrno = errno;
     int fd = gInterruptFd.load();
     const char one = 1;
     if (fd >= 0)
         [[maybe_unused]] ssize_t ignored = write(fd, &one, 1);
+    errno = savedErrno;
+}
+
+struct FunctionTask {
+    const LProcessFunction& run;
+};
+
+LProcessResult Process(LProcessInterface& process, FunctionTask& task)
+{
+    return task.run(process);
 }
 
 int _TerminalColumns(int fd)
@@ -169,4 +183,12 @@ void LConsoleProgressView::_Draw(bool force)
 void LConsoleProgressView::_Write(const std::string& text) const
 {
     LWriteFully(_fd, text.data(), text.size());
+}
+
+LProcessResult LRunWithConsoleProgress(const char* title, const LProcessFunction& task, int fd)
+{
+    FunctionTask run{task};
+    LProcessDialog<FunctionTask> dialog(title, run);
+    dialog.OpenWithView(std::make_unique<LConsoleProgressView>(fd));
+    return dialog.GetResult();
 }

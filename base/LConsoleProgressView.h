@@ -3,6 +3,7 @@
 #include "base/LProgressDialog.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -41,3 +42,12 @@ private:
     std::chrono::steady_clock::time_point _lastDraw{};
     std::unique_ptr<CancelWatcher> _watcher;
 };
+
+// A long task given as a function, for callers without a task type of their own.
+using LProcessFunction = std::function<LProcessResult(LProcessInterface&)>;
+
+// Runs `task` on this thread under the console progress line on `fd` (drawn only when it is
+// a terminal), with Ctrl-C as Cancel: the task sees IsToStop and decides what to answer.
+// The command-line tool's long operations go through here.
+LProcessResult LRunWithConsoleProgress(const char* title, const LProcessFunction& task,
+                                       int fd = 2);

@@ -1,6 +1,8 @@
 #include "base/LProcessInterface.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
@@ -25,11 +27,26 @@ bool LProcessInterfaceVoid::ProcessWait(unsigned int ms)
 
 LProcessResult LProcessInterfaceVoid::ProcessWaitSignal(LSignalObjectRef s, unsigned int ms)
 {
-    return s.WaitSignal(ms) ? kProcessFinished : kProcessFailed;
+    LSignalObjectGroup group;
+    group.Add(s);
+    return LProcessInterfaceVoid::ProcessWaitSignalObjectGroup(group, ms);
 }
 
 LProcessResult LProcessInterfaceVoid::ProcessWaitSignalObjectGroup(LSignalObjectGroup& group,
                                                                    unsigned int ms)
 {
     return group.Select(ms) ? kProcessFinished : kProcessFailed;
+}
+
+std::optional<double> LProgressFraction(double fraction)
+{
+    if (std::isnan(fraction))
+        return std::nullopt;
+    return std::clamp(fraction, 0.0, 1.0);
+}
+
+void LProcessInterfaceSubProcess::SetProgress(double fraction)
+{
+    if (std::optional<double> f = LProgressFraction(fraction))
+        _outer.SetProgress(*f * _scale + _offset);
 }

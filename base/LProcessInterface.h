@@ -2,11 +2,15 @@
 
 #include "base/LSignalObject.h"
 
-// What a long task answers.
-using LProcessResult = int;
-inline constexpr LProcessResult kProcessFinished = 0;
-inline constexpr LProcessResult kProcessStopped = 1;  // stopped on request
-inline constexpr LProcessResult kProcessFailed = 2;   // failed, or a wait reached its limit
+#include <optional>
+
+// What a long task answers; the values 0, 1 and 2 are part of the contract.
+enum class LProcessResult : int {
+    kProcessFinished = 0,
+    kProcessStopped = 1,  // stopped on request
+    kProcessFailed = 2,   // failed, or a wait reached its limit
+};
+using enum LProcessResult;
 
 // The one thing a long task sees of whatever runs it: stop requests, waits that a stop cuts
 // short, error and progress reports. Reports do nothing unless the runner shows them.
@@ -24,6 +28,8 @@ public:
     virtual void SetError(const char* /*message*/) {}
     // Line 0 is the first status line; 1 and above the second.
     virtual void SetStatus(const char* /*text*/, int /*line*/) {}
+    // A fraction from 0 to 1; what lies outside (infinities too) counts as the nearer end,
+    // and NaN is no report at all (see LProgressFraction).
     virtual void SetProgress(double /*fraction*/) {}
     virtual void SetProgressIndeterminateOn() {}
     virtual void SetProgressIndeterminateOff() {}
@@ -32,6 +38,10 @@ public:
     // printf-style SetError; longer texts are cut.
     void SetErrorF(const char* format, ...) __attribute__((format(printf, 2, 3)));
 };
+
+// A progress report as every runner takes it: clamped to [0, 1]; nothing for NaN, which a
+// task gets from 0/0 (an empty file, say) and which must leave the shown progress alone.
+std::optional<double> LProgressFraction(double fraction);
 
 // Runs a task with nobody watching: never stops, loses messages.
 class LProcessInterfaceVoid : public LProcessInterface {
@@ -74,7 +84,8 @@ public:
     {
     }
 
-    void SetProgress(double fraction) override { _outer.SetProgress(fraction * _scale + _offset); }
+    // The sub-task's own range is kept, so it can't move the outer bar out of its stretch.
+    void SetProgress(double fraction) override;
 
 private:
     double _offset;

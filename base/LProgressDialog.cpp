@@ -1,9 +1,7 @@
 #include "base/LProgressDialog.h"
 #include "base/LConsoleProgressView.h"
 
-#include <algorithm>
 #include <atomic>
-#include <cmath>
 
 namespace {
 
@@ -13,13 +11,6 @@ std::unique_ptr<LProgressView> _MakeConsoleView(OpaqueWindowPtr*)
 }
 
 std::atomic<LProgressViewFactory> gViewFactory{nullptr};
-
-int _Percent(double fraction)
-{
-    if (!(fraction > 0.0))  // also NaN
-        return 0;
-    return static_cast<int>(std::min(fraction, 1.0) * 100.0);
-}
 
 }  // namespace
 
@@ -35,7 +26,12 @@ LProgressDialog::~LProgressDialog() = default;
 bool LProgressDialog::Open(OpaqueWindowPtr* parent)
 {
     LProgressViewFactory factory = gViewFactory.load(std::memory_order_acquire);
-    _view = factory ? factory(parent) : _MakeConsoleView(parent);
+    return OpenWithView(factory ? factory(parent) : _MakeConsoleView(parent));
+}
+
+bool LProgressDialog::OpenWithView(std::unique_ptr<LProgressView> view)
+{
+    _view = std::move(view);
     if (!_view || !_view->Open(*this, _title.c_str())) {
         _view.reset();
         return false;
@@ -92,8 +88,9 @@ void LProgressDialog::SetStatus(const char* text, int line)
 
 void LProgressDialog::SetProgress(double fraction)
 {
-    if (_view)
-        _view->SetProgressPercent(_Percent(fraction));
+    std::optional<double> f = LProgressFraction(fraction);
+    if (_view && f)
+        _view->SetProgressPercent(static_cast<int>(*f * 100.0));
     ClearEventQueue();
 }
 

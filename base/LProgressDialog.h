@@ -43,6 +43,8 @@ public:
     // Shows the view, runs MainFunction, closes the view. False if the view could not be
     // made, and then the result stays 2.
     bool Open(OpaqueWindowPtr* parent);
+    // The same with a view of the caller's choosing (null: not opened).
+    bool OpenWithView(std::unique_ptr<LProgressView> view);
     LProcessResult GetResult() const { return _result; }
     const std::string& GetTitle() const { return _title; }
 

@@ -40,8 +40,8 @@ int _Wait(pid_t child)
     while ((done = waitpid(child, &status, 0)) < 0 && errno == EINTR) {
     }
     if (done < 0)
-        return errno == ECHILD ? -2 : -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return errno == ECHILD ? kRunProgramStatusTaken : kRunProgramFailed;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : kRunProgramFailed;
 }
 
 }  // namespace
@@ -50,9 +50,11 @@ int LRunProgram(const char* const argv[], char* output, size_t outputBytes)
 {
     if (output && outputBytes > 0)
         output[0] = 0;
+    if (!argv || !argv[0])
+        return kRunProgramFailed;
     int pipeEnds[2];
     if (pipe2(pipeEnds, O_CLOEXEC) != 0)
-        return -1;
+        return kRunProgramFailed;
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
@@ -64,5 +66,5 @@ int LRunProgram(const char* const argv[], char* output, size_t outputBytes)
     if (!failed)
         _Drain(pipeEnds[0], output, outputBytes);
     close(pipeEnds[0]);
-    return failed ? -1 : _Wait(child);
+    return failed ? kRunProgramFailed : _Wait(child);
 }

@@ -4,18 +4,30 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
 
-// One poll over `count` descriptors; true if any is readable, or the wait was interrupted.
+// What poll reports for a descriptor that a read would not block on: data, or the other
+// end gone (a read then answers at once).
+constexpr short kReadableEvents = POLLIN | POLLHUP | POLLERR;
+
+// One poll; true if any descriptor is readable, or the wait was interrupted. Without a valid
+// descriptor there is nothing to wait for: false at once.
 bool _PollReadable(pollfd* fds, nfds_t count, unsigned int ms)
 {
+    bool any = false;
+    for (nfds_t i = 0; i < count; ++i)
+        any = any || fds[i].fd >= 0;
+    if (!any)
+        return false;
     int n = poll(fds, count, LDeadline(ms).PollTimeout());
     if (n < 0)
         return errno == EINTR;
-    return n > 0;
+    for (nfds_t i = 0; i < count; ++i)
+        if (fds[i].revents & kReadableEvents)
+            return true;
+    return false;
 }
 
 }  // namespace
@@ -68,18 +80,6 @@ void LSignalObject::Reset() const
     }
 }
 
-LSignalObjectGroup::LSignalObjectGroup()
-{
-    Clear();
-}
-
-void LSignalObjectGroup::Clear()
-{
-    FD_ZERO(&_set);
-    _maxFd = -1;
-    _count = 0;
-}
-
 bool LSignalObjectGroup::Add(LSignalObjectRef signal)
 {
     return AddDescriptor(signal.GetReadDescriptor());
@@ -87,35 +87,47 @@ bool LSignalObjectGroup::Add(LSignalObjectRef signal)
 
 bool LSignalObjectGroup::AddDescriptor(int fd)
 {
-    if (_count >= kMaxMembers || fd < 0 || fd >= FD_SETSIZE)
+    if (fd < 0)
         return false;
-    if (!FD_ISSET(fd, &_set)) {
-        FD_SET(fd, &_set);
-        ++_count;
-    }
-    if (fd > _maxFd)
-        _maxFd = fd;
+    for (int i = 0; i < _count; ++i)
+        if (_members[i].fd == fd)
+            return true;
+    if (_count >= kMaxMembers)
+        return false;
+    _members[_count++] = pollfd{fd, POLLIN, 0};
     return true;
 }
 
 bool LSignalObjectGroup::IsMember(LSignalObjectRef signal) const
 {
     int fd = signal.GetReadDescriptor();
-    return fd >= 0 && fd < FD_SETSIZE && FD_ISSET(fd, &_set);
+    for (int i = 0; i < _count; ++i)
+        if (fd >= 0 && _members[i].fd == fd)
+            return true;
+    return false;
 }
 
 bool LSignalObjectGroup::Select(unsigned int ms)
 {
-    timeval limit{static_cast<time_t>(ms / 1000), static_cast<suseconds_t>(ms % 1000) * 1000};
-    int n = select(_maxFd + 1, &_set, nullptr, nullptr, ms == kWaitForever ? nullptr : &limit);
-    if (n < 0) {
-        bool interrupted = errno == EINTR;
-        FD_ZERO(&_set);  // the set's contents are unspecified after a failed select
-        _count = 0;
-        return interrupted;
+    LDeadline deadline(ms);
+    for (;;) {
+        int n = poll(_members, static_cast<nfds_t>(_count), deadline.PollTimeout());
+        if (n < 0 && errno == EINTR)
+            continue;  // a time already over polls once more with 0, then ends
+        if (n <= 0) {
+            Clear();  // time limit, or a failed wait: no signal
+            return false;
+        }
+        _KeepReadable();
+        return _count > 0;
     }
-    _count = 0;
-    for (int fd = 0; fd <= _maxFd; ++fd)
-        _count += FD_ISSET(fd, &_set) ? 1 : 0;
-    return n > 0;
+}
+
+void LSignalObjectGroup::_KeepReadable()
+{
+    int kept = 0;
+    for (int i = 0; i < _count; ++i)
+        if (_members[i].revents & kReadableEvents)
+            _members[kept++] = _members[i];
+    _count = kept;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <sys/select.h>
+#include <poll.h>
 
 // Wait times are in milliseconds; this one means no time limit.
 inline constexpr unsigned int kWaitForever = 0xFFFFFFFFu;
@@ -28,7 +28,7 @@ protected:
 };
 
 // A manual-reset event on a non-blocking pipe: signalled while the pipe holds a byte, so any
-// number of them can be waited on together with one poll or select.
+// number of them can be waited on together with one poll.
 class LSignalObject : public LSignalObjectRef {
 public:
     LSignalObject();  // a failed pipe() leaves both descriptors at -1
@@ -44,25 +44,29 @@ public:
     LSignalObjectRef Ref() const { return *this; }
 };
 
-// A set of read descriptors to wait on together. Select clears the members that are not
-// readable, so a group is rebuilt for each wait.
+// A set of read descriptors to wait on together, of any descriptor number. Select clears
+// the members that are not readable, so a group is rebuilt for each wait.
 class LSignalObjectGroup {
 public:
     static constexpr int kMaxMembers = 255;
 
-    LSignalObjectGroup();
-    // False when the group is full or the descriptor doesn't fit a descriptor set.
+    LSignalObjectGroup() = default;
+    // False when the group is full or the descriptor is not one (negative). A descriptor
+    // already in the group counts once.
     bool Add(LSignalObjectRef signal);
     bool AddDescriptor(int fd);
     bool IsMember(LSignalObjectRef signal) const;
     int GetMemberCount() const { return _count; }
-    void Clear();
+    void Clear() { _count = 0; }
 
     // True if any member is readable within `ms`; on return only readable members remain.
+    // A wait interrupted by a signal goes on for the time left, so it ends only by a member
+    // or the time limit.
     bool Select(unsigned int ms);
 
 private:
-    fd_set _set;
-    int _maxFd = -1;
+    void _KeepReadable();
+
+    pollfd _members[kMaxMembers];  // the first _count are in use
     int _count = 0;
 };

@@ -1,5 +1,4 @@
 #include "base/LThread.h"
-#include "base/LDeadline.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,8 +7,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr int kLowestNice = 19;
 
 // The highest class we are allowed: SCHED_FIFO at the asked level, else at the RLIMIT_RTPRIO
 // ceiling that the audio group often grants, else nothing (the caller stays normal).
@@ -30,18 +27,56 @@ bool _SetRealTime(pthread_t thread, int priority)
     return pthread_setschedparam(thread, SCHED_FIFO, &param) == 0;
 }
 
+// What normal means: the nice value the user started the program with (the main thread's).
+int _ProcessNice()
+{
+    errno = 0;
+    int nice = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+    return errno == 0 ? nice : 0;
+}
+
+// Whether a thread may leave the idle class for the normal one again. Without CAP_SYS_NICE
+// the kernel allows it only when RLIMIT_NICE would allow the normal nice value (sched(7)),
+// which an ordinary user's default limit never does. A throw-away thread asks the kernel
+// once, since capabilities, user namespaces and limits all have their say.
+void* _TryIdleAndBack(void* answer)
+{
+    sched_param param{};
+    *static_cast<bool*>(answer) = pthread_setschedparam(pthread_self(), SCHED_IDLE, &param) == 0 &&
+                                  pthread_setschedparam(pthread_self(), SCHED_OTHER, &param) == 0;
+    return nullptr;
+}
+
+bool _IdleIsReversible()
+{
+    static const bool reversible = [] {
+        bool answer = false;
+        pthread_t probe;
+        if (pthread_create(&probe, nullptr, _TryIdleAndBack, &answer) != 0)
+            return false;
+        pthread_join(probe, nullptr);
+        return answer;
+    }();
+    return reversible;
+}
+
 void _SetNormal(pthread_t thread, pid_t kernelId)
 {
     sched_param param{};
     pthread_setschedparam(thread, SCHED_OTHER, &param);
-    setpriority(PRIO_PROCESS, static_cast<id_t>(kernelId), 0);  // may be refused once lowered
+    setpriority(PRIO_PROCESS, static_cast<id_t>(kernelId), _ProcessNice());
 }
 
-void _SetLow(pthread_t thread, pid_t kernelId)
+// The idle class where the thread can come back from it; else the batch class, which an
+// ordinary user can always leave: it keeps the thread from preempting others when it wakes,
+// though it gets a normal share of the processor. A higher nice value is no alternative:
+// lowering it again needs the same limit as leaving the idle class.
+void _SetLow(pthread_t thread)
 {
     sched_param param{};
-    if (pthread_setschedparam(thread, SCHED_IDLE, &param) != 0)
-        setpriority(PRIO_PROCESS, static_cast<id_t>(kernelId), kLowestNice);
+    if (_IdleIsReversible() && pthread_setschedparam(thread, SCHED_IDLE, &param) == 0)
+        return;
+    pthread_setschedparam(thread, SCHED_BATCH, &param);
 }
 
 }  // namespace
@@ -109,29 +144,26 @@ void LThread::SetPriority(int priority)
     if (priority == kThreadPriorityRealTime && _SetRealTime(thread, priority))
         return;
     if (priority == kThreadPriorityBeatDetect || priority == kThreadPriorityBackground)
-        _SetLow(thread, kernelId);
+        _SetLow(thread);
     else
         _SetNormal(thread, kernelId);
 }
 
+// Each wait below is one group wait, which rides out interruptions by signals: a child's
+// exit must not pass for a stop or for a signal.
 bool LThread::ProcessWait(unsigned int ms)
 {
-    return _stop.WaitSignalDual(_finished, ms);
+    LSignalObjectGroup group;
+    group.Add(_stop);
+    group.Add(_finished);
+    return group.Select(ms);
 }
 
 LProcessResult LThread::ProcessWaitSignal(LSignalObjectRef s, unsigned int ms)
 {
-    LDeadline deadline(ms);
-    for (;;) {
-        if (!_stop.WaitSignalDual(s, deadline.Left()))
-            return kProcessFailed;
-        if (IsToStop())
-            return kProcessStopped;
-        if (s.IsSignaled())
-            return kProcessFinished;
-        if (deadline.IsOver())  // an interruption, and no time left to look again
-            return kProcessFailed;
-    }
+    LSignalObjectGroup group;
+    group.Add(s);
+    return LThread::ProcessWaitSignalObjectGroup(group, ms);
 }
 
 LProcessResult LThread::ProcessWaitSignalObjectGroup(LSignalObjectGroup& group, unsigned int ms)

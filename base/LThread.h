@@ -34,7 +34,8 @@ public:
     // Joins the thread if there is one; call StopThreadSoon first unless it ends by itself.
     void WaitForThreadEnd();
     // Applies a priority to the running thread; refusals (real time without the right) are
-    // silent and leave the normal policy.
+    // silent and leave the normal policy. 1 and 2 take the lowest class that the process may
+    // leave again, so a lowered thread can always come back to 31.
     void SetPriority(int priority);
 
     bool IsRunning() const { return _running.load(std::memory_order_acquire); }

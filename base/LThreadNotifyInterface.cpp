@@ -1,6 +1,5 @@
 #include "base/LThreadNotifyInterface.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -23,8 +22,9 @@ void LThreadNotifyInterface::SetStatus(const char* text, int line)
 
 void LThreadNotifyInterface::SetProgress(double fraction)
 {
-    double hundredths = std::round(std::clamp(fraction, 0.0, 1.0) * 100.0);
-    PostQueuedNotifyData(kCodeProgress, nullptr, static_cast<unsigned long>(hundredths));
+    if (std::optional<double> f = LProgressFraction(fraction))
+        PostQueuedNotifyData(kCodeProgress, nullptr,
+                             static_cast<unsigned long>(std::round(*f * 100.0)));
 }
 
 void LThreadNotifyInterface::EvQueuedNotifyData(unsigned int code, const void* data,

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -26,4 +28,15 @@ TEST(LProcessInterfaceSubProcess, MapsProgressNestsAndKeepsItsTextToItself)
     EXPECT_FALSE(quarter.IsToStop());
     outer.stop = true;
     EXPECT_TRUE(quarter.IsToStop());  // stop requests reach through every level
+}
+
+TEST(LProcessInterfaceSubProcess, KeepsAnyReportInsideItsStretch)
+{
+    RecordingProcess outer;
+    LProcessInterfaceSubProcess sub(outer, 0.5, 0.25);
+    const double inf = std::numeric_limits<double>::infinity();
+    for (double f : {-inf, -3.0, std::nan(""), 2.0, inf})
+        sub.SetProgress(f);
+    EXPECT_EQ(outer.calls, (std::vector<std::string>{"progress 0.500000", "progress 0.500000",
+                                                     "progress 0.750000", "progress 0.750000"}));
 }

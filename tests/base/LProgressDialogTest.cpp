@@ -6,12 +6,14 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <cmath>
 #include <csignal>
+#include <fcntl.h>
 #include <functional>
-#include <sys/wait.h>
+#include <limits>
 #include <string>
-#include <thread>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -112,6 +114,31 @@ TEST_F(ProgressDialog, ReportsReachTheViewAndARefusedViewRunsNothing)
     EXPECT_FALSE(ran);
 }
 
+TEST_F(ProgressDialog, ProgressOutsideZeroToOneIsClampedAndNaNChangesNothing)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const struct {
+        double fraction;
+        const char* shown;  // null: no call reaches the view
+    } cases[] = {
+        {0.5, "50%"}, {std::nan(""), nullptr}, {-inf, "0%"}, {-0.25, "0%"}, {-0.0, "0%"},
+        {0.999, "99%"}, {1.0, "100%"}, {7.5, "100%"}, {inf, "100%"}, {5e-324, "0%"},
+    };
+    Strings expected = {"open x", "busy"};
+    for (const auto& c : cases)
+        if (c.shown)
+            expected.push_back(c.shown);
+    expected.push_back("close");
+    _Run("x", [&cases](LProcessInterface& p) {
+        p.SetProgressIndeterminateOn();
+        p.SetProgress(std::nan(""));  // leaves the busy mode alone, too
+        for (const auto& c : cases)
+            p.SetProgress(c.fraction);
+        return kProcessFinished;
+    });
+    EXPECT_EQ(gView.calls, expected);
+}
+
 TEST_F(ProgressDialog, CancelIsSeenAtTheNextIsToStop)
 {
     CancelButton cancel;
@@ -131,39 +158,92 @@ TEST_F(ProgressDialog, CancelIsSeenAtTheNextIsToStop)
     EXPECT_EQ(gView.calls[1], "cancel off");
 }
 
-TEST_F(ProgressDialog, CancelledShellCommandReturnsStoppedPromptly)
+TEST_F(ProgressDialog, CancelEndsTheWaitForAShellCommandThatWouldNeverEnd)
 {
+    // The command waits for a line that is written only after the task has returned, so
+    // only the Cancel can end the task's wait.
+    TempFolder folder;
+    const std::string fifo = folder / "line";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     CancelButton cancel;
-    auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(_Run("Decoding",
-                   [&cancel](LProcessInterface& p) {
-                       std::thread presser([&cancel] {
-                           std::this_thread::sleep_for(std::chrono::milliseconds(100));
-                           cancel.PostQueueNotify();
-                       });
-                       // The command outlives the test; keep it off the test's output.
-                       LProcessResult result =
-                           LRunShellCommand(p, "exec sleep 3 >/dev/null 2>&1");
-                       presser.join();
-                       return result;
+                   [&](LProcessInterface& p) {
+                       cancel.PostQueueNotify();  // pressed while the command runs
+                       return LRunShellCommand(p, ("read line < '" + fifo + "'").c_str());
                    }),
               kProcessStopped);
-    EXPECT_LT(MsSince(start), 2000);
+    // Lets the command end; its helper thread then cleans up by itself.
+    int end = open(fifo.c_str(), O_WRONLY);
+    ASSERT_GE(end, 0);
+    EXPECT_EQ(write(end, "\n", 1), 1);
+    close(end);
 }
 
 TEST(LConsoleProgressView, CtrlCCancelsTheTaskAndTheHandlerGoesWithIt)
 {
     LSetProgressViewFactory(nullptr);  // the console form
-    auto start = std::chrono::steady_clock::now();
+    // The wait has no time limit: only the Ctrl-C can end it, and as a stop.
     EXPECT_EQ(_Run("Converting",
                    [](LProcessInterface& p) {
                        raise(SIGINT);
                        LSignalObject never;
-                       return p.ProcessWaitSignal(never, 10000);
+                       return p.ProcessWaitSignal(never, kWaitForever);
                    }),
               kProcessStopped);
-    EXPECT_LT(MsSince(start), 5000);
     EXPECT_EQ(signal(SIGINT, SIG_DFL), SIG_DFL);  // the handler went with the task
+}
+
+namespace {
+
+// Everything written to `fd` until now; it must be non-blocking.
+std::string _ReadAvailable(int fd)
+{
+    std::string all;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = read(fd, buffer, sizeof buffer)) > 0)
+        all.append(buffer, static_cast<size_t>(n));
+    return all;
+}
+
+}  // namespace
+
+TEST(LRunWithConsoleProgress, DrawsOnATerminalOnlyKeepsErrorsAndTakesCtrlC)
+{
+    LProcessFunction task = [](LProcessInterface& p) {
+        p.SetStatus("a.wav", 1);
+        p.SetProgress(0.5);
+        p.SetError("bad block");
+        return kProcessFailed;
+    };
+    int plain[2];
+    ASSERT_EQ(pipe2(plain, O_NONBLOCK), 0);
+    EXPECT_EQ(LRunWithConsoleProgress("Converting", task, plain[1]), kProcessFailed);
+    EXPECT_EQ(_ReadAvailable(plain[0]), "Converting: bad block\n");  // no bar off a terminal
+    close(plain[0]);
+    close(plain[1]);
+
+    int master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(grantpt(master), 0);
+    ASSERT_EQ(unlockpt(master), 0);
+    int terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    EXPECT_EQ(LRunWithConsoleProgress("Converting", task, terminal), kProcessFailed);
+    std::string shown = _ReadAvailable(master);
+    EXPECT_NE(shown.find(" 0%  Converting"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("Converting: bad block"), std::string::npos) << shown;
+    EXPECT_TRUE(shown.ends_with("\r\033[K")) << shown;  // the line is gone when it ends
+    close(terminal);
+    close(master);
+
+    EXPECT_EQ(LRunWithConsoleProgress("Converting",
+                                      [](LProcessInterface& p) {
+                                          raise(SIGINT);
+                                          p.ProcessWait(kWaitForever);  // ends only by a stop
+                                          return p.IsToStop() ? kProcessStopped : kProcessFinished;
+                                      }),
+              kProcessStopped);
 }
 
 TEST(LRunShellCommand, AnswersFinishedOrFailedAndAReapedChildIsSuccess)

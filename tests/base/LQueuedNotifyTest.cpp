@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <memory>
 #include <poll.h>
 #include <string>
@@ -199,7 +201,7 @@ TEST_F(QueuedNotify, ThreadNotifyInterfaceCarriesReportsToTheInterfaceThread)
     worker.Start(kThreadPriorityNormal);
     worker.WaitForThreadEnd();
     EXPECT_TRUE(target.calls.empty());  // nothing arrives until this thread drains
-    EXPECT_TRUE(_Queue().RunUntil([&target] { return target.calls.size() == 6; }, 10000));
+    EXPECT_TRUE(_Queue().RunUntil([&target] { return target.calls.size() == 6; }));
     EXPECT_EQ(target.calls, (std::vector<std::string>{
                                 "indeterminate on", "status0 first",
                                 "status1 " + std::string(259, 'x'), "progress 0.250000",
@@ -207,4 +209,14 @@ TEST_F(QueuedNotify, ThreadNotifyInterfaceCarriesReportsToTheInterfaceThread)
 
     worker.StopThreadSoon();  // stop requests come from the worker
     EXPECT_TRUE(adapter.IsToStop());
+
+    // Progress travels in hundredths: out-of-range values arrive clamped, NaN not at all.
+    target.calls.clear();
+    const double inf = std::numeric_limits<double>::infinity();
+    for (double f : {std::nan(""), -inf, 0.004, 0.006, 1e300, inf})
+        adapter.SetProgress(f);
+    _DrainAll();
+    EXPECT_EQ(target.calls, (std::vector<std::string>{"progress 0.000000", "progress 0.000000",
+                                                      "progress 0.010000", "progress 1.000000",
+                                                      "progress 1.000000"}));
 }
