@@ -67,7 +67,7 @@ bool LFile::CopyFile(const char* from, const char* to)
         const char* argv[] = {"cp", "-R", "--", from, to, nullptr};
         int status = LRunProgram(argv);
         // Without a status (reaped elsewhere) the copy is judged by its result.
-        return status == 0 || (status == -2 && Exists(to));
+        return status == 0 || (status == kRunProgramStatusTaken && Exists(to));
     }
     return _CopyPlainFile(from, to);
 }
