@@ -12,6 +12,8 @@
 #include "sound/LWaveFile.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdint>
 #include <cmath>
 
 namespace {
@@ -78,7 +80,7 @@ LSoundSource DJDeck::OpenSource()
     working->Seek(_restartPosition);
     _AddEqualiser(working);
     if (_loopActive)
-        working = LLoopSource().OpenSource(working, _cueMark, _cueMark + _loopLength);
+        working = LLoopSource().OpenSource(working, _cueMark, _LoopEnd());
     _positionSource = working;
     return LSoundSource(new DJDeckSourceBase(working, &_info));
 }
@@ -188,6 +190,12 @@ void DJDeck::SetRestartPosition(int sample)
     _restartPosition = sample;
 }
 
+// Cue mark plus length, held within int: marks near the ends of the range must not wrap.
+int DJDeck::_LoopEnd() const
+{
+    return static_cast<int>(std::clamp<int64_t>(int64_t(_cueMark) + _loopLength, INT_MIN, INT_MAX));
+}
+
 void DJDeck::SetLoopFrames(int cueMark, int lengthFrames)
 {
     _cueMark = cueMark;
@@ -206,7 +214,7 @@ void DJDeck::SetPitch(double pitch)
     const int newEnd = _PitchedEnd(pitch);
     _pitch = pitch;
     auto rescale = [&](int frames) {
-        return oldEnd > 0 ? static_cast<int>(std::trunc(newEnd * (static_cast<double>(frames) / oldEnd))) : 0;
+        return oldEnd > 0 ? LTruncToInt(newEnd * (static_cast<double>(frames) / oldEnd)) : 0;
     };
     _cueMark = rescale(_cueMark);
     _loopLength = rescale(_loopLength);

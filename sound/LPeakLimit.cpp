@@ -52,10 +52,21 @@ void LSRCPeakLimit::_Rotate()
     _g[3] = _BlockGain(newest);
 }
 
+// A source that is not streaming has a frame for every one asked of it: Read fills past its
+// end with zeros, and a loop stage goes round though its end is the whole track's. So all three
+// blocks are read in full, and a loop near the track's end plays on without a gap. A streaming
+// source is read only as far as it has data, so that nothing still to come is read as silence.
+int LSRCPeakLimit::_FramesToPrime() const
+{
+    if (!source->IsStreaming())
+        return _fillMark;
+    return std::clamp(source->GetEndSample() - source->GetPositionSample(), 0, _fillMark);
+}
+
 void LSRCPeakLimit::_Prime()
 {
     _played = 0;
-    int remaining = std::max(0, source->GetEndSample() - source->GetPositionSample());
+    int remaining = _FramesToPrime();
     if (remaining < _fillMark)
         std::memset(_blocks.get(), 0, sizeof(int) * static_cast<size_t>(_fillMark) * channels);
     int gains[3];

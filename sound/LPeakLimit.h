@@ -36,6 +36,7 @@ private:
     int* _Buffer(int age) const;  // 0 the played block, 2 the newest
     int _BlockGain(const int* block) const;
     void _Rotate();
+    int _FramesToPrime() const;
     void _Prime();
     void _SetSlope();
     void _Output(int* out, int frames);

@@ -3,6 +3,7 @@
 #include "sound/LDistortion.h"
 #include "sound/LHighPass.h"
 #include "sound/LParametricEq.h"
+#include "sound/LPeakLimit.h"
 #include "sound/LSRCEcho.h"
 #include "sound/LSRCFlanger.h"
 #include "sound/LSRCReverb3.h"
@@ -12,6 +13,9 @@
 #include "support/TestHome.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
 
 namespace {
 
@@ -154,4 +158,24 @@ TEST_F(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
     Render(chain, 10000);
     EXPECT_GE(chain->GetPositionSample(), kFrames - 500);
     EXPECT_EQ(chain->GetEndSample(), kFrames) << "a looping deck never ends by itself";
+
+    // Through the console's limiter, a loop within its read-ahead of the end plays on: no run
+    // of silent frames where the limiter's blocks pass the track's end.
+    deck.SetLoopFrames(kFrames - 1000, 1000);
+    deck.SetRestartPosition(kFrames - 1000);
+    LSoundSource chainToLimit = deck.OpenSource();
+    const std::vector<int> limited = Render(LSPPeakLimit(kPeakLimit).OpenSource(chainToLimit), 10000);
+    int run = 0, longestRun = 0;
+    for (size_t i = 0; i < limited.size(); i += 2) {
+        run = limited[i] == 0 && limited[i + 1] == 0 ? run + 1 : 0;
+        longestRun = std::max(longestRun, run);
+    }
+    EXPECT_LT(longestRun, 2);
+
+    // Marks at the far end of the int range are held, not wrapped.
+    deck.SetLoopFrames(INT_MAX - 10, INT_MAX);
+    deck.SetRestartPosition(INT_MAX);
+    chain = deck.OpenSource();
+    Render(chain, 3000);
+    EXPECT_GE(chain->GetPositionSample(), 0);
 }
