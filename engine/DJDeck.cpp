@@ -21,6 +21,7 @@ namespace {
 constexpr double kEqQ = 1.4;
 constexpr int kEqLowHz = 100, kEqMidHz = 400, kEqHighHz = 1000;
 constexpr int kDelayMinMs = 1, kDelayMaxMs = 4000;
+constexpr double kDistortionLevelAt0dB = 131072.0;  // 2^17: a quarter of full scale
 
 // 20 log10(fraction), rounded half away from zero and held within the dB range; silence
 // (-inf) is held in double before it becomes an integer.
@@ -49,7 +50,7 @@ LdBValue DJReverbDryGain(int mixPercent)
 
 int DJDistortionLevel(LdBValue gain)
 {
-    return LTruncToInt(std::pow(10.0, gain.GetDB() * 0.05) * 131072.0);
+    return LTruncToInt(std::pow(10.0, gain.GetDB() * 0.05) * kDistortionLevelAt0dB);
 }
 
 void DJDeck::AddNotify(DJDeckNotify* listener)

@@ -54,7 +54,7 @@ public:
     int GetPositionSample() const override { return _source->GetPositionSample(); }
     int GetEndSample() const override { return _source->GetEndSample(); }
     void Seek(int sample) override;
-    bool ControlMessage(int id, long* data) override { return _source->ControlMessage(id, data); }
+    bool ControlMessage(LControlMessage id, long* data) override { return _source->ControlMessage(id, data); }
 
 private:
     LSoundTime _Now() const { return LSoundTime::FromFrames(_source->GetPositionSample(), _source->GetRate()); }

@@ -14,8 +14,8 @@ public:
     LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink);
 
     void Read(int* buffer, int frames) override;
-    // 1 asks the tap's own crossfade to fade the next block and is taken; others go inside.
-    bool ControlMessage(int id, long* data) override;
+    // kMsgCrossFade asks the tap's own crossfade to fade the next block and is taken; others go inside.
+    bool ControlMessage(LControlMessage id, long* data) override;
 
 private:
     LSoundSink* _sink;

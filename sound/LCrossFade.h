@@ -29,7 +29,7 @@ public:
     int GetPositionSample() const override { return _source->GetPositionSample(); }
     int GetEndSample() const override { return _source->GetEndSample(); }
     int GetResyncPositionSample() const override { return _source->GetResyncPositionSample(); }
-    bool ControlMessage(int id, long* data) override { return _source->ControlMessage(id, data); }
+    bool ControlMessage(LControlMessage id, long* data) override { return _source->ControlMessage(id, data); }
     // Seeks the chain and moves the history index back (or on) by the same distance.
     void Seek(int sample) override;
 

@@ -25,7 +25,7 @@ LSRCDistortion::LSRCDistortion(LSoundSource& inner, const LSPDistortion& params)
 
 void LSRCDistortion::_Rebuild()
 {
-    constexpr double kOne = 16777216.0;  // gain 1.0
+    constexpr double kOne = kGainUnity;
     const double s = 1 - 0.22 * _amount;
     _g2 = static_cast<int>((1 - _amount) * kOne);
     _g1 = static_cast<int>(s * kOne);

@@ -16,7 +16,7 @@ LSRCHighPass::LSRCHighPass(LSoundSource& inner, int frequencyHz)
       _warmUp(std::make_unique<int[]>(static_cast<size_t>(kWarmUpFrames) * channels))
 {
     // A step from -peak to +peak overshoots to twice the peak.
-    if (peak < 0x100001)
+    if (peak <= kPeakMaxDoubled)
         peak *= 2;
 }
 

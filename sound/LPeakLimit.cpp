@@ -97,7 +97,7 @@ void LSRCPeakLimit::_Output(int* out, int frames)
 {
     const int* in = _Buffer(0) + static_cast<size_t>(_blockPosition) * channels;
     const size_t count = static_cast<size_t>(frames) * channels;
-    if (_gain > 0xffffff && _slope == 0) {
+    if (_gain >= kGainUnity && _slope == 0) {
         std::memcpy(out, in, sizeof(int) * count);
         return;
     }
@@ -149,7 +149,7 @@ void LSRCPeakLimit::Seek(int sample)
     _SetSlope();
 }
 
-bool LSRCPeakLimit::ControlMessage(int id, long* data)
+bool LSRCPeakLimit::ControlMessage(LControlMessage id, long* data)
 {
     return source->ControlMessage(id, data);
 }

@@ -30,7 +30,7 @@ public:
     int GetResyncPositionSample() const override;
     int GetEndSample() const override;
     void Seek(int sample) override;
-    bool ControlMessage(int id, long* data) override;
+    bool ControlMessage(LControlMessage id, long* data) override;
 
 private:
     int* _Buffer(int age) const;  // 0 the played block, 2 the newest

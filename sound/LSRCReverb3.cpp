@@ -17,6 +17,8 @@ constexpr int kAllpassTuning[2][LSRCReverb3::kAllpasses] = {
     {579, 464, 364, 248},
 };
 
+constexpr double kPerSampleAt44100 = 2.2675737e-5;  // 1 / 44,100 s, as the tuning is scaled
+
 // Exponent bits 0: zero or a denormal.
 inline bool _IsTiny(float v)
 {
@@ -31,7 +33,7 @@ inline float _Flushed(float v)
 // In double, so that 1557 and 1617 stay themselves at 44,100 Hz.
 int _ScaledLength(int samplesAt44100, int rate)
 {
-    return std::max(1, static_cast<int>(samplesAt44100 * double(rate) * 2.2675737e-5));
+    return std::max(1, static_cast<int>(samplesAt44100 * double(rate) * kPerSampleAt44100));
 }
 
 // Truncates to an int; beyond the int range (only for gains far above 0 dB) it saturates.
