@@ -99,12 +99,12 @@ void DJDeck::_AddEffects(LSoundSource& working)
     if (_fx.distortionOn)
         _Wrap(working, LSPDistortion(_fx.distortionAmount, DJDistortionLevel(_fx.distortionGain)));
     if (_fx.flangerOn)
-        _Wrap(working, LSPFlanger(_fx.flangerA, _fx.flangerB, _fx.flangerC, _fx.flangerD));
+        _Wrap(working, LSPFlanger(_fx.flangerDelayMs, _fx.flangerRateHz, _fx.flangerDepthPercent, _fx.flangerMixPercent));
     // The phaser is a flanger that does not sweep: a fixed comb.
     if (_fx.phaserOn)
-        _Wrap(working, LSPFlanger(_fx.phaserA, 0.0, 0, _fx.phaserB));
+        _Wrap(working, LSPFlanger(_fx.phaserDelayMs, 0.0, 0, _fx.phaserMixPercent));
     if (_fx.delayOn)
-        _Wrap(working, LSPEcho(_fx.delayA, std::clamp(_fx.delayB, kDelayMinMs, kDelayMaxMs)));
+        _Wrap(working, LSPEcho(_fx.delayFeedbackPercent, std::clamp(_fx.delayTimeMs, kDelayMinMs, kDelayMaxMs)));
 }
 
 // The pitch stage reports the file's rate, so the resampled stream plays faster or slower.
@@ -143,17 +143,16 @@ void DJDeck::SetDistortion(double amount, LdBValue gain, bool on)
     _NotifyFX();
 }
 
-void DJDeck::SetPhaser(int a, int b, bool on)
+void DJDeck::SetPhaser(int delayMs, int mixPercent, bool on)
 {
-    _fx.phaserA = a;
-    _fx.phaserB = b;
+    _fx.phaserDelayMs = delayMs;
+    _fx.phaserMixPercent = mixPercent;
     _fx.phaserOn = on;
     _NotifyFX();
 }
 
 void DJDeck::SetHighPass(int frequency, bool on)
 {
-    _fx.highPassPreviousFrequency = _fx.highPassFrequency;
     _fx.highPassFrequency = frequency;
     _fx.highPassOn = on;
     _NotifyFX();
@@ -168,20 +167,20 @@ void DJDeck::SetReverb(int mix, LSoundTime time, unsigned char option, bool on)
     _NotifyFX();
 }
 
-void DJDeck::SetFlanger(int a, double b, int c, int d, bool on)
+void DJDeck::SetFlanger(int delayMs, double rateHz, int depthPercent, int mixPercent, bool on)
 {
-    _fx.flangerA = a;
-    _fx.flangerB = b;
-    _fx.flangerC = c;
-    _fx.flangerD = d;
+    _fx.flangerDelayMs = delayMs;
+    _fx.flangerRateHz = rateHz;
+    _fx.flangerDepthPercent = depthPercent;
+    _fx.flangerMixPercent = mixPercent;
     _fx.flangerOn = on;
     _NotifyFX();
 }
 
-void DJDeck::SetDelay(int a, int b, bool on)
+void DJDeck::SetDelay(int feedbackPercent, int timeMs, bool on)
 {
-    _fx.delayA = a;
-    _fx.delayB = b;
+    _fx.delayFeedbackPercent = feedbackPercent;
+    _fx.delayTimeMs = timeMs;
     _fx.delayOn = on;
     _NotifyFX();
 }

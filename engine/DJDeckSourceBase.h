@@ -17,9 +17,6 @@ public:
     // Loudest level of the entries lying wholly inside [from, to]; 0 while the history is void.
     LdBValue GetLevelFromRange(LSoundTime from, LSoundTime to) const;
 
-    LdBValue totalVolume{0};
-    long gain = kGainUnity;
-
 private:
     friend class DJDeckSourceBase;
 

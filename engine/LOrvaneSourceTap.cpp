@@ -3,7 +3,7 @@
 LOrvaneSourceTap::LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink)
     : LSoundProcessBase(inner), _sink(sink)
 {
-    source = _crossfade.OpenSource(source, kFadeFrames);
+    source = _crossfade.OpenSource(source);
 }
 
 void LOrvaneSourceTap::Read(int* buffer, int frames)

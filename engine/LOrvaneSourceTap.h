@@ -8,8 +8,6 @@
 // tap's own crossfade, so that a resync's fade is recorded as it is heard.
 class LOrvaneSourceTap : public LSoundProcessBase {
 public:
-    static constexpr int kFadeFrames = 1024;
-
     // `sink` is the console's handle and must outlive the tap.
     LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink);
 

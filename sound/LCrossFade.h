@@ -10,8 +10,8 @@
 class LCrossFadeSource {
 public:
     // Wraps `source` in a fading source that reads this object's flag. The fade always spans
-    // the one Read that follows a request, whatever `frames` asks for.
-    LSoundSource OpenSource(LSoundSource& source, int frames);
+    // the one Read that follows a request.
+    LSoundSource OpenSource(LSoundSource& source);
 
     // Set by the console with the deck's lock held; read and cleared on the player thread.
     std::atomic<bool> fadeRequested{false};
