@@ -31,14 +31,17 @@ int* LSRCPeakLimit::_Buffer(int age) const
     return _blocks.get() + static_cast<size_t>((_played + age) % 3) * _blockFrames * channels;
 }
 
-// L / (P + 64) at 2^24 for a block whose peak P passes the limit L, in 32-bit division.
+int LPeakLimitBlockGain(int peak, int limit)
+{
+    if (peak <= limit)
+        return kGainUnity;
+    const int divisor = static_cast<int>((int64_t(peak) + 64) >> 6);
+    return ((limit << 9) / divisor) << 9;
+}
+
 int LSRCPeakLimit::_BlockGain(const int* block) const
 {
-    const int p = GetBufferPeak(block, _blockFrames, channels);
-    if (p <= _limit)
-        return kGainUnity;
-    const int divisor = static_cast<int>((int64_t(p) + 64) >> 6);
-    return ((_limit << 9) / divisor) << 9;
+    return LPeakLimitBlockGain(GetBufferPeak(block, _blockFrames, channels), _limit);
 }
 
 void LSRCPeakLimit::_Rotate()

@@ -13,6 +13,10 @@ public:
     int limit;
 };
 
+// Gain at 2^24 that brings a block of peak `peak` under `limit` (1..LSRCPeakLimit::kMaxLimit):
+// limit / (peak + 64) when the peak passes the limit, in 32-bit division; unity otherwise.
+int LPeakLimitBlockGain(int peak, int limit);
+
 // Look-ahead limiter, two blocks of delay. Three block buffers rotate: the one being played
 // and the next two. Each block has a gain that brings its peak under the limit; the running
 // gain ramps, over each block, to the smallest of the played block's, the next block's and
