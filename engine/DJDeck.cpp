@@ -12,7 +12,6 @@
 #include "sound/LWaveFile.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstdint>
 #include <cmath>
 
@@ -81,7 +80,7 @@ LSoundSource DJDeck::OpenSource()
     working->Seek(_restartPosition);
     _AddEqualiser(working);
     if (_loopActive)
-        working = LLoopSource().OpenSource(working, _cueMark, _LoopEnd());
+        working = LLoopSource().OpenSource(working, _cueMark, int64_t(_cueMark) + _loopLength);
     _positionSource = working;
     return LSoundSource(new DJDeckSourceBase(working, &_info));
 }
@@ -188,12 +187,6 @@ void DJDeck::SetDelay(int feedbackPercent, int timeMs, bool on)
 void DJDeck::SetRestartPosition(int sample)
 {
     _restartPosition = sample;
-}
-
-// Cue mark plus length, held within int: marks near the ends of the range must not wrap.
-int DJDeck::_LoopEnd() const
-{
-    return static_cast<int>(std::clamp<int64_t>(int64_t(_cueMark) + _loopLength, INT_MIN, INT_MAX));
 }
 
 void DJDeck::SetLoopFrames(int cueMark, int lengthFrames)

@@ -115,7 +115,6 @@ public:
 
 private:
     void _NotifyFX();
-    int _LoopEnd() const;
     LSoundSource _WithPitch(LSoundSource source) const;
     // The track's frame count when played at `pitch`.
     int _PitchedEnd(double pitch);

@@ -4,18 +4,14 @@
 #include <climits>
 #include <cstdint>
 
-LLoopSourceBase::LLoopSourceBase(const LSoundSource& inner, int start, int end)
-    : LSoundProcessBase(inner), _start(start), _end(end)
+LLoopSourceBase::LLoopSourceBase(const LSoundSource& inner, int64_t start, int64_t end) : LSoundProcessBase(inner)
 {
     peak = kPeakDefault;
-    // In 64 bits: positions near the ends of the int range must not wrap.
     const int64_t innerEnd = source->GetEndSample();
-    const int64_t length = int64_t(_end) - _start;
-    int64_t first = _start;
-    if (first >= innerEnd)
-        first = innerEnd - length;
-    _start = static_cast<int>(std::clamp<int64_t>(first, 0, INT_MAX));
-    _end = static_cast<int>(std::clamp<int64_t>(_end, 0, std::max<int64_t>(innerEnd, 0)));
+    if (start >= innerEnd)
+        start = innerEnd - (end - start);
+    _start = static_cast<int>(std::clamp<int64_t>(start, 0, INT_MAX));
+    _end = static_cast<int>(std::clamp<int64_t>(end, 0, std::max<int64_t>(innerEnd, 0)));
 }
 
 void LLoopSourceBase::Read(int* buffer, int frames)
@@ -45,7 +41,7 @@ int LLoopSourceBase::_ReadLooped(int* buffer, int frames)
     return done;
 }
 
-LSoundSource LLoopSource::OpenSource(LSoundSource& inner, int start, int end) const
+LSoundSource LLoopSource::OpenSource(LSoundSource& inner, int64_t start, int64_t end) const
 {
     return LSoundSource(new LLoopSourceBase(inner, start, end));
 }
