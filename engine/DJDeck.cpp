@@ -23,9 +23,12 @@ constexpr int kDelayMinMs = 1, kDelayMaxMs = 4000;
 constexpr double kDistortionLevelAt0dB = 131072.0;  // 2^17: a quarter of full scale
 
 // 20 log10(fraction), rounded half away from zero and held within the dB range; silence
-// (-inf) is held in double before it becomes an integer.
+// (-inf) is held in double before it becomes an integer, and a fraction below 0 or NaN (a mix
+// beyond 0..100) is silence too.
 LdBValue _FractionToDB(double fraction)
 {
+    if (!(fraction > 0))
+        return LdBValue(LdBValue::kSilence);
     const double db = std::clamp(20.0 * std::log10(fraction), -127.0, 127.0);
     return LdBValue(static_cast<int>(std::round(db)));
 }

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 
 namespace {
 
@@ -117,6 +118,8 @@ TEST_F(DJDeckChain, ParameterMappingsAtTheirLimits)
     EXPECT_EQ(DJReverbDryGain(100).GetDB(), LdBValue::kSilence);
     EXPECT_EQ(DJReverbWetGain(50).GetDB(), -6);
     EXPECT_EQ(DJReverbDryGain(1).GetDB(), 0);  // -0.087 rounds to 0
+    EXPECT_EQ(DJReverbDryGain(150).GetDB(), LdBValue::kSilence) << "a mix beyond 100 leaves nothing dry";
+    EXPECT_EQ(DJReverbWetGain(-50).GetDB(), LdBValue::kSilence);
     EXPECT_EQ(DJDistortionLevel(LdBValue(0)), 131072);
     EXPECT_EQ(DJDistortionLevel(LdBValue(-127)), 0);  // 10^-6.35 * 2^17 is below 1
     EXPECT_EQ(DJDistortionLevel(LdBValue(127)), 2147483647) << "held within int, not wrapped";
@@ -135,6 +138,26 @@ TEST_F(DJDeckChain, ParameterMappingsAtTheirLimits)
     LSoundSource file = LWaveFile::OpenSource(path.c_str());
     LSoundSource expected = LSPEcho(40, 1).OpenSource(file);
     EXPECT_EQ(Render(deck.OpenSource()), Render(Equalised(expected, 0, 0, 0)));
+}
+
+TEST_F(DJDeckChain, AbsurdSettingsStillBuildAHealthyChainOfTheTracksLength)
+{
+    const double nan = std::nan("");
+    deck.SetHighPass(INT_MAX, true);
+    deck.SetReverb(150, LSoundTime(INT_MAX), 255, true);
+    deck.SetDistortion(nan, LdBValue(127), true);
+    deck.SetFlanger(INT_MIN, nan, INT_MAX, -1, true);
+    deck.SetPhaser(INT_MAX, INT_MAX, true);
+    deck.SetDelay(INT_MAX, INT_MIN, true);
+    deck.SetEq(LdBValue(127), LdBValue(-127), LdBValue(127));
+    LSoundSource chain = deck.OpenSource();
+    EXPECT_EQ(chain->GetError(), kErrNone);
+    EXPECT_EQ(chain->GetEndSample(), kFrames);
+    Render(chain, kFrames);
+    EXPECT_EQ(chain->GetPositionSample(), kFrames);
+
+    deck.SetPitch(nan);  // plays as the slowest speed, a tenth
+    EXPECT_NEAR(deck.OpenSource()->GetEndSample(), kFrames * 10, 10);
 }
 
 TEST_F(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
