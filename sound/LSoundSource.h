@@ -10,7 +10,7 @@ constexpr int kFullScale = 0x80000;        // float 1.0
 constexpr int kPeakLimit = 0x7fff0;        // largest value a device or file may receive
 constexpr int kPeakFloatFile = 0x1000a8;   // peak of a float file source
 constexpr int kPeakDefault = 0x200000;     // peak when a source cannot tell
-constexpr int kRateFallbackHz = 44100;      // what a rate below 1 becomes
+constexpr int kRateFallbackHz = 44100;     // what a rate below 1 becomes
 constexpr int kClosedRateHz = 11025;       // rate of the silent source a closed handle holds
 constexpr int kPeakMaxDoubled = 0x100000;  // 2 x full scale: a stage that can overshoot doubles a peak up to this
 
