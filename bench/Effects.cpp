@@ -87,7 +87,7 @@ void BM_CrossFade(benchmark::State& state)
 {
     LCrossFadeSource owner;
     LSoundSource chain = _Tone();
-    chain = owner.OpenSource(chain, 1024);
+    chain = owner.OpenSource(chain);
     PullChain(state, chain, kRate);
 }
 BENCHMARK(BM_CrossFade);
@@ -111,7 +111,7 @@ void BM_CrossFadeEveryBlock(benchmark::State& state)
     LCrossFadeSource owner;
     LSoundSource tone = _Tone();
     LSoundSource chain(new FadeEveryRead(tone, owner));
-    chain = owner.OpenSource(chain, 1024);
+    chain = owner.OpenSource(chain);
     PullChain(state, chain, kRate);
 }
 BENCHMARK(BM_CrossFadeEveryBlock);

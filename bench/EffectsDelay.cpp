@@ -4,6 +4,7 @@
 #include "sound/LSRCEcho.h"
 #include "sound/LSRCFlanger.h"
 #include "sound/LSRCReverb3.h"
+#include "sound/LSampleMath.h"
 
 #include <benchmark/benchmark.h>
 
@@ -26,7 +27,7 @@ public:
         for (size_t i = 0; !silent && i < _data.size(); ++i) {
             noise = noise * 1664525u + 1013904223u;
             const double t = double(i / 2) / kRate;
-            const double chord = std::sin(6.2832 * 220 * t) + std::sin(6.2832 * 277 * t) + std::sin(6.2832 * 330 * t);
+            const double chord = std::sin(kTwoPi * 220 * t) + std::sin(kTwoPi * 277 * t) + std::sin(kTwoPi * 330 * t);
             _data[i] = int(0x20000 * chord) + int(noise >> 20) - 2048;
         }
     }

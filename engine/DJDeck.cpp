@@ -12,6 +12,7 @@
 #include "sound/LWaveFile.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cmath>
 
 namespace {
@@ -19,11 +20,15 @@ namespace {
 constexpr double kEqQ = 1.4;
 constexpr int kEqLowHz = 100, kEqMidHz = 400, kEqHighHz = 1000;
 constexpr int kDelayMinMs = 1, kDelayMaxMs = 4000;
+constexpr double kDistortionLevelAt0dB = 131072.0;  // 2^17: a quarter of full scale
 
 // 20 log10(fraction), rounded half away from zero and held within the dB range; silence
-// (-inf) is held in double before it becomes an integer.
+// (-inf) is held in double before it becomes an integer, and a fraction below 0 or NaN (a mix
+// beyond 0..100) is silence too.
 LdBValue _FractionToDB(double fraction)
 {
+    if (!(fraction > 0))
+        return LdBValue(LdBValue::kSilence);
     const double db = std::clamp(20.0 * std::log10(fraction), -127.0, 127.0);
     return LdBValue(static_cast<int>(std::round(db)));
 }
@@ -47,7 +52,7 @@ LdBValue DJReverbDryGain(int mixPercent)
 
 int DJDistortionLevel(LdBValue gain)
 {
-    return LTruncToInt(std::pow(10.0, gain.GetDB() * 0.05) * 131072.0);
+    return LTruncToInt(std::pow(10.0, gain.GetDB() * 0.05) * kDistortionLevelAt0dB);
 }
 
 void DJDeck::AddNotify(DJDeckNotify* listener)
@@ -78,7 +83,7 @@ LSoundSource DJDeck::OpenSource()
     working->Seek(_restartPosition);
     _AddEqualiser(working);
     if (_loopActive)
-        working = LLoopSource().OpenSource(working, _cueMark, _cueMark + _loopLength);
+        working = LLoopSource().OpenSource(working, _cueMark, int64_t(_cueMark) + _loopLength);
     _positionSource = working;
     return LSoundSource(new DJDeckSourceBase(working, &_info));
 }
@@ -96,12 +101,12 @@ void DJDeck::_AddEffects(LSoundSource& working)
     if (_fx.distortionOn)
         _Wrap(working, LSPDistortion(_fx.distortionAmount, DJDistortionLevel(_fx.distortionGain)));
     if (_fx.flangerOn)
-        _Wrap(working, LSPFlanger(_fx.flangerA, _fx.flangerB, _fx.flangerC, _fx.flangerD));
+        _Wrap(working, LSPFlanger(_fx.flangerDelayMs, _fx.flangerRateHz, _fx.flangerDepthPercent, _fx.flangerMixPercent));
     // The phaser is a flanger that does not sweep: a fixed comb.
     if (_fx.phaserOn)
-        _Wrap(working, LSPFlanger(_fx.phaserA, 0.0, 0, _fx.phaserB));
+        _Wrap(working, LSPFlanger(_fx.phaserDelayMs, 0.0, 0, _fx.phaserMixPercent));
     if (_fx.delayOn)
-        _Wrap(working, LSPEcho(_fx.delayA, std::clamp(_fx.delayB, kDelayMinMs, kDelayMaxMs)));
+        _Wrap(working, LSPEcho(_fx.delayFeedbackPercent, std::clamp(_fx.delayTimeMs, kDelayMinMs, kDelayMaxMs)));
 }
 
 // The pitch stage reports the file's rate, so the resampled stream plays faster or slower.
@@ -140,17 +145,16 @@ void DJDeck::SetDistortion(double amount, LdBValue gain, bool on)
     _NotifyFX();
 }
 
-void DJDeck::SetPhaser(int a, int b, bool on)
+void DJDeck::SetPhaser(int delayMs, int mixPercent, bool on)
 {
-    _fx.phaserA = a;
-    _fx.phaserB = b;
+    _fx.phaserDelayMs = delayMs;
+    _fx.phaserMixPercent = mixPercent;
     _fx.phaserOn = on;
     _NotifyFX();
 }
 
 void DJDeck::SetHighPass(int frequency, bool on)
 {
-    _fx.highPassPreviousFrequency = _fx.highPassFrequency;
     _fx.highPassFrequency = frequency;
     _fx.highPassOn = on;
     _NotifyFX();
@@ -165,20 +169,20 @@ void DJDeck::SetReverb(int mix, LSoundTime time, unsigned char option, bool on)
     _NotifyFX();
 }
 
-void DJDeck::SetFlanger(int a, double b, int c, int d, bool on)
+void DJDeck::SetFlanger(int delayMs, double rateHz, int depthPercent, int mixPercent, bool on)
 {
-    _fx.flangerA = a;
-    _fx.flangerB = b;
-    _fx.flangerC = c;
-    _fx.flangerD = d;
+    _fx.flangerDelayMs = delayMs;
+    _fx.flangerRateHz = rateHz;
+    _fx.flangerDepthPercent = depthPercent;
+    _fx.flangerMixPercent = mixPercent;
     _fx.flangerOn = on;
     _NotifyFX();
 }
 
-void DJDeck::SetDelay(int a, int b, bool on)
+void DJDeck::SetDelay(int feedbackPercent, int timeMs, bool on)
 {
-    _fx.delayA = a;
-    _fx.delayB = b;
+    _fx.delayFeedbackPercent = feedbackPercent;
+    _fx.delayTimeMs = timeMs;
     _fx.delayOn = on;
     _NotifyFX();
 }
@@ -206,7 +210,7 @@ void DJDeck::SetPitch(double pitch)
     const int newEnd = _PitchedEnd(pitch);
     _pitch = pitch;
     auto rescale = [&](int frames) {
-        return oldEnd > 0 ? static_cast<int>(std::trunc(newEnd * (static_cast<double>(frames) / oldEnd))) : 0;
+        return oldEnd > 0 ? LTruncToInt(newEnd * (static_cast<double>(frames) / oldEnd)) : 0;
     };
     _cueMark = rescale(_cueMark);
     _loopLength = rescale(_loopLength);

@@ -40,24 +40,26 @@ struct DJDeckEffects {
     LdBValue distortionGain{0};
 
     bool highPassOn = false;
-    int highPassFrequency = 0;          // Hz
-    int highPassPreviousFrequency = 0;  // Hz
+    int highPassFrequency = 0;  // Hz
 
     bool reverbOn = false;
     int reverbMix = 1;                  // percent wet
     LSoundTime reverbTime{10000};
     unsigned char reverbOption = 0;
 
-    bool phaserOn = false;
-    int phaserA = 50, phaserB = 50;
+    bool phaserOn = false;  // a flanger that does not sweep
+    int phaserDelayMs = 50;
+    int phaserMixPercent = 50;
 
     bool flangerOn = false;
-    int flangerA = 50;
-    double flangerB = 25.0;
-    int flangerC = 50, flangerD = 50;
+    int flangerDelayMs = 50;
+    double flangerRateHz = 25.0;  // sweep rate
+    int flangerDepthPercent = 50;
+    int flangerMixPercent = 50;
 
-    bool delayOn = false;
-    int delayA = 50, delayB = 50;
+    bool delayOn = false;  // the echo
+    int delayFeedbackPercent = 50;
+    int delayTimeMs = 50;  // held within 1..4000 when the chain is built
 
     LdBValue eqLow{0}, eqMid{0}, eqHigh{0};
 };
@@ -86,11 +88,11 @@ public:
 
     void SetEq(LdBValue low, LdBValue mid, LdBValue high);
     void SetDistortion(double amount, LdBValue gain, bool on);
-    void SetPhaser(int a, int b, bool on);
+    void SetPhaser(int delayMs, int mixPercent, bool on);
     void SetHighPass(int frequency, bool on);
     void SetReverb(int mix, LSoundTime time, unsigned char option, bool on);
-    void SetFlanger(int a, double b, int c, int d, bool on);
-    void SetDelay(int a, int b, bool on);
+    void SetFlanger(int delayMs, double rateHz, int depthPercent, int mixPercent, bool on);
+    void SetDelay(int feedbackPercent, int timeMs, bool on);
 
     void SetRestartPosition(int sample);
     // A loop of `lengthFrames` from `cueMark` (frames in the pitched stream); length 0 ends it.

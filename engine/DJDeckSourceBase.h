@@ -17,9 +17,6 @@ public:
     // Loudest level of the entries lying wholly inside [from, to]; 0 while the history is void.
     LdBValue GetLevelFromRange(LSoundTime from, LSoundTime to) const;
 
-    LdBValue totalVolume{0};
-    long gain = kGainUnity;
-
 private:
     friend class DJDeckSourceBase;
 
@@ -54,7 +51,7 @@ public:
     int GetPositionSample() const override { return _source->GetPositionSample(); }
     int GetEndSample() const override { return _source->GetEndSample(); }
     void Seek(int sample) override;
-    bool ControlMessage(int id, long* data) override { return _source->ControlMessage(id, data); }
+    bool ControlMessage(LControlMessage id, long* data) override { return _source->ControlMessage(id, data); }
 
 private:
     LSoundTime _Now() const { return LSoundTime::FromFrames(_source->GetPositionSample(), _source->GetRate()); }

@@ -1,15 +1,9 @@
 #include "engine/LOrvaneSourceTap.h"
 
-namespace {
-
-constexpr int kMessageCrossFade = 1;
-
-}  // namespace
-
 LOrvaneSourceTap::LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink)
     : LSoundProcessBase(inner), _sink(sink)
 {
-    source = _crossfade.OpenSource(source, kFadeFrames);
+    source = _crossfade.OpenSource(source);
 }
 
 void LOrvaneSourceTap::Read(int* buffer, int frames)
@@ -18,9 +12,9 @@ void LOrvaneSourceTap::Read(int* buffer, int frames)
     (*_sink)->Write(buffer, frames);
 }
 
-bool LOrvaneSourceTap::ControlMessage(int id, long* data)
+bool LOrvaneSourceTap::ControlMessage(LControlMessage id, long* data)
 {
-    if (id != kMessageCrossFade)
+    if (id != kMsgCrossFade)
         return source->ControlMessage(id, data);
     _crossfade.fadeRequested = true;
     return true;

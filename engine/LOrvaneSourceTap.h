@@ -8,14 +8,12 @@
 // tap's own crossfade, so that a resync's fade is recorded as it is heard.
 class LOrvaneSourceTap : public LSoundProcessBase {
 public:
-    static constexpr int kFadeFrames = 1024;
-
     // `sink` is the console's handle and must outlive the tap.
     LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink);
 
     void Read(int* buffer, int frames) override;
-    // 1 asks the tap's own crossfade to fade the next block and is taken; others go inside.
-    bool ControlMessage(int id, long* data) override;
+    // kMsgCrossFade asks the tap's own crossfade to fade the next block and is taken; others go inside.
+    bool ControlMessage(LControlMessage id, long* data) override;
 
 private:
     LSoundSink* _sink;

@@ -258,7 +258,7 @@ void LAudioMixerSourceBase::_MixChannel(const LAudioMixerSource& entry, int sour
         const int output = entry.designations[channel][i];
         if (output >= channels)
             continue;
-        const int gain = amplitude[entry.volumes[channel][output].load(std::memory_order_relaxed) + 128];
+        const int gain = amplitude[LdBTables::Index(entry.volumes[channel][output].load(std::memory_order_relaxed))];
         if (gain == kGainUnity)
             AddStrided(_scratch.get() + channel, sourceChannels, out + output, channels, frames);
         else

@@ -1,6 +1,8 @@
 #include "sound/LBufferHelpers.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdint>
 
 namespace {
 
@@ -18,12 +20,15 @@ struct MeanSquareSums {
         low += square & 0x1fff;
     }
 
+    // Saturates at the largest 32-bit value: from 4 times full scale up a block reads as the
+    // loudest level the meter shows, never as a wrapped quiet one.
     uint32_t Mean(uint64_t count) const
     {
         if (count == 0)
             return 0;
         const uint64_t total = high + (low >> 13);
-        return static_cast<uint32_t>(((total / count) << 13) + (((total % count) << 13) / count));
+        const uint64_t mean = ((total / count) << 13) + (((total % count) << 13) / count);
+        return static_cast<uint32_t>(std::min<uint64_t>(mean, UINT32_MAX));
     }
 };
 

@@ -1,5 +1,7 @@
 #include "sound/LConvertRateBase.h"
 
+#include "sound/LSoundSource.h"
+
 #include <cmath>
 #include <cstdint>
 
@@ -38,7 +40,7 @@ int _RoundAwayFromZero(Real value)
 
 int _SaneRate(int rate)
 {
-    return rate < 1 ? 44100 : rate;
+    return rate < 1 ? kRateFallbackHz : rate;
 }
 
 }  // namespace

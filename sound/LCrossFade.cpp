@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-LSoundSource LCrossFadeSource::OpenSource(LSoundSource& source, int /*frames*/)
+LSoundSource LCrossFadeSource::OpenSource(LSoundSource& source)
 {
     return LSoundSource(new LSRCCrossFade(source, *this));
 }

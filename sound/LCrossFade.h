@@ -10,8 +10,8 @@
 class LCrossFadeSource {
 public:
     // Wraps `source` in a fading source that reads this object's flag. The fade always spans
-    // the one Read that follows a request, whatever `frames` asks for.
-    LSoundSource OpenSource(LSoundSource& source, int frames);
+    // the one Read that follows a request.
+    LSoundSource OpenSource(LSoundSource& source);
 
     // Set by the console with the deck's lock held; read and cleared on the player thread.
     std::atomic<bool> fadeRequested{false};
@@ -29,7 +29,7 @@ public:
     int GetPositionSample() const override { return _source->GetPositionSample(); }
     int GetEndSample() const override { return _source->GetEndSample(); }
     int GetResyncPositionSample() const override { return _source->GetResyncPositionSample(); }
-    bool ControlMessage(int id, long* data) override { return _source->ControlMessage(id, data); }
+    bool ControlMessage(LControlMessage id, long* data) override { return _source->ControlMessage(id, data); }
     // Seeks the chain and moves the history index back (or on) by the same distance.
     void Seek(int sample) override;
 

@@ -4,13 +4,44 @@
 
 #include <algorithm>
 
-namespace {
+LDistortionCurve LDistortionCurveFor(double amount, int level)
+{
+    constexpr double kOne = kGainUnity;
+    amount = amount == amount ? std::clamp(amount, 0.0, 1.0) : 0.0;
+    level = std::clamp(level, 0, kDistortionMaxLevel);
+    const double s = 1 - 0.22 * amount;
+    LDistortionCurve curve;
+    curve.g2 = static_cast<int>((1 - amount) * kOne);
+    curve.g1 = static_cast<int>(s * kOne);
+    curve.g0 = static_cast<int>((4 - 3 * s) * kOne);
+    curve.t1 = level >> 2;
+    curve.t2 = level;
+    curve.c1 = LGainMultiply(curve.t1, curve.g0) - LGainMultiply(curve.t1, curve.g1);
+    curve.c2 = curve.c1 + LGainMultiply(curve.t2, curve.g1) - LGainMultiply(curve.t2, curve.g2);
+    return curve;
+}
 
-// 512 times full scale: above any real sample, and low enough that the curve's offsets and
-// products stay inside int for every level a caller may pass (+127 dB asks for 2.9e11).
-constexpr int kMaxLevel = 0x10000000;
+int LDistortionCurve::Shape(int x) const
+{
+    if (x >= 0) {
+        if (x < t1)
+            return LGainMultiply(x, g0);
+        if (x < t2)
+            return LGainMultiply(x, g1) + c1;
+        return LGainMultiply(x, g2) + c2;
+    }
+    if (x > -t1)
+        return LGainMultiply(x, g0);
+    if (x > -t2)
+        return LGainMultiply(x, g1) - c1;
+    return LGainMultiply(x, g2) - c2;
+}
 
-}  // namespace
+void LDistortionCurve::Process(int* buffer, int count) const
+{
+    for (int i = 0; i < count; ++i)
+        buffer[i] = Shape(buffer[i]);
+}
 
 LSoundSource LSPDistortion::OpenSource(LSoundSource& inner) const
 {
@@ -18,44 +49,12 @@ LSoundSource LSPDistortion::OpenSource(LSoundSource& inner) const
 }
 
 LSRCDistortion::LSRCDistortion(LSoundSource& inner, const LSPDistortion& params)
-    : LSoundProcessBase(inner), _amount(std::clamp(params.amount, 0.0, 1.0)), _level(std::clamp(params.level, 0, kMaxLevel))
+    : LSoundProcessBase(inner), _curve(LDistortionCurveFor(params.amount, params.level))
 {
-    _Rebuild();
-}
-
-void LSRCDistortion::_Rebuild()
-{
-    constexpr double kOne = 16777216.0;  // gain 1.0
-    const double s = 1 - 0.22 * _amount;
-    _g2 = static_cast<int>((1 - _amount) * kOne);
-    _g1 = static_cast<int>(s * kOne);
-    _g0 = static_cast<int>((4 - 3 * s) * kOne);
-    _t1 = _level >> 2;
-    _t2 = _level;
-    _c1 = LGainMultiply(_t1, _g0) - LGainMultiply(_t1, _g1);
-    _c2 = _c1 + LGainMultiply(_t2, _g1) - LGainMultiply(_t2, _g2);
-}
-
-int LSRCDistortion::_Shape(int x) const
-{
-    if (x >= 0) {
-        if (x < _t1)
-            return LGainMultiply(x, _g0);
-        if (x < _t2)
-            return LGainMultiply(x, _g1) + _c1;
-        return LGainMultiply(x, _g2) + _c2;
-    }
-    if (x > -_t1)
-        return LGainMultiply(x, _g0);
-    if (x > -_t2)
-        return LGainMultiply(x, _g1) - _c1;
-    return LGainMultiply(x, _g2) - _c2;
 }
 
 void LSRCDistortion::Read(int* buffer, int frames)
 {
     source->Read(buffer, frames);
-    const int count = std::max(frames, 0) * channels;
-    for (int i = 0; i < count; ++i)
-        buffer[i] = _Shape(buffer[i]);
+    _curve.Process(buffer, std::max(frames, 0) * channels);
 }

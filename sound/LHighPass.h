@@ -4,6 +4,21 @@
 
 #include <memory>
 
+// Pole coefficient of the one-pole high pass at `frequencyHz`, 8 fraction bits (0 to 255).
+int LHighPassCoefficient(int frequencyHz, int rateHz);
+
+// One-pole high pass: a low-frequency track of each channel, in 32-bit fixed point with 8
+// fraction bits, is subtracted from the signal.
+struct LHighPassKernel {
+    static constexpr int kMaxChannels = 256;
+
+    int k = 0;                       // LHighPassCoefficient
+    int acc[kMaxChannels] = {};      // the track of each channel, 8 fraction bits
+
+    // Filters `frames` interleaved frames in place.
+    void Process(int* buffer, int frames, int channels);
+};
+
 class LSPHighPass : public LSoundProcessDescription {
 public:
     explicit LSPHighPass(int frequencyHz) : frequency(frequencyHz) {}
@@ -12,8 +27,6 @@ public:
     int frequency;  // Hz, corner
 };
 
-// One-pole high pass: a low-frequency track of each channel, in 32-bit fixed point with 8
-// fraction bits, is subtracted from the signal.
 class LSRCHighPass : public LSoundProcessBase {
 public:
     static constexpr int kWarmUpFrames = 512;  // frames replayed before the target of a Seek
@@ -25,7 +38,6 @@ public:
     void Seek(int sample) override;
 
 private:
-    int _k;                          // pole coefficient, 8 fraction bits
-    std::unique_ptr<int[]> _acc;     // one accumulator a channel
+    LHighPassKernel _kernel;
     std::unique_ptr<int[]> _warmUp;  // kWarmUpFrames frames, kept so Seek does not allocate
 };

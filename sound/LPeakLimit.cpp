@@ -31,14 +31,17 @@ int* LSRCPeakLimit::_Buffer(int age) const
     return _blocks.get() + static_cast<size_t>((_played + age) % 3) * _blockFrames * channels;
 }
 
-// L / (P + 64) at 2^24 for a block whose peak P passes the limit L, in 32-bit division.
+int LPeakLimitBlockGain(int peak, int limit)
+{
+    if (peak <= limit)
+        return kGainUnity;
+    const int divisor = static_cast<int>((int64_t(peak) + 64) >> 6);
+    return ((limit << 9) / divisor) << 9;
+}
+
 int LSRCPeakLimit::_BlockGain(const int* block) const
 {
-    const int p = GetBufferPeak(block, _blockFrames, channels);
-    if (p <= _limit)
-        return kGainUnity;
-    const int divisor = static_cast<int>((int64_t(p) + 64) >> 6);
-    return ((_limit << 9) / divisor) << 9;
+    return LPeakLimitBlockGain(GetBufferPeak(block, _blockFrames, channels), _limit);
 }
 
 void LSRCPeakLimit::_Rotate()
@@ -52,10 +55,21 @@ void LSRCPeakLimit::_Rotate()
     _g[3] = _BlockGain(newest);
 }
 
+// A source that is not streaming has a frame for every one asked of it: Read fills past its
+// end with zeros, and a loop stage goes round though its end is the whole track's. So all three
+// blocks are read in full, and a loop near the track's end plays on without a gap. A streaming
+// source is read only as far as it has data, so that nothing still to come is read as silence.
+int LSRCPeakLimit::_FramesToPrime() const
+{
+    if (!source->IsStreaming())
+        return _fillMark;
+    return std::clamp(source->GetEndSample() - source->GetPositionSample(), 0, _fillMark);
+}
+
 void LSRCPeakLimit::_Prime()
 {
     _played = 0;
-    int remaining = std::max(0, source->GetEndSample() - source->GetPositionSample());
+    int remaining = _FramesToPrime();
     if (remaining < _fillMark)
         std::memset(_blocks.get(), 0, sizeof(int) * static_cast<size_t>(_fillMark) * channels);
     int gains[3];
@@ -86,7 +100,7 @@ void LSRCPeakLimit::_Output(int* out, int frames)
 {
     const int* in = _Buffer(0) + static_cast<size_t>(_blockPosition) * channels;
     const size_t count = static_cast<size_t>(frames) * channels;
-    if (_gain > 0xffffff && _slope == 0) {
+    if (_gain >= kGainUnity && _slope == 0) {
         std::memcpy(out, in, sizeof(int) * count);
         return;
     }
@@ -138,7 +152,7 @@ void LSRCPeakLimit::Seek(int sample)
     _SetSlope();
 }
 
-bool LSRCPeakLimit::ControlMessage(int id, long* data)
+bool LSRCPeakLimit::ControlMessage(LControlMessage id, long* data)
 {
     return source->ControlMessage(id, data);
 }

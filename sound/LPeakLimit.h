@@ -13,6 +13,10 @@ public:
     int limit;
 };
 
+// Gain at 2^24 that brings a block of peak `peak` under `limit` (1..LSRCPeakLimit::kMaxLimit):
+// limit / (peak + 64) when the peak passes the limit, in 32-bit division; unity otherwise.
+int LPeakLimitBlockGain(int peak, int limit);
+
 // Look-ahead limiter, two blocks of delay. Three block buffers rotate: the one being played
 // and the next two. Each block has a gain that brings its peak under the limit; the running
 // gain ramps, over each block, to the smallest of the played block's, the next block's and
@@ -30,12 +34,13 @@ public:
     int GetResyncPositionSample() const override;
     int GetEndSample() const override;
     void Seek(int sample) override;
-    bool ControlMessage(int id, long* data) override;
+    bool ControlMessage(LControlMessage id, long* data) override;
 
 private:
     int* _Buffer(int age) const;  // 0 the played block, 2 the newest
     int _BlockGain(const int* block) const;
     void _Rotate();
+    int _FramesToPrime() const;
     void _Prime();
     void _SetSlope();
     void _Output(int* out, int frames);

@@ -16,7 +16,6 @@ constexpr int kCompactAfter = 32511;   // consumed frames beyond which the buffe
 constexpr int kFirstHalfTaps = 32;     // products summed into the first of two partial sums
 constexpr int kSampleLimit = 32767;    // block floating point keeps samples within 16 bits
 constexpr int kMaxBlockShift = 15;     // so that productShift never goes negative
-constexpr int kPeakDoublingBelow = 0x100001;
 
 // Samples wider than 16 bits only come from streams beyond the framework's range; their
 // results saturate rather than wrap.
@@ -132,10 +131,10 @@ LSRCConvertRate::LSRCConvertRate(LSoundSource& inner, int targetRate, bool wideG
 {
     rate = targetRate;
     if (targetRate < 1) {
-        rate = 44100;
+        rate = kRateFallbackHz;
         error = kErrBadFormat;
     }
-    if (peak < kPeakDoublingBelow)
+    if (peak <= kPeakMaxDoubled)
         peak *= 2;
 }
 
@@ -249,15 +248,15 @@ void LSRCConvertRate::Seek(int frame)
     blockShift = 0;
 }
 
-bool LSRCConvertRate::ControlMessage(int message, long* value)
+bool LSRCConvertRate::ControlMessage(LControlMessage message, long* value)
 {
     if (value == nullptr)
         return false;
-    if (message == 1) {
+    if (message == kMsgPositionBelow) {
         *value = source->GetPositionSample();
         return true;
     }
-    if (message == 2) {
+    if (message == kMsgSeekBelow) {
         source->Seek(static_cast<int>(*value));
         return true;
     }
@@ -290,7 +289,7 @@ void LSRCPitchSpeed::Read(int* out, int frames)
     source->Read(out, frames);
 }
 
-bool LSRCPitchSpeed::ControlMessage(int message, long* value)
+bool LSRCPitchSpeed::ControlMessage(LControlMessage message, long* value)
 {
     return source->ControlMessage(message, value);
 }

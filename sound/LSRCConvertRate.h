@@ -15,7 +15,7 @@ public:
     static constexpr int kRefillFrames = 8192;   // frames asked of the source at most per refill
     static constexpr int kStreamingFrames = 64;  // asked of a stream with nothing known ahead
 
-    // A target below 1 gives rate 44100 and error 3. The peak is doubled while below 0x100001,
+    // A target below 1 gives rate 44100 and error 3. The peak is doubled while at most kPeakMaxDoubled,
     // since the filter can overshoot.
     LSRCConvertRate(LSoundSource& inner, int targetRate, bool wideGuard, bool approximate);
 
@@ -24,9 +24,9 @@ public:
     int GetEndSample() const override;
     // `frame` is in output frames; the source is left so that the next output is centred there.
     void Seek(int frame) override;
-    // 1 stores the wrapped source's position in *value, 2 seeks the wrapped source to *value;
-    // both in that source's own frames. No other message passes.
-    bool ControlMessage(int message, long* value) override;
+    // kMsgPositionBelow stores the wrapped source's position in *value, kMsgSeekBelow seeks
+    // the wrapped source to *value; both in that source's own frames. No other message passes.
+    bool ControlMessage(LControlMessage message, long* value) override;
 
 private:
     void ReadBuffer();
@@ -67,5 +67,5 @@ public:
 
     LSRCPitchSpeed(LSoundSource& inner, double speed, bool approximate);
     void Read(int* out, int frames) override;
-    bool ControlMessage(int message, long* value) override;
+    bool ControlMessage(LControlMessage message, long* value) override;
 };

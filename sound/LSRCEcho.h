@@ -2,10 +2,27 @@
 
 #include "sound/LSoundSource.h"
 
+#include <cstdint>
 #include <memory>
+
+// Ring length in ints for `delayMs` at `rateHz`, in two steps so that no product overflows;
+// 64-bit because a huge rate can make it more than an int holds. At least 20.
+int64_t LEchoRingLength(int rateHz, int delayMs, int channels);
+// Feedback `percent` with 9 fraction bits.
+int LEchoFactor(int percent);
 
 // Recirculating delay in integers: each output goes back into the line, so echoes fall by
 // `percent` each time round. The ring is interleaved, so feedback stays within each channel.
+struct LEchoKernel {
+    int* ring = nullptr;  // `length` ints, owned by the caller
+    int length = 0;
+    int index = 0;
+    int factor = 0;       // LEchoFactor
+
+    void Process(int* buffer, int count);
+    void Silence();
+};
+
 class LSRCEcho : public LSoundProcessBase {
 public:
     static constexpr int kMinDelayMs = 1;
@@ -20,13 +37,11 @@ public:
     // Silences the tail at once.
     void Seek(int sample) override;
 
-    int GetLength() const { return _length; }
+    int GetLength() const { return _kernel.length; }
 
 private:
-    int _length;  // ints, channels interleaved
     std::unique_ptr<int[]> _ring;
-    int _index = 0;
-    int _factor;  // feedback, 9 fractional bits
+    LEchoKernel _kernel;
 };
 
 class LSPEcho : public LSoundProcessDescription {
@@ -34,7 +49,7 @@ public:
     LSPEcho(int percentFeedback, int delay) : percent(percentFeedback), delayMs(delay) {}
     LSoundSource OpenSource(LSoundSource& inner) const override;
 
-    int percent;
+    int percent;  // feedback
     int delayMs;
     mutable LSoundSource source;  // the stream the last OpenSource made
 };

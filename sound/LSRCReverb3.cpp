@@ -17,6 +17,8 @@ constexpr int kAllpassTuning[2][LSRCReverb3::kAllpasses] = {
     {579, 464, 364, 248},
 };
 
+constexpr double kPerSampleAt44100 = 2.2675737e-5;  // 1 / 44,100 s, as the tuning is scaled
+
 // Exponent bits 0: zero or a denormal.
 inline bool _IsTiny(float v)
 {
@@ -31,7 +33,7 @@ inline float _Flushed(float v)
 // In double, so that 1557 and 1617 stay themselves at 44,100 Hz.
 int _ScaledLength(int samplesAt44100, int rate)
 {
-    return std::max(1, static_cast<int>(samplesAt44100 * double(rate) * 2.2675737e-5));
+    return std::max(1, static_cast<int>(samplesAt44100 * double(rate) * kPerSampleAt44100));
 }
 
 // Truncates to an int; beyond the int range (only for gains far above 0 dB) it saturates.
@@ -92,28 +94,37 @@ void LSRCReverb3::Init(int room, unsigned char damping, float wet, float dry, in
     Update(room, damping, wet, dry);
 }
 
+LReverbTuning LReverbTuningFor(int room, unsigned char damping, float wet, float dry)
+{
+    using T = LReverbTuning;
+    T tuning;
+    tuning.wet1 = wet * T::kWetScale;
+    tuning.wet2 = 0;
+    tuning.dryFactor = dry * T::kDryScale;
+    tuning.dampingFactor = static_cast<float>(std::min<int>(damping, LSRCReverb3::kMaxDamping) * T::kDampingScale);
+    tuning.roomFactor =
+        static_cast<float>(std::clamp(room, 0, LSRCReverb3::kMaxRoom) * T::kRoomScale + T::kRoomFeedbackBase);
+    tuning.gain = T::kInputGain;
+    return tuning;
+}
+
 void LSRCReverb3::Update(int room, unsigned char damping, float wet, float dry)
 {
-    _wet1 = wet * 3;
-    _wet2 = 0;
-    _dryFactor = dry + dry;
-    _dampingFactor = static_cast<float>(std::min<int>(damping, kMaxDamping) * 0.004);
-    _roomFactor = static_cast<float>(std::clamp(room, 0, kMaxRoom) * 7e-5 + 0.7);
-    _gain = 0.015f;
+    _tuning = LReverbTuningFor(room, damping, wet, dry);
     for (auto& side : _comb)
         for (Comb& c : side) {
             std::fill(c.buffer.begin(), c.buffer.end(), 0.0f);
             c.index = 0;
-            c.feedback = _roomFactor;
-            c.damp1 = _dampingFactor;
-            c.damp2 = 1 - _dampingFactor;
+            c.feedback = _tuning.roomFactor;
+            c.damp1 = _tuning.dampingFactor;
+            c.damp2 = 1 - _tuning.dampingFactor;
             c.filterStore = 0;
         }
     for (auto& side : _allpass)
         for (Allpass& a : side) {
             std::fill(a.buffer.begin(), a.buffer.end(), 0.0f);
             a.index = 0;
-            a.feedback = 0.5f;
+            a.feedback = LReverbTuning::kAllpassFeedback;
         }
 }
 
@@ -121,7 +132,7 @@ void LSRCReverb3::ComputeReverb(const float* inLeft, const float* inRight, float
 {
     for (int f = 0; f < frames; ++f) {
         const float l = inLeft[f], r = inRight[f];
-        const float in = (l + r) * _gain;
+        const float in = (l + r) * _tuning.gain;
         float L = 0, R = 0;
         for (int i = 0; i < kCombs; ++i) {
             L += _comb[0][i].Process(in);
@@ -131,8 +142,8 @@ void LSRCReverb3::ComputeReverb(const float* inLeft, const float* inRight, float
             L = _allpass[0][i].Process(L);
             R = _allpass[1][i].Process(R);
         }
-        outLeft[f] += L * _wet1 + R * _wet2 + l * _dryFactor;
-        outRight[f] += R * _wet1 + L * _wet2 + r * _dryFactor;
+        outLeft[f] += L * _tuning.wet1 + R * _tuning.wet2 + l * _tuning.dryFactor;
+        outRight[f] += R * _tuning.wet1 + L * _tuning.wet2 + r * _tuning.dryFactor;
     }
 }
 

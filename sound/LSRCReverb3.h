@@ -5,6 +5,22 @@
 
 #include <vector>
 
+// The reverb's gains and filter factors for a room, damping and wet and dry gains.
+struct LReverbTuning {
+    static constexpr float kInputGain = 0.015f;       // both channels summed into the combs
+    static constexpr float kAllpassFeedback = 0.5f;
+    static constexpr double kRoomScale = 7e-5;        // comb feedback a unit of room
+    static constexpr double kRoomFeedbackBase = 0.7;  // comb feedback at room 0
+    static constexpr double kDampingScale = 0.004;    // damping low pass a unit of damping
+    static constexpr int kWetScale = 3;
+    static constexpr int kDryScale = 2;
+
+    float gain = 0, roomFactor = 0, dampingFactor = 0, wet1 = 0, wet2 = 0, dryFactor = 0;
+};
+
+// Room within 0..LSRCReverb3::kMaxRoom, damping within 0..LSRCReverb3::kMaxDamping.
+LReverbTuning LReverbTuningFor(int room, unsigned char damping, float wet, float dry);
+
 // Stereo reverb: per channel eight parallel low-passed comb filters into four allpasses in
 // series, in 32-bit float on the graph's scale. Delays are tuned for 44,100 Hz and scaled to the
 // stream's rate. Values that fall to a denormal are turned to exact zero, so a dying tail costs
@@ -54,7 +70,7 @@ private:
     void _ToFloat(const int* in, int frames);
     void _ToInt(int* out, int frames) const;
 
-    float _gain = 0, _roomFactor = 0, _dampingFactor = 0, _wet1 = 0, _wet2 = 0, _dryFactor = 0;
+    LReverbTuning _tuning;
     Comb _comb[2][kCombs];
     Allpass _allpass[2][kAllpasses];
     std::vector<float> _inLeft, _inRight, _outLeft, _outRight;  // work arrays, kept between Reads

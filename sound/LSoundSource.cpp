@@ -4,7 +4,7 @@
 #include <cstring>
 #include <time.h>
 
-char const* LGetSoundErrorText(unsigned char errorState)
+char const* LGetSoundErrorText(LSoundError errorState)
 {
     static char const* const texts[] = {
         "none",
@@ -23,7 +23,7 @@ LSoundSourceBase::LSoundSourceBase(int rateHz, unsigned char channelCount, int p
     : rate(rateHz), peak(peakValue), channels(channelCount)
 {
     if (rate < 1) {
-        rate = 44100;
+        rate = kRateFallbackHz;
         error = kErrBadFormat;
     }
     if (channels == 0) {
@@ -39,7 +39,7 @@ int LSoundSourceBase::GetResyncPositionSample() const
     return GetPositionSample();
 }
 
-bool LSoundSourceBase::ControlMessage(int, long*)
+bool LSoundSourceBase::ControlMessage(LControlMessage, long*)
 {
     return false;
 }
@@ -59,7 +59,7 @@ void LSoundSourceBase::WaitForStreamingData(int milliseconds)
 }
 
 LSoundSourceError::LSoundSourceError(int rateHz, unsigned char channelCount, int peakValue,
-                                     unsigned char errorState)
+                                     LSoundError errorState)
     : LSoundSourceBase(rateHz, channelCount, peakValue)
 {
     error = errorState;
@@ -72,12 +72,12 @@ void LSoundSourceError::Read(int* buffer, int frames)
         std::memset(buffer, 0, sizeof(int) * static_cast<size_t>(frames));
 }
 
-LSoundSource MakeErrorSource(unsigned char errorState, int rate, unsigned char channels, int peak)
+LSoundSource MakeErrorSource(LSoundError errorState, int rate, unsigned char channels, int peak)
 {
     return LSoundSource(new LSoundSourceError(rate, channels, peak, errorState));
 }
 
-LSoundSource::LSoundSource() : _source(new LSoundSourceError(11025, 1, kPeakDefault, kErrClosed))
+LSoundSource::LSoundSource() : _source(new LSoundSourceError(kClosedRateHz, 1, kPeakDefault, kErrClosed))
 {
     _source->_refs = 1;
 }
@@ -161,7 +161,7 @@ LSoundSinkBase::LSoundSinkBase(int rateHz, unsigned char channelCount)
 
 void LSoundSinkBase::Seek(int) {}
 
-LSoundSinkError::LSoundSinkError() : LSoundSinkBase(44100, 1)
+LSoundSinkError::LSoundSinkError() : LSoundSinkBase(kRateFallbackHz, 1)
 {
     error = kSinkErrorFlag;
 }

@@ -10,9 +10,12 @@ constexpr int kFullScale = 0x80000;        // float 1.0
 constexpr int kPeakLimit = 0x7fff0;        // largest value a device or file may receive
 constexpr int kPeakFloatFile = 0x1000a8;   // peak of a float file source
 constexpr int kPeakDefault = 0x200000;     // peak when a source cannot tell
+constexpr int kRateFallbackHz = 44100;     // what a rate below 1 becomes
+constexpr int kClosedRateHz = 11025;       // rate of the silent source a closed handle holds
+constexpr int kPeakMaxDoubled = 0x100000;  // 2 x full scale: a stage that can overshoot doubles a peak up to this
 
-// Stream error states.
-enum : unsigned char {
+// Stream error states: the error byte of a source.
+enum LSoundError : unsigned char {
     kErrNone = 0,
     kErrClosed = 1,        // closed or never opened
     kErrInner = 2,         // a process's inner source has an error
@@ -23,8 +26,16 @@ enum : unsigned char {
     kErrRefusedCodec = 7,  // WAVE tags 6, 7, 34
 };
 
+// Ids of the out-of-band messages sent down a chain, each with one meaning wherever it lands.
+enum LControlMessage : int {
+    kMsgPrefillSecondary = 0,  // splitter: prefill the secondary branch; data points at a frame difference
+    kMsgCrossFade = 1,         // recording tap: crossfade the next block; data unused
+    kMsgSeekBelow = 2,         // rate converter: seek the stream below it to *data (its own frames)
+    kMsgPositionBelow = 3,     // rate converter: store the position of the stream below it in *data
+};
+
 // A short English meaning of a source error state, for messages.
-char const* LGetSoundErrorText(unsigned char errorState);
+char const* LGetSoundErrorText(LSoundError errorState);
 
 class LSoundSource;
 
@@ -45,9 +56,9 @@ public:
     virtual void Seek(int sample);
     // Where the player re-aligns the stream; a mixer answers differently.
     virtual int GetResyncPositionSample() const;
-    // Out-of-band message from the consumer: 0 prefill the splitter's secondary branch
-    // (`data` points at a frame count), 1 crossfade the next block. False when nobody took it.
-    virtual bool ControlMessage(int id, long* data);
+    // Out-of-band message from the consumer; false when nobody took it. Wrappers that care
+    // pass the ones they do not take to their inner source.
+    virtual bool ControlMessage(LControlMessage id, long* data);
     // True while more data may arrive though GetEndSample is reached.
     virtual bool IsStreaming() const;
     // Sleeps `milliseconds`, resuming after signals.
@@ -56,13 +67,13 @@ public:
     int GetRate() const { return rate; }
     int GetPeak() const { return peak; }
     unsigned char GetChannels() const { return channels; }
-    unsigned char GetError() const { return error; }
+    LSoundError GetError() const { return error; }
 
 protected:
     int rate;
     int peak;
     unsigned char channels;
-    unsigned char error = kErrNone;
+    LSoundError error = kErrNone;
 
 private:
     friend class LSoundSource;
@@ -94,14 +105,14 @@ private:
 // Silence of length 0 carrying an error state.
 class LSoundSourceError : public LSoundSourceBase {
 public:
-    LSoundSourceError(int rate, unsigned char channels, int peak, unsigned char errorState);
+    LSoundSourceError(int rate, unsigned char channels, int peak, LSoundError errorState);
     void Read(int* buffer, int frames) override;
     int GetPositionSample() const override { return 0; }
     int GetEndSample() const override { return 0; }
 };
 
 // Makes a handle to an error source of the given state and shape.
-LSoundSource MakeErrorSource(unsigned char errorState, int rate = 11025, unsigned char channels = 1,
+LSoundSource MakeErrorSource(LSoundError errorState, int rate = kClosedRateHz, unsigned char channels = 1,
                              int peak = kPeakDefault);
 
 // A source that wraps another. Takes the inner source's rate, channels and peak; error 2 when
@@ -127,7 +138,8 @@ public:
     virtual LSoundSource OpenSource(LSoundSource& inner) const = 0;
 };
 
-enum : unsigned char { kSinkErrorFlag = 1 };
+// Bits of a sink's error flags.
+enum LSoundSinkFlag : unsigned char { kSinkErrorFlag = 1 };
 
 class LSoundSink;
 

@@ -107,9 +107,9 @@ void LSplitterPrimarySource::_Prefill()
     _ring->written.Signal();
 }
 
-bool LSplitterPrimarySource::ControlMessage(int id, long* data)
+bool LSplitterPrimarySource::ControlMessage(LControlMessage id, long* data)
 {
-    if (id != 0 || _ring->GetCount() > kPrefillEnoughInts)
+    if (id != kMsgPrefillSecondary || _ring->GetCount() > kPrefillEnoughInts)
         return true;
     const int resync = source->GetResyncPositionSample();
     _Prefill();

@@ -47,9 +47,9 @@ public:
 
     void Read(int* buffer, int frames) override;
     int GetResyncPositionSample() const override { return source->GetResyncPositionSample(); }
-    // Id 0 prefills the ring from the resync position and then skips what is already in it,
+    // kMsgPrefillSecondary prefills the ring from the resync position and then skips what is already in it,
     // less the frame difference `*data`; every id answers true.
-    bool ControlMessage(int id, long* data) override;
+    bool ControlMessage(LControlMessage id, long* data) override;
 
 private:
     void _Grow(int frames);

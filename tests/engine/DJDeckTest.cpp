@@ -3,6 +3,7 @@
 #include "sound/LDistortion.h"
 #include "sound/LHighPass.h"
 #include "sound/LParametricEq.h"
+#include "sound/LPeakLimit.h"
 #include "sound/LSRCEcho.h"
 #include "sound/LSRCFlanger.h"
 #include "sound/LSRCReverb3.h"
@@ -12,6 +13,10 @@
 #include "support/TestHome.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
 
 namespace {
 
@@ -113,17 +118,46 @@ TEST_F(DJDeckChain, ParameterMappingsAtTheirLimits)
     EXPECT_EQ(DJReverbDryGain(100).GetDB(), LdBValue::kSilence);
     EXPECT_EQ(DJReverbWetGain(50).GetDB(), -6);
     EXPECT_EQ(DJReverbDryGain(1).GetDB(), 0);  // -0.087 rounds to 0
+    EXPECT_EQ(DJReverbDryGain(150).GetDB(), LdBValue::kSilence) << "a mix beyond 100 leaves nothing dry";
+    EXPECT_EQ(DJReverbWetGain(-50).GetDB(), LdBValue::kSilence);
     EXPECT_EQ(DJDistortionLevel(LdBValue(0)), 131072);
     EXPECT_EQ(DJDistortionLevel(LdBValue(-127)), 0);  // 10^-6.35 * 2^17 is below 1
     EXPECT_EQ(DJDistortionLevel(LdBValue(127)), 2147483647) << "held within int, not wrapped";
 
+    // +127 dB asks for a level far beyond int: it is held above every sample, so the whole
+    // track lies on the curve's steep piece, x * (4 - 3 * 0.78).
     deck.SetDistortion(1.0, LdBValue(127), true);
-    Render(deck.OpenSource());  // the sanitizers see any overflow in the curve
+    std::vector<int> steep = Render(LWaveFile::OpenSource(path.c_str()));
+    const int g0 = LDistortionCurveFor(1.0, kDistortionMaxLevel).g0;
+    EXPECT_EQ(g0, int(1.66 * kGainUnity));
+    for (int& x : steep)
+        x = LGainMultiply(x, g0);
+    EXPECT_EQ(Render(deck.OpenSource()), Render(Equalised(MakeMemory(steep, 2, kRate, kPeakLimit).handle, 0, 0, 0)));
     deck.SetDistortion(0.0, LdBValue(0), false);
     deck.SetDelay(40, 0, true);
     LSoundSource file = LWaveFile::OpenSource(path.c_str());
     LSoundSource expected = LSPEcho(40, 1).OpenSource(file);
     EXPECT_EQ(Render(deck.OpenSource()), Render(Equalised(expected, 0, 0, 0)));
+}
+
+TEST_F(DJDeckChain, AbsurdSettingsStillBuildAHealthyChainOfTheTracksLength)
+{
+    const double nan = std::nan("");
+    deck.SetHighPass(INT_MAX, true);
+    deck.SetReverb(150, LSoundTime(INT_MAX), 255, true);
+    deck.SetDistortion(nan, LdBValue(127), true);
+    deck.SetFlanger(INT_MIN, nan, INT_MAX, -1, true);
+    deck.SetPhaser(INT_MAX, INT_MAX, true);
+    deck.SetDelay(INT_MAX, INT_MIN, true);
+    deck.SetEq(LdBValue(127), LdBValue(-127), LdBValue(127));
+    LSoundSource chain = deck.OpenSource();
+    EXPECT_EQ(chain->GetError(), kErrNone);
+    EXPECT_EQ(chain->GetEndSample(), kFrames);
+    Render(chain, kFrames);
+    EXPECT_EQ(chain->GetPositionSample(), kFrames);
+
+    deck.SetPitch(nan);  // plays as the slowest speed, a tenth
+    EXPECT_NEAR(deck.OpenSource()->GetEndSample(), kFrames * 10, 10);
 }
 
 TEST_F(DJDeckChain, PitchBelowATenthPlaysAtATenthAndMovesTheMarks)
@@ -154,4 +188,25 @@ TEST_F(DJDeckChain, LoopAtTrackEndPlaysTheLastFrames)
     Render(chain, 10000);
     EXPECT_GE(chain->GetPositionSample(), kFrames - 500);
     EXPECT_EQ(chain->GetEndSample(), kFrames) << "a looping deck never ends by itself";
+
+    // Through the console's limiter, a loop within its read-ahead of the end plays on: no run
+    // of silent frames where the limiter's blocks pass the track's end.
+    deck.SetLoopFrames(kFrames - 1000, 1000);
+    deck.SetRestartPosition(kFrames - 1000);
+    LSoundSource chainToLimit = deck.OpenSource();
+    const std::vector<int> limited = Render(LSPPeakLimit(kPeakLimit).OpenSource(chainToLimit), 10000);
+    int run = 0, longestRun = 0;
+    for (size_t i = 0; i < limited.size(); i += 2) {
+        run = limited[i] == 0 && limited[i + 1] == 0 ? run + 1 : 0;
+        longestRun = std::max(longestRun, run);
+    }
+    EXPECT_LT(longestRun, 2);
+
+    // Marks at the far end of the int range are held, not wrapped: a loop longer than the
+    // track is the whole track, and a start past the end comes round to frame 0.
+    deck.SetLoopFrames(INT_MAX - 10, INT_MAX);
+    deck.SetRestartPosition(INT_MAX);
+    chain = deck.OpenSource();
+    EXPECT_EQ(Render(chain, 3000), Render(Equalised(LWaveFile::OpenSource(path.c_str()), 0, 0, 0), 3000));
+    EXPECT_EQ(chain->GetPositionSample(), 3000);
 }

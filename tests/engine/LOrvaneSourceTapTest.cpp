@@ -21,12 +21,12 @@ public:
 class AnsweringSource : public MemorySource {
 public:
     using MemorySource::MemorySource;
-    bool ControlMessage(int id, long*) override
+    bool ControlMessage(LControlMessage id, long*) override
     {
         messages.push_back(id);
         return true;
     }
-    std::vector<int> messages;
+    std::vector<LControlMessage> messages;
 };
 
 }  // namespace
@@ -46,7 +46,7 @@ TEST(LOrvaneSourceTap, RecordsExactlyWhatItPassesAndKeepsTheFadeMessage)
     EXPECT_EQ(played, std::vector<int>(inner->data.begin(), inner->data.begin() + 2 * 1333));
 
     long frames = 512;
-    EXPECT_TRUE(tap->ControlMessage(1, nullptr));
-    EXPECT_TRUE(tap->ControlMessage(0, &frames));
-    EXPECT_EQ(inner->messages, std::vector<int>{0}) << "the fade request stays with the tap";
+    EXPECT_TRUE(tap->ControlMessage(kMsgCrossFade, nullptr));
+    EXPECT_TRUE(tap->ControlMessage(kMsgPrefillSecondary, &frames));
+    EXPECT_EQ(inner->messages, std::vector<LControlMessage>{kMsgPrefillSecondary}) << "the fade request stays with the tap";
 }

@@ -182,8 +182,17 @@ TEST(PitchSpeed, ConvertsToRateOverSpeedButKeepsTheLabel)
     EXPECT_EQ(faster.GetEndSample(), 44100 / 21 * 20);  // L 20, M 21
     faster.Seek(2000);  // control messages reach the converter
     long below = 0;
-    EXPECT_TRUE(faster.ControlMessage(1, &below));
+    EXPECT_TRUE(faster.ControlMessage(kMsgPositionBelow, &below));
     EXPECT_EQ(below, memory->pos);
+    long moveTo = 123;
+    EXPECT_TRUE(faster.ControlMessage(kMsgSeekBelow, &moveTo));
+    EXPECT_EQ(memory->pos, 123);
+    // A crossfade request with data, or any other message, is not the converter's.
+    below = -1;
+    EXPECT_FALSE(faster.ControlMessage(kMsgCrossFade, &below));
+    EXPECT_FALSE(faster.ControlMessage(kMsgPrefillSecondary, &below));
+    EXPECT_FALSE(faster.ControlMessage(kMsgPositionBelow, nullptr));
+    EXPECT_EQ(below, -1);
 
     EXPECT_EQ(LSRCPitchSpeed(source, 0.01, true).GetEndSample(), 441000);
     EXPECT_EQ(LSRCPitchSpeed(source, 0.1, true).GetEndSample(), 441000);

@@ -19,7 +19,7 @@ TEST(CrossFade, FlagClearPassesThroughAndSeekMovesTheIndexWithWrap)
     const int frames = kRing / 2 + 5000;  // the history wraps while reading
     const auto in = MakeSine(kRate, 2, 440, 0x60000, frames);
     LCrossFadeSource owner;
-    LSoundSource source = MakeMemory(in, 2, kRate).handle, s = owner.OpenSource(source, 1024);
+    LSoundSource source = MakeMemory(in, 2, kRate).handle, s = owner.OpenSource(source);
     auto& fade = dynamic_cast<LSRCCrossFade&>(*s);
     EXPECT_EQ(ReadInPieces(s, frames), in);
     EXPECT_EQ(fade.GetHistoryIndex(), 10000);
@@ -33,7 +33,7 @@ TEST(CrossFade, FlagClearPassesThroughAndSeekMovesTheIndexWithWrap)
     EXPECT_FALSE(owner.fadeRequested);
 
     LSoundSource closed;
-    EXPECT_EQ(owner.OpenSource(closed, 1024)->GetError(), kErrInner);
+    EXPECT_EQ(owner.OpenSource(closed)->GetError(), kErrInner);
 }
 
 TEST(CrossFade, RebuiltChainSoughtBackFadesFromTheSameMaterial)
@@ -41,7 +41,7 @@ TEST(CrossFade, RebuiltChainSoughtBackFadesFromTheSameMaterial)
     const auto old = MakeSine(kRate, 2, 440, 0x20000, 20000);
     auto [source, mem] = MakeMemory(old, 2, kRate);
     LCrossFadeSource owner;
-    LSoundSource s = owner.OpenSource(source, 1024);
+    LSoundSource s = owner.OpenSource(source);
     ReadInPieces(s, 8192);  // the player is ahead of the listener
 
     // An effect change: the chain now gives louder material for the same frames. The listener

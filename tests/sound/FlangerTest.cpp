@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 
 namespace {
 
@@ -16,7 +17,7 @@ std::vector<int> FlangerModel(const std::vector<int>& in, int ch, int rate, int 
     const auto back = [&](int f, int c) { return f < 0 ? 0.0 : in[size_t(f) * ch + c]; };
     std::vector<int> out(in.size());
     double phase = 0;
-    for (int f = 0; f < int(in.size()) / ch; ++f, phase += 6.283185307179586 * hz / rate) {
+    for (int f = 0; f < int(in.size()) / ch; ++f, phase += 2 * std::numbers::pi * hz / rate) {
         const double d = centre + std::sin(phase) * swing;
         const int id = int(d);
         for (int c = 0; c < ch; ++c) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -111,6 +113,28 @@ TEST(BufferHelpers, MeanSquareOfFullScaleDoesNotOverflowAndMatchesThePlainMean)
                     8192.0 / double(block.size()) + 1) << frames;
         EXPECT_NEAR(GetBufferMeanSquareChan(0, block.data(), frames, 2), sum[0] / frames, 8192.0 / frames + 1) << frames;
     }
+}
+
+TEST(BufferHelpers, MeanSquareAboveFourTimesFullScaleSaturates)
+{
+    struct Case {
+        int64_t amplitude;  // of a square wave
+        int meterDB;
+    };
+    for (Case c : {Case{0x80000, 15}, Case{2 * 0x80000, 21}, Case{4 * 0x80000, 27}, Case{16 * 0x80000, 27},
+                   Case{INT_MAX, 27}}) {
+        std::vector<int> block(64 * 2);
+        for (size_t i = 0; i < block.size(); ++i)
+            block[i] = static_cast<int>((i / 4) % 2 ? -c.amplitude : c.amplitude);
+        const uint64_t exact = uint64_t((c.amplitude >> 5) * (c.amplitude >> 5));
+        const uint32_t expected = static_cast<uint32_t>(std::min<uint64_t>(exact, UINT32_MAX));
+        EXPECT_EQ(GetBufferMeanSquare(block.data(), 64, 2), expected) << c.amplitude;
+        EXPECT_EQ(GetBufferMeanSquareChan(1, block.data(), 64, 2), expected) << c.amplitude;
+        EXPECT_EQ(LMeanSquareToDB(GetBufferMeanSquare(block.data(), 64, 2)).GetDB(), c.meterDB) << c.amplitude;
+    }
+    // The most negative int squares like the largest.
+    std::vector<int> lowest(16, INT_MIN);
+    EXPECT_EQ(GetBufferMeanSquare(lowest.data(), 8, 2), UINT32_MAX);
 }
 
 TEST(BufferHelpers, QuickGainHasNineFractionalBits)

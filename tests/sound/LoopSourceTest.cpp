@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <tuple>
 #include <utility>
 
@@ -22,7 +23,10 @@ TEST(LoopSource, RepeatsTheStretchAndReportsTheTrack)
 
     // Clamped to the track; a cue on the track end loops the last frames.
     for (auto [start, end, clampedStart, clampedEnd] : {std::tuple{100, 130, 70, 100}, std::tuple{-5, 20, 0, 20},
-                                                        std::tuple{90, 400, 90, 100}}) {
+                                                        std::tuple{90, 400, 90, 100},
+                                                        std::tuple{INT_MAX - 5, INT_MAX, 95, 100},
+                                                        std::tuple{INT_MIN, INT_MAX, 0, 100},
+                                                        std::tuple{INT_MAX, INT_MIN, INT_MAX, 0}}) {
         LLoopSourceBase clamped(track.handle, start, end);
         EXPECT_EQ(clamped.GetStart(), clampedStart) << start;
         EXPECT_EQ(clamped.GetEnd(), clampedEnd) << start;

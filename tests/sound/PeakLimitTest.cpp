@@ -1,4 +1,5 @@
 #include "sound/LBufferHelpers.h"
+#include "sound/LLoopSource.h"
 #include "sound/LPeakLimit.h"
 #include "MemorySource.h"
 
@@ -60,4 +61,31 @@ TEST(PeakLimit, DeliversFromFrameZeroAndAfterSeekDespiteReadingAhead)
     mem->streaming = true;  // a growing stream hides the read-ahead from its end
     mem->streamEnd = 20000;
     EXPECT_EQ(s->GetEndSample(), 20000 - 3 * block);
+}
+
+// A loop repeats its stretch through the limiter wherever it lies, also within the limiter's
+// read-ahead of the track's end, where the track's own end would leave the blocks short.
+TEST(PeakLimit, LoopPlaysWithoutAGapWhereverItLies)
+{
+    constexpr int kTrack = 2 * kRate;
+    const auto track = MakeNoise(2, kTrack, 0x40000);  // within the limit: the limiter copies
+    const int block = kRate / 35;
+    struct Case {
+        int start, length;
+    };
+    for (Case c : {Case{kTrack - 1000, 1000}, Case{kTrack - 3 * block, 3 * block}, Case{kTrack - 10, 10},
+                   Case{0, 1000}, Case{kTrack / 2, 5000}}) {
+        LSoundSource inner = MakeMemory(track, 2, kRate, kLoudPeak).handle;
+        LSoundSource loop = LLoopSource().OpenSource(inner, c.start, c.start + c.length);
+        LSoundSource limited = LSPPeakLimit(kPeakLimit).OpenSource(loop);
+        ASSERT_NE(limited.Get(), loop.Get());
+        limited->Seek(c.start);
+        constexpr int kFrames = 10000;
+        const auto out = ReadInPieces(limited, kFrames);
+        for (int f = 0; f < kFrames; ++f) {
+            const size_t from = 2 * size_t(c.start + f % c.length);
+            ASSERT_TRUE(out[2 * size_t(f)] == track[from] && out[2 * size_t(f) + 1] == track[from + 1])
+                << "loop at " << c.start << " differs at frame " << f;
+        }
+    }
 }

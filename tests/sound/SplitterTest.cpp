@@ -39,7 +39,7 @@ TEST(Splitter, PrefillAndSkipKeepBothSidesOnTheSameFrames)
     Split split;
     split.mix.memory->pos = 1000;
     long difference = 0;
-    EXPECT_TRUE(split.primary->ControlMessage(0, &difference));
+    EXPECT_TRUE(split.primary->ControlMessage(kMsgPrefillSecondary, &difference));
     EXPECT_EQ(split.mix.memory->pos, 1000);
     EXPECT_EQ(split.ring->GetCount(), 2 * LSplitterPrimarySource::kPrefillFrames);
 
@@ -50,18 +50,18 @@ TEST(Splitter, PrefillAndSkipKeepBothSidesOnTheSameFrames)
 
     // A second prefill is refused while the ring holds plenty.
     split.mix.memory->seeks.clear();
-    EXPECT_TRUE(split.primary->ControlMessage(0, &difference));
+    EXPECT_TRUE(split.primary->ControlMessage(kMsgPrefillSecondary, &difference));
     EXPECT_TRUE(split.mix.memory->seeks.empty());
 
     EXPECT_EQ(ReadAll(split.secondary, 24000), Ramp(24000, 2, kPairOffset + 1001));
-    EXPECT_TRUE(split.primary->ControlMessage(1, nullptr));
+    EXPECT_TRUE(split.primary->ControlMessage(kMsgCrossFade, nullptr));
 }
 
 TEST(Splitter, FrameDifferenceDelaysTheSecondarySide)
 {
     Split split;
     long difference = 100;
-    split.primary->ControlMessage(0, &difference);
+    split.primary->ControlMessage(kMsgPrefillSecondary, &difference);
     ReadAll(split.primary, 13000);
     const std::vector<int> heard = ReadAll(split.secondary, 13000);
     // After the prefill the secondary repeats 100 frames and stays that far behind.
