@@ -16,7 +16,6 @@ namespace tool {
 
 namespace {
 
-constexpr int kCrossFadeFrames = 1024;
 constexpr int kPositionStepMs = 1000;  // one position line a second of audio
 constexpr char kLatencySection[] = "Settings";
 constexpr char kLatencyKey[] = "OutputLatency";  // ms; empty or 0: the device's low latency
@@ -98,7 +97,7 @@ LSoundSource _Chain(LSoundSource source, LSoundPlayer& player)
     if (source->GetChannels() == 1)
         LSPConvertSourceRateChannels(source->GetRate(), 2, source);  // both speakers
     source = LSPPeakLimit(kPeakLimit).OpenSource(source);
-    return player.crossfade.OpenSource(source, kCrossFadeFrames);
+    return player.crossfade.OpenSource(source);
 }
 
 // Turns the event queue until the player has stopped; Ctrl-C or the time limit stop it.
