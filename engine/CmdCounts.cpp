@@ -1,5 +1,6 @@
 #include "engine/CmdCounts.h"
 
+#include "base/LFile.h"
 #include "base/LFileRef.h"
 #include "base/flocktimed.h"
 
@@ -40,7 +41,7 @@ void CmdCountsReset()
 
 bool CmdCountsRead(const char* path)
 {
-    ScopedFd file{open(path, O_RDONLY | O_CLOEXEC)};
+    ScopedFd file{open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW)};
     if (file.fd < 0 || flocktimed(file.fd, LOCK_SH, kLockWaitMs) != 0)
         return false;
     uint32_t count = 0;
@@ -58,7 +59,10 @@ bool CmdCountsRead(const char* path)
 
 bool CmdCountsWrite(const char* path)
 {
-    ScopedFd file{open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0666)};
+    // The file lies in a folder every user writes to: a link planted there is never followed
+    // (it would let another user point this write at one of our files), and the file is created
+    // writable by its owner only.
+    ScopedFd file{open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, LFile::kFileMode)};
     // Lock before cutting, so that a reader never sees the file empty half way.
     if (file.fd < 0 || flocktimed(file.fd, LOCK_EX, kLockWaitMs) != 0)
         return false;

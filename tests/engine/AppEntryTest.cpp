@@ -63,6 +63,14 @@ TEST(CmdCounts, FileRoundTripAndLimits)
     CmdCountsIncrement(17);
     ASSERT_TRUE(CmdCountsWrite(path.c_str()));
     EXPECT_EQ(std::filesystem::file_size(path), 4u + 64u * 8u);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0644));
+    // A link planted at the shared path is refused, and what it points at stays as it was.
+    const std::string victim = folder / "victim", link = folder / "planted.txt";
+    WriteWholeFile(victim, "mine");
+    std::filesystem::create_symlink(victim, link);
+    EXPECT_FALSE(CmdCountsWrite(link.c_str()));
+    EXPECT_FALSE(CmdCountsRead(link.c_str()));
+    EXPECT_EQ(std::filesystem::file_size(victim), 4u);
     CmdCountsReset();
     ASSERT_TRUE(CmdCountsRead(path.c_str()));
     EXPECT_EQ(CmdCounts.entries[0].id, 300u);
