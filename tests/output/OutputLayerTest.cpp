@@ -1,7 +1,7 @@
 #include "output/LSoundPlayerLLCA.h"
 #include "output/LSoundPlayDevice.h"
 
-#include "CountingAllocator.h"
+#include "support/TestAllocator.h"
 #include "OutputTestSupport.h"
 #include "sound/MemorySource.h"
 #include "support/TestHome.h"

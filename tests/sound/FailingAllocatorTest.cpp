@@ -1,54 +1,9 @@
-// The global allocator of the sound test program, replaced by one that can be told to fail, so
-// that a path that allocates shows what it does when memory runs out.
+// Paths that allocate, run out of memory on purpose.
 #include "sound/LSRCEcho.h"
 #include "MemorySource.h"
+#include "support/TestAllocator.h"
 
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-// Size from which the next allocation fails; 0 when disarmed. One failure per arming.
-std::atomic<size_t> gFailFromBytes{0};
-
-void* _Allocate(size_t bytes) noexcept
-{
-    size_t armed = gFailFromBytes.load(std::memory_order_relaxed);
-    if (armed != 0 && bytes >= armed && gFailFromBytes.compare_exchange_strong(armed, 0))
-        return nullptr;
-    return std::malloc(bytes == 0 ? 1 : bytes);
-}
-
-void* _AllocateOrThrow(size_t bytes)
-{
-    if (void* p = _Allocate(bytes))
-        return p;
-    throw std::bad_alloc();
-}
-
-// Fails the next allocation of at least `bytes` while it lives.
-class FailNextLargeAllocation {
-public:
-    explicit FailNextLargeAllocation(size_t bytes) { gFailFromBytes.store(bytes); }
-    ~FailNextLargeAllocation() { gFailFromBytes.store(0); }
-    bool Fired() const { return gFailFromBytes.load() == 0; }
-};
-
-}  // namespace
-
-void* operator new(size_t bytes) { return _AllocateOrThrow(bytes); }
-void* operator new[](size_t bytes) { return _AllocateOrThrow(bytes); }
-void* operator new(size_t bytes, const std::nothrow_t&) noexcept { return _Allocate(bytes); }
-void* operator new[](size_t bytes, const std::nothrow_t&) noexcept { return _Allocate(bytes); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 
 TEST(FailingAllocator, EchoWhoseRingCannotBeHadGoesOnWithTheShortRing)
 {
