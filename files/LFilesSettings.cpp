@@ -49,3 +49,20 @@ bool LFilesSettingGetBool(const char* section, const char* key, bool def)
     LFilesSettingGetString(section, key, "", text);
     return text[0] ? text[0] != '0' : def;
 }
+
+namespace {
+std::atomic<LFilesAlertFunction> gAlert{nullptr};
+}  // namespace
+
+void LSetFilesAlert(LFilesAlertFunction alert)
+{
+    gAlert.store(alert);
+}
+
+void LFilesAlert(OpaqueWindowPtr* owner, const char* title, const char* text)
+{
+    if (LFilesAlertFunction alert = gAlert.load())
+        alert(owner, title, text);
+    else
+        std::fprintf(stderr, "%s: %s\n", title, text);
+}

@@ -19,3 +19,11 @@ bool LFilesSettingSetString(const char* section, const char* key, const char* va
 int LFilesSettingGetInt(const char* section, const char* key, int def);
 // A flag stored as text: empty gives `def`, a first character "0" false, anything else true.
 bool LFilesSettingGetBool(const char* section, const char* key, bool def);
+
+struct OpaqueWindowPtr;
+
+// An alert the files layer raises (the cache is full); the window layer installs how it is
+// shown over `owner`. Without one it is a line on standard error.
+using LFilesAlertFunction = void (*)(OpaqueWindowPtr* owner, const char* title, const char* text);
+void LSetFilesAlert(LFilesAlertFunction alert);
+void LFilesAlert(OpaqueWindowPtr* owner, const char* title, const char* text);

@@ -305,6 +305,12 @@ LProcessResult _GenSourceOpen(LSoundSource& out, const char* path, LGenSourceOpe
     return result;
 }
 
+LProcessResult Process(LProcessInterface& process, LGenSourceOpening& opening)
+{
+    LGenSourceOpenInterfaceProcess open(process, true);
+    return ProcessGenSourceOpenSource(*opening.source, opening.path, open, false, "");
+}
+
 void LGenSourceGetErrorText(char* message, unsigned char state, const char* path, const char* decodedPath)
 {
     char extension[LFile::kPathBytes], codec[LFile::kPathBytes], folder[LFile::kPathBytes];

@@ -96,6 +96,13 @@ LProcessResult ProcessGenSourceOpenSource(LSoundSource& out, const char* path, I
     return _GenSourceOpen(out, path, process, quiet, preferredFolder);
 }
 
+// An interactive opening that reports its failure, as a long task (for a progress dialog).
+struct LGenSourceOpening {
+    LSoundSource* source;
+    const char* path;
+};
+LProcessResult Process(LProcessInterface& process, LGenSourceOpening& opening);
+
 // The message for a failed opening of `path` (see the table of LGenSource.cpp) into `message`
 // (at least kGenSourceMessageBytes).
 inline constexpr size_t kGenSourceMessageBytes = 1024;

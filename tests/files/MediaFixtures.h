@@ -36,10 +36,10 @@ inline bool HaveProgram(const char* name)
     return LRunProgram(argv) == 0;
 }
 
-// The source signal as 16-bit PCM WAVE at `rate`, stereo, kFixtureSeconds long.
-inline bool MakeSourceWave(const std::string& path, int rate)
+// The source signal as 16-bit PCM WAVE at `rate`, stereo, `seconds` long.
+inline bool MakeSourceWave(const std::string& path, int rate, double seconds = kFixtureSeconds)
 {
-    const std::string noise = "anoisesrc=d=" + std::to_string(kFixtureSeconds) + ":c=pink:r=" +
+    const std::string noise = "anoisesrc=d=" + std::to_string(seconds) + ":c=pink:r=" +
                               std::to_string(rate) + ":a=0.3:s=7";
     const char* const argv[] = {"ffmpeg", "-v",  "error", "-y",       "-f", "lavfi", "-i",
                                 noise.c_str(), "-ac", "2", "-c:a", "pcm_s16le", path.c_str(), nullptr};
