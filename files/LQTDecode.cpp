@@ -23,6 +23,8 @@ namespace {
 // FFmpeg decodes here (MP3 1152, AAC 1024, Vorbis up to 8192, Opus 960, FLAC up to 16384),
 // so that a bit reservoir or an overlap window is filled again before the target.
 constexpr int kSeekPrerollFrames = 20000;
+// Seconds by which the last timestamp may lie beyond the packets' summed durations.
+constexpr int kMaxTimestampGapSeconds = 10;
 // Decoder errors in a row after which the rest of the file counts as lost.
 constexpr int kMaxDecodeErrorsInRow = 64;
 
@@ -333,15 +335,20 @@ int64_t LQTDecodeSoundSourceBase::_ScanPacketsForEnd(const char* path)
     const AVCodecID codecId = d.codec->codec_id;
     int64_t end = AV_NOPTS_VALUE;
     int64_t lastEndSkip = 0;
+    int64_t durations = 0;  // the packets' own durations, summed
     while (av_read_frame(scan.get(), packet) >= 0) {
         if (packet->stream_index == d.stream && packet->pts != AV_NOPTS_VALUE) {
-            const int64_t packetEnd = packet->pts + std::max<int64_t>(packet->duration, 0);
-            if (end == AV_NOPTS_VALUE || packetEnd >= end) {
-                end = packetEnd;
-                size_t size = 0;
-                const uint8_t* skip = av_packet_get_side_data(packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
-                lastEndSkip = skip && size >= 8 ? AV_RL32(skip + 4) : 0;
-            }
+            // The last packet says where the stream ends. Its duration may be negative (a
+            // Vorbis end inside the last block), which the Ogg demuxer hands on wrapped to 32
+            // bits.
+            int64_t duration = packet->duration;
+            if (duration > INT32_MAX && duration <= UINT32_MAX)
+                duration = int32_t(uint32_t(duration));
+            end = packet->pts + duration;
+            durations += std::max<int64_t>(duration, 0);
+            size_t size = 0;
+            const uint8_t* skip = av_packet_get_side_data(packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
+            lastEndSkip = skip && size >= 8 ? AV_RL32(skip + 4) : 0;
         }
         av_packet_unref(packet);
     }
@@ -351,6 +358,11 @@ int64_t LQTDecodeSoundSourceBase::_ScanPacketsForEnd(const char* path)
     int64_t frames = d.ToFrames(end, rate);
     if (_EndPaddingInSideData(codecId))
         frames -= lastEndSkip;
+    // Timestamps that leap far beyond what the packets hold (a damaged file) would make hours
+    // of silence: then the length is what decoding gives.
+    const int64_t held = av_rescale_q(durations, d.timeBase, AVRational{1, rate});
+    if (durations > 0 && frames > held + int64_t(rate) * kMaxTimestampGapSeconds)
+        return -1;
     return frames;
 }
 

@@ -138,3 +138,25 @@ TEST(MediaDecodeFailure, ACancelledOpenEndsClosed)
 }
 
 }  // namespace
+
+namespace {
+
+// A file shorter than one Ogg page ends inside its last block: its last packet's duration is
+// negative, and the length must still be the original's.
+TEST(MediaDecodeShort, FilesOfAFewBlocksKeepTheirLength)
+{
+    if (!HaveProgram("ffmpeg"))
+        GTEST_SKIP() << "ffmpeg is not installed";
+    TempFolder folder;
+    for (const MediaFixture& f : MediaFixtures()) {
+        if (!f.exactLength)
+            continue;
+        const std::string wave = folder / ("short" + std::to_string(f.rate) + ".wav");
+        const std::string track = folder / (std::string("short") + f.extension);
+        ASSERT_TRUE(MakeSourceWave(wave, f.rate, 0.05));
+        ASSERT_TRUE(EncodeFixture(wave, f, track));
+        EXPECT_EQ(LQTDecode::OpenSource(track.c_str())->GetEndSample(), f.rate / 20) << f.extension;
+    }
+}
+
+}  // namespace
