@@ -235,6 +235,20 @@ int FileConversion::Convert()
     return 1;
 }
 
+void FileConverterNotifyHandler::EvQueuedNotifyData(unsigned int code, const void* data, unsigned long size)
+{
+    if (code == kFileConversionProgress && size == sizeof(FileConversionProgress)) {
+        FileConversionProgress p;
+        std::memcpy(&p, data, sizeof p);
+        _notify.fcntfProgress(p.percent, p.deck);
+    } else if (code == kFileConversionComplete && size == sizeof(FileConversionRecord)) {
+        FileConversionRecord r;
+        std::memcpy(&r, data, sizeof r);
+        r.path[sizeof r.path - 1] = '\0';
+        _notify.fcntfComplete(r.success, r.path, r.deck, r.beatFrequency, r.beatOffset, r.length, r.row, r.cueMark);
+    }
+}
+
 void ProcessCounter::SetProgress(double fraction)
 {
     FileConversionProgress record;

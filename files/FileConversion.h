@@ -92,6 +92,30 @@ struct FileConversionProgress {
 };
 static_assert(sizeof(FileConversionProgress) == 8, "the progress record is 8 bytes");
 
+// What the interface side of a deck job hears, on the interface thread.
+class FileConverterNotify {
+public:
+    virtual ~FileConverterNotify() = default;
+    virtual void fcntfProgress(int /*percent*/, int /*deck*/) {}
+    virtual void fcntfComplete(bool /*success*/, const char* /*path*/, int /*deck*/, int /*beatFrequency*/,
+                               int /*beatOffset*/, LSoundTime /*length*/, int /*row*/, int /*cueMark*/)
+    {
+    }
+};
+
+// The queue handler that turns a deck job's records into FileConverterNotify calls; records
+// of another size are dropped.
+class FileConverterNotifyHandler : public LQueuedNotifyDataHandler {
+public:
+    explicit FileConverterNotifyHandler(FileConverterNotify& notify) : _notify(notify) {}
+
+protected:
+    void EvQueuedNotifyData(unsigned int code, const void* data, unsigned long size) override;
+
+private:
+    FileConverterNotify& _notify;
+};
+
 // The long-task interface of a deck job: stops with its thread, posts progress by queue.
 class ProcessCounter : public LProcessInterface {
 public:

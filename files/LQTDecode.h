@@ -48,7 +48,6 @@ private:
     std::unique_ptr<Decoder> _decoder;
     int _position = 0;
     int _end = 0;
-    bool _endKnown = false;
     bool _eof = false;
     // Decoded frames not yet delivered: _pending[(i - _pendingStart) * channels ...] for
     // timeline frames _pendingStart up to _pendingStart + _pendingFrames.

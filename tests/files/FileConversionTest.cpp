@@ -232,18 +232,25 @@ TEST_F(Cache, ACancelOrAFailureLeavesNoFile)
         ADD_FAILURE() << "left behind: " << e.path();
 }
 
-class Recorder : public LQueuedNotifyDataHandler {
+class Recorder : public FileConverterNotify {
 public:
     std::vector<FileConversionRecord> completions;
     std::vector<FileConversionProgress> progress;
 
-protected:
-    void EvQueuedNotifyData(unsigned int code, const void* data, unsigned long size) override
+    void fcntfProgress(int percent, int deck) override { progress.push_back({percent, deck}); }
+    void fcntfComplete(bool success, const char* path, int deck, int beatFrequency, int beatOffset, LSoundTime length,
+                       int row, int cueMark) override
     {
-        if (code == kFileConversionComplete && size == sizeof(FileConversionRecord))
-            completions.push_back(*static_cast<const FileConversionRecord*>(data));
-        if (code == kFileConversionProgress && size == sizeof(FileConversionProgress))
-            progress.push_back(*static_cast<const FileConversionProgress*>(data));
+        FileConversionRecord r;
+        r.success = success;
+        std::snprintf(r.path, sizeof r.path, "%s", path);
+        r.deck = deck;
+        r.beatFrequency = beatFrequency;
+        r.beatOffset = beatOffset;
+        r.length = length;
+        r.row = row;
+        r.cueMark = cueMark;
+        completions.push_back(r);
     }
 };
 
@@ -259,8 +266,9 @@ TEST_F(Cache, ADeckJobReportsProgressAndCompletionOnce)
     } cases[] = {{wave, true}, {wave, true} /* a cache hit */, {home / "missing.ogg", false}};
     for (const Case& c : cases) {
         Recorder recorder;
+        FileConverterNotifyHandler handler(recorder);
         FileConverter converter;
-        ASSERT_EQ(converter.ConvertFileForDeck(c.path.c_str(), nullptr, recorder, 1, 441, 7, LSoundTime(1500), 3, 9), 1);
+        ASSERT_EQ(converter.ConvertFileForDeck(c.path.c_str(), nullptr, handler, 1, 441, 7, LSoundTime(1500), 3, 9), 1);
         ASSERT_TRUE(queue->RunUntil([&] { return !recorder.completions.empty(); }, 20000));
         queue->RunUntil([] { return false; }, 100);  // anything more would come now
         ASSERT_EQ(recorder.completions.size(), 1u) << c.path;
