@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <strings.h>
 #include <sys/stat.h>
 #include <thread>
@@ -141,12 +142,25 @@ std::vector<std::string> _SplitFormat(const char* format, const std::vector<std:
     return words;
 }
 
+// Shared by the waiter and the helper thread; whichever lets go last frees it. Whoever comes
+// second of "the program finished" and "the waiter gave up" removes the output and lets the
+// kept object go.
 struct DecoderRun {
     std::vector<std::string> argv;
     std::string abandonedOutput;
     LSignalObject done;
-    LSignalObject giveUp;
     std::atomic<LProcessResult> result{kProcessStopped};
+    std::mutex mutex;
+    bool finished = false;   // under mutex
+    bool abandoned = false;  // under mutex
+    std::shared_ptr<void> keepAlive;  // under mutex
+
+    void CleanUpAbandoned()
+    {
+        if (!abandonedOutput.empty())
+            unlink(abandonedOutput.c_str());
+        keepAlive.reset();
+    }
 };
 
 void _RunOnHelper(std::shared_ptr<DecoderRun> run)
@@ -157,9 +171,13 @@ void _RunOnHelper(std::shared_ptr<DecoderRun> run)
     argv.push_back(nullptr);
     const int status = LRunProgram(argv.data());
     run->result = status == -1 ? kProcessFailed : kProcessFinished;
+    std::lock_guard<std::mutex> hold(run->mutex);
+    run->finished = true;
+    if (run->abandoned)
+        run->CleanUpAbandoned();
+    else
+        run->keepAlive.reset();  // the waiter holds its own until it has opened the output
     run->done.Signal();
-    if (run->giveUp.IsSignaled() && !run->abandonedOutput.empty())
-        unlink(run->abandonedOutput.c_str());
 }
 
 }  // namespace
@@ -246,24 +264,25 @@ int LGetCommandLineDecoderLine(LProcessInterface& process, char* line, const cha
 }
 
 LProcessResult LRunDecoderProgram(LProcessInterface& process, const std::vector<std::string>& argv,
-                                  const char* abandonedOutput)
+                                  const char* abandonedOutput, std::shared_ptr<void> keepAlive)
 {
     if (argv.empty())
         return kProcessFailed;
     auto run = std::make_shared<DecoderRun>();
     run->argv = argv;
     run->abandonedOutput = abandonedOutput ? abandonedOutput : "";
+    run->keepAlive = std::move(keepAlive);
     try {
         std::thread(_RunOnHelper, run).detach();
     } catch (...) {
         return kProcessFailed;
     }
     const LProcessResult waited = process.ProcessWaitSignal(run->done.Ref(), kWaitForever);
-    run->giveUp.Signal();
     if (waited != kProcessFinished) {
-        // The helper may have finished just now: then nobody else deletes the output.
-        if (run->done.IsSignaled() && !run->abandonedOutput.empty())
-            unlink(run->abandonedOutput.c_str());
+        std::lock_guard<std::mutex> hold(run->mutex);
+        run->abandoned = true;
+        if (run->finished)
+            run->CleanUpAbandoned();
         return waited;
     }
     return run->result.load();
@@ -286,7 +305,7 @@ LProcessResult Process(LProcessInterface& process, const LCmdLineConvertToWav& j
         return kProcessFailed;
     }
     process.SetProgressIndeterminateOn();
-    const LProcessResult result = LRunDecoderProgram(process, argv, job.output);
+    const LProcessResult result = LRunDecoderProgram(process, argv, job.output, job.outputLock);
     process.SetProgressIndeterminateOff();
     return result;
 }

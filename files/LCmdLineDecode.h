@@ -3,6 +3,7 @@
 #include "base/LFile.h"
 #include "base/LProcessInterface.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,7 @@ void LGetMissingComponentMessage(char* message, size_t bytes, const char* extens
 struct LCmdLineConvertToWav {
     char input[LFile::kPathBytes] = "";
     char output[LFile::kPathBytes] = "";
+    std::shared_ptr<void> outputLock;  // held until the decoder has finished, also when abandoned
 };
 
 // Decodes input to output with the component of input's extension. 0 when the program ran
@@ -59,8 +61,9 @@ LProcessResult Process(LProcessInterface& process, const LCmdLineConvertToWav& j
 // Runs `argv` on a helper thread while `process` waits. On a stop the program is not killed:
 // the thread lets it finish and then deletes `abandonedOutput` (if given), which nobody will
 // read. 0 ran, 1 stopped, 2 could not start.
+// `keepAlive` is released only after the program has finished and its output is gone.
 LProcessResult LRunDecoderProgram(LProcessInterface& process, const std::vector<std::string>& argv,
-                                  const char* abandonedOutput);
+                                  const char* abandonedOutput, std::shared_ptr<void> keepAlive = {});
 
 // AMR through "amrdec2" into a raw file at `output`; an output left by a failure is deleted.
 LProcessResult LAMRDecode(LProcessInterface& process, const char* input, const char* output);

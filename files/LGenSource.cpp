@@ -1,6 +1,7 @@
 #include "files/LGenSource.h"
 
 #include "files/LCmdLineDecode.h"
+#include "files/LFilesSettings.h"
 #include "files/LQTDecode.h"
 #include "sound/LWaveFile.h"
 
@@ -92,6 +93,26 @@ bool _OpenTemporary(LSoundSource& out, const char* tempPath)
     return true;
 }
 
+// The raw reader takes its layout from the "RawAudio" settings: AMR decodes to 8,000 Hz mono
+// 16-bit, set for this one opening and put back after it.
+bool _OpenDecodedRaw(LSoundSource& out, LGenSourceOpener raw, const char* tempPath)
+{
+    static const char* const kKeys[] = {"SampleRate", "Channels", "Codec"};
+    static const char* const kAmrLayout[] = {"8000", "1", "3"};
+    char saved[3][LFile::kPathBytes];
+    for (int i = 0; i < 3; ++i) {
+        LFilesSettingGetString("RawAudio", kKeys[i], "", saved[i]);
+        LFilesSettingSetString("RawAudio", kKeys[i], kAmrLayout[i]);
+    }
+    LSoundSource opened = raw(tempPath);
+    for (int i = 0; i < 3; ++i)
+        LFilesSettingSetString("RawAudio", kKeys[i], saved[i]);
+    if (opened->GetError() != kErrNone)
+        return false;
+    out = LSoundSource(new LTempFileHold(LSoundSource(new LWavSourceDeleteWhenClosed(tempPath, opened)), tempPath));
+    return true;
+}
+
 // Shared by the caller and the open thread; whichever lets go last frees it.
 struct MediaOpen {
     std::string path;
@@ -156,6 +177,7 @@ bool _TryOutsideDecoders(LSoundSource& out, const char* path, const char* extens
         LCmdLineConvertToWav job;
         std::snprintf(job.input, sizeof job.input, "%s", path);
         std::snprintf(job.output, sizeof job.output, "%s", temp.GetPath());
+        job.outputLock = temp.GetLock();
         unlink(job.output);  // a decoder may refuse to overwrite
         result = process.RunLongStep("Loading file", [&job](LProcessInterface& p) { return Process(p, job); });
         if (result == kProcessStopped)
@@ -165,13 +187,13 @@ bool _TryOutsideDecoders(LSoundSource& out, const char* path, const char* extens
         unlink(temp.GetPath());
         return false;
     }
-    if (strcasecmp(extension, ".amr") == 0) {
-        // The decoded raw file needs the raw reader, which this build does not have yet: the
-        // media decoder reads AMR itself.
+    LGenSourceOpener raw = LGenSourceFindInPlaceOpener(".raw");
+    if (strcasecmp(extension, ".amr") == 0 && raw) {
         result = process.RunLongStep("Loading AMR file",
                                      [&](LProcessInterface& p) { return LAMRDecode(p, path, temp.GetPath()); });
+        if (result == kProcessFinished && _OpenDecodedRaw(out, raw, temp.GetPath()))
+            return true;
         unlink(temp.GetPath());
-        return false;
     }
     return false;
 }
@@ -242,14 +264,14 @@ bool LGenSourceTempFile::Choose(const char* preferredFolder)
         std::snprintf(name, sizeof name, "Temp%d.wav", n);
         if (!LFile::_MakeFilePath(candidate, folder, name))
             break;  // a cut path names another file
-        if (!_lock.Lock(candidate))
+        if (!_lock->Lock(candidate))
             continue;
         if (!LFile::Exists(candidate) ||
             (!LFile::TestFileShareWriteBlocked(candidate) && unlink(candidate) == 0)) {
             std::snprintf(_path, sizeof _path, "%s", candidate);
             return true;
         }
-        _lock.Unlock();
+        _lock->Unlock();
     }
     _path[0] = '\0';
     return false;

@@ -6,6 +6,7 @@
 #include "sound/LSoundSource.h"
 
 #include <functional>
+#include <memory>
 
 // Opening any audio file by its extension, in a fixed order of tries: the formats read in
 // place, then outside decoders into a temporary WAVE file, then FFmpeg's media decoder.
@@ -78,9 +79,12 @@ public:
     bool Choose(const char* preferredFolder);
     const char* GetPath() const { return _path; }
     bool IsChosen() const { return _path[0] != '\0'; }
+    // The lock, for a decoder that outlives the opening (a stop abandons it): it keeps the
+    // name taken until it has finished and its output is gone.
+    std::shared_ptr<LLockFile> GetLock() const { return _lock; }
 
 private:
-    LLockFile _lock;
+    std::shared_ptr<LLockFile> _lock = std::make_shared<LLockFile>();
     char _path[LFile::kPathBytes] = "";
 };
 

@@ -292,4 +292,64 @@ TEST_F(Cache, ADeckJobReportsProgressAndCompletionOnce)
     }
 }
 
+// An outside decoder that takes its time: it waits for a file to appear, then copies a
+// prepared WAVE file to its output.
+class SlowDecoder {
+public:
+    SlowDecoder(const TestHome& home, const std::string& wave) : _gate(home / "go")
+    {
+        char folder[LFile::kPathBytes];
+        EXPECT_TRUE(LFile::GetUserDataFolderAppSubFolder(LFile::kComponentsFolder, folder));
+        const std::string script = std::string(folder) + "/oggdec";
+        std::ofstream(script) << "#!/bin/sh\nwhile [ ! -e '" << _gate << "' ]; do sleep 0.01; done\ncp '" << wave
+                              << "' \"$2\"\n";
+        fs::permissions(script, fs::perms::owner_all);
+    }
+    void Release() const { std::ofstream(_gate).close(); }
+
+private:
+    std::string _gate;
+};
+
+TEST_F(Cache, ASecondLoadWhileAJobRunsIsRefused)
+{
+    if (!HaveProgram("ffmpeg"))
+        GTEST_SKIP() << "ffmpeg is not installed";
+    SlowDecoder decoder(home, MakeWave("decoded.wav", 44100));
+    std::ofstream(home / "first.ogg") << "ogg";
+    auto queue = LEventQueue::ForCurrentThread();
+    Recorder recorder;
+    FileConverterNotifyHandler handler(recorder);
+    FileConverter converter;
+    ASSERT_EQ(converter.ConvertFileForDeck((home / "first.ogg").c_str(), nullptr, handler, 0, 0, 0, LSoundTime(), 0, 0), 1);
+    EXPECT_EQ(converter.ConvertFileForDeck((home / "first.ogg").c_str(), nullptr, handler, 0, 0, 0, LSoundTime(), 0, 0), 0);
+    decoder.Release();
+    ASSERT_TRUE(queue->RunUntil([&] { return !recorder.completions.empty(); }, 20000));
+    EXPECT_TRUE(recorder.completions[0].success);
+    EXPECT_EQ(LWaveFile::OpenSource(recorder.completions[0].path)->GetEndSample(), 66150);
+}
+
+TEST_F(Cache, AStoppedDeckJobCompletesFalseAndLeavesNothing)
+{
+    if (!HaveProgram("ffmpeg"))
+        GTEST_SKIP() << "ffmpeg is not installed";
+    SlowDecoder decoder(home, MakeWave("decoded.wav", 44100));
+    std::ofstream(home / "stopped.ogg") << "ogg";
+    auto queue = LEventQueue::ForCurrentThread();
+    Recorder recorder;
+    FileConverterNotifyHandler handler(recorder);
+    FileConverter converter;
+    ASSERT_EQ(converter.ConvertFileForDeck((home / "stopped.ogg").c_str(), nullptr, handler, 1, 0, 0, LSoundTime(), 0, 0), 1);
+    converter.StopThreadSoon();
+    ASSERT_TRUE(queue->RunUntil([&] { return !recorder.completions.empty(); }, 20000));
+    queue->RunUntil([] { return false; }, 100);
+    ASSERT_EQ(recorder.completions.size(), 1u);
+    EXPECT_FALSE(recorder.completions[0].success);
+    converter.WaitForThreadEnd();
+    EXPECT_FALSE(converter.IsBusy());
+    decoder.Release();  // the abandoned decoder ends now; what it writes goes with it
+    for (const auto& e : fs::directory_iterator(cache))
+        ADD_FAILURE() << "left behind: " << e.path();
+}
+
 }  // namespace
