@@ -28,9 +28,13 @@ constexpr int kMaxTimestampGapSeconds = 10;
 // Decoder errors in a row after which the rest of the file counts as lost.
 constexpr int kMaxDecodeErrorsInRow = 64;
 
+// `opaque` is the decoder's slot holding the opening's flag: FFmpeg copies the callback into
+// every I/O context it makes, so the slot, not the flag, is what the contexts keep, and
+// clearing it after the open detaches them all.
 int _OnInterrupt(void* opaque)
 {
-    auto* cancel = static_cast<const std::atomic<bool>*>(opaque);
+    auto* slot = static_cast<const std::atomic<bool>* const*>(opaque);
+    const std::atomic<bool>* cancel = slot ? *slot : nullptr;
     return cancel && cancel->load(std::memory_order_relaxed) ? 1 : 0;
 }
 
@@ -61,7 +65,7 @@ struct FormatCloser {
 };
 using FormatPtr = std::unique_ptr<AVFormatContext, FormatCloser>;
 
-FormatPtr _OpenFormat(const char* path, const std::atomic<bool>* cancel, int& failure)
+FormatPtr _OpenFormat(const char* path, const std::atomic<bool>* const* cancelSlot, int& failure)
 {
     AVFormatContext* f = avformat_alloc_context();
     if (!f) {
@@ -69,7 +73,7 @@ FormatPtr _OpenFormat(const char* path, const std::atomic<bool>* cancel, int& fa
         return nullptr;
     }
     f->interrupt_callback.callback = _OnInterrupt;
-    f->interrupt_callback.opaque = const_cast<std::atomic<bool>*>(cancel);
+    f->interrupt_callback.opaque = const_cast<std::atomic<bool>**>(cancelSlot);
     if (avformat_open_input(&f, path, nullptr, nullptr) < 0) {  // frees f on failure
         failure = kErrBadFormat;
         return nullptr;
@@ -326,7 +330,7 @@ int64_t LQTDecodeSoundSourceBase::_ScanPacketsForEnd(const char* path)
 {
     Decoder& d = *_decoder;
     int failure = kErrNone;
-    FormatPtr scan = _OpenFormat(path, d.cancel, failure);
+    FormatPtr scan = _OpenFormat(path, &d.cancel, failure);
     if (!scan)
         return -1;
     AVPacket* packet = av_packet_alloc();
@@ -371,7 +375,7 @@ unsigned char LQTDecodeSoundSourceBase::_OpenDecoder(Decoder& d)
 {
     auto cancelled = [&d] { return d.cancel && d.cancel->load(std::memory_order_relaxed); };
     int failure = kErrNone;
-    FormatPtr format = _OpenFormat(d.path.c_str(), d.cancel, failure);
+    FormatPtr format = _OpenFormat(d.path.c_str(), &d.cancel, failure);
     if (!format)
         return static_cast<unsigned char>(cancelled() ? int(kErrClosed) : failure);
     if (avformat_find_stream_info(format.get(), nullptr) < 0 || cancelled())
@@ -445,5 +449,8 @@ LSoundSource LQTDecode::OpenSource(const char* path, const std::atomic<bool>* ca
     source->_decoder = std::move(decoder);
     if (!source->_MeasureLength(path))
         return MakeErrorSource(cancel && cancel->load() ? kErrClosed : kErrBadFormat);
+    // The flag belongs to the opening; the source outlives it.
+    LQTDecodeSoundSourceBase::Decoder& d = *source->_decoder;
+    d.cancel = nullptr;
     return handle;
 }

@@ -60,7 +60,7 @@ private:
 class LQTDecode {
 public:
     // Opens `path` on the calling thread. `cancel` (optional) ends a slow open early: FFmpeg's
-    // reads check it. Error states: 4 missing or unreadable, 3 nothing FFmpeg can decode, 5 a
+    // reads check it until OpenSource returns, and not after. Error states: 4 missing or unreadable, 3 nothing FFmpeg can decode, 5 a
     // stream whose decoder FFmpeg lacks, 1 cancelled.
     static LSoundSource OpenSource(const char* path, const std::atomic<bool>* cancel = nullptr);
 };
