@@ -4,7 +4,6 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/intreadwrite.h>
-#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -19,9 +18,9 @@ extern "C" {
 
 namespace {
 
-// Frames decoded and dropped before a seek target: more than two packets of every codec
-// FFmpeg decodes here (MP3 1152, AAC 1024, Vorbis up to 8192, Opus 960, FLAC up to 16384),
-// so that a bit reservoir or an overlap window is filled again before the target.
+// Frames decoded and dropped before a seek target in the codecs sought in place: many MP3
+// packets (1152 frames each), so that the bit reservoir and the overlap are filled again
+// before the target; lossless codecs need none but lose little.
 constexpr int kSeekPrerollFrames = 20000;
 // Seconds by which the last timestamp may lie beyond the packets' summed durations.
 constexpr int kMaxTimestampGapSeconds = 10;
@@ -44,8 +43,6 @@ bool _IsFloatFormat(int format)
     return packed == AV_SAMPLE_FMT_FLT || packed == AV_SAMPLE_FMT_DBL;
 }
 
-// Codecs whose demuxer carries the end padding as discard data on the last packet instead of
-// shortening its duration (the LAME tag's padding).
 // Codecs whose decoder, flushed after a seek and given two packets or more, gives the very
 // values of a decoding from the start.
 bool _SeeksExactlyInPlace(AVCodecID id)
@@ -55,6 +52,8 @@ bool _SeeksExactlyInPlace(AVCodecID id)
     return lossless || id == AV_CODEC_ID_MP3 || id == AV_CODEC_ID_MP2 || id == AV_CODEC_ID_MP1;
 }
 
+// Codecs whose demuxer carries the end padding as discard data on the last packet instead of
+// shortening its duration (the LAME tag's padding).
 bool _EndPaddingInSideData(AVCodecID id)
 {
     return id == AV_CODEC_ID_MP3 || id == AV_CODEC_ID_MP2 || id == AV_CODEC_ID_MP1;
