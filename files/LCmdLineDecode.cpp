@@ -272,19 +272,22 @@ LProcessResult LRunDecoderProgram(LProcessInterface& process, const std::vector<
     run->argv = argv;
     run->abandonedOutput = abandonedOutput ? abandonedOutput : "";
     run->keepAlive = std::move(keepAlive);
+    std::thread helper;
     try {
-        std::thread(_RunOnHelper, run).detach();
+        helper = std::thread(_RunOnHelper, run);
     } catch (...) {
         return kProcessFailed;
     }
     const LProcessResult waited = process.ProcessWaitSignal(run->done.Ref(), kWaitForever);
     if (waited != kProcessFinished) {
+        helper.detach();  // the program is not killed; its thread cleans up after it
         std::lock_guard<std::mutex> hold(run->mutex);
         run->abandoned = true;
         if (run->finished)
             run->CleanUpAbandoned();
         return waited;
     }
+    helper.join();
     return run->result.load();
 }
 

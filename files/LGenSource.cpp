@@ -137,8 +137,9 @@ LProcessResult _OpenWithMediaDecoder(LSoundSource& out, const char* path, LGenSo
     process.SetStatus("Decoding Audio File", 0);
     process.SetStatus("Opening source file...", 1);
     process.SetProgressIndeterminateOn();
+    std::thread opener;
     try {
-        std::thread(_OpenSourceThread, job).detach();
+        opener = std::thread(_OpenSourceThread, job);
     } catch (...) {
         process.SetProgressIndeterminateOff();
         out = MakeErrorSource(kErrClosed);
@@ -151,9 +152,11 @@ LProcessResult _OpenWithMediaDecoder(LSoundSource& out, const char* path, LGenSo
     process.SetProgressIndeterminateOff();
     if (waited == kProcessStopped || !job->finished.load(std::memory_order_acquire)) {
         job->cancel = true;  // FFmpeg's reads see it and end the open soon
+        opener.detach();     // it lets go of the job when it ends
         out = MakeErrorSource(kErrClosed);
         return kProcessStopped;
     }
+    opener.join();  // it has signalled; nothing of it outlives the opening
     out = job->source;
     job->source = LSoundSource();
     return out->GetError() == kErrNone ? kProcessFinished : kProcessFailed;
