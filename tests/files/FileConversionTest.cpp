@@ -183,6 +183,26 @@ TEST_F(Cache, DeleteOldestRemovesOneFilePerConversion)
     EXPECT_EQ(CountCache(), 147) << "below the limit nothing goes";
 }
 
+// A conversion killed outright leaves only its hidden temporary: it is neither a cached file
+// nor counted against the limit, and the next conversion of the track removes it.
+TEST_F(Cache, WhatAKilledConversionLeavesIsNeverACachedFile)
+{
+    if (!HaveProgram("ffmpeg"))
+        GTEST_SKIP() << "ffmpeg is not installed";
+    const std::string wave = MakeWave("killed.wav", 44100);
+    const std::string stale = cache + "/.killed.wav.wav.2147483646-0.tmp";  // no such process
+    std::ofstream(stale) << "RIFF half a file";
+    settings.values["Settings/MaxCache"] = "1";
+    settings.values["Settings/DoNothingButWarn"] = "1";
+    FileConversion job(wave.c_str());
+    EXPECT_EQ(job.CheckCache(nullptr), 0);
+    EXPECT_EQ(gAlerts, 0);
+    job.Convert();
+    ASSERT_TRUE(job.GetSuccess());
+    EXPECT_FALSE(fs::exists(stale));
+    EXPECT_EQ(LWaveFile::OpenSource(job.GetCachedPath())->GetEndSample(), 66150);
+}
+
 TEST_F(Cache, AGrowingCachedFileIsWaitedFor)
 {
     const std::string cached = cache + "/growing.mp3.wav";
