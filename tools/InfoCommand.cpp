@@ -1,5 +1,6 @@
 #include "tools/ToolCommands.h"
 
+#include "files/LGenSource.h"
 #include "sound/LWaveFile.h"
 
 #include <cstdio>
@@ -9,8 +10,11 @@ namespace tool {
 
 LSoundSource OpenByType(const std::string& path)
 {
-    // WAVE is the only type with a reader so far; other files come back as errors 3 or 5.
-    return LWaveFile::OpenSource(path.c_str());
+    LProcessInterfaceVoid quietly;
+    LGenSourceOpenInterfaceProcess open(quietly);
+    LSoundSource source;
+    ProcessGenSourceOpenSource(source, path.c_str(), open, true, "");
+    return source;
 }
 
 int Info(const std::string& path)

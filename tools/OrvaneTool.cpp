@@ -137,8 +137,22 @@ void _DeclarePlayback(ToolApp& tool)
     play->add_option("--seconds", o.seconds, "Stop after this much of the file: " + _Ranges(tool::kSecondsRange));
 }
 
+void _DeclareFiles(ToolApp& tool)
+{
+    static std::string file, in, out;
+    tool.Add("cache", "Find or make the cached WAVE file of an audio file, as a deck load does",
+             [] { return tool::Cache(file); })
+        ->add_option("FILE", file, "Audio file")->required();
+    tool.Add("formats", "List the extensions opened and the outside decoders found", [] { return tool::Formats(); });
+    CLI::App* decode = tool.Add("decode", "Decode an audio file to 32-bit WAVE at its own rate and channels",
+                                [] { return tool::Decode(in, out); });
+    decode->add_option("IN", in, "Audio file to read")->required();
+    decode->add_option("OUT", out, "WAVE file to write")->required();
+}
+
 void _DeclareCommands(ToolApp& tool)
 {
+    _DeclareFiles(tool);
     _DeclareInfo(tool);
     _DeclareConvert(tool);
     _DeclareSettings(tool);
@@ -171,5 +185,6 @@ int main(int argc, char** argv)
         std::fputs(tool.app.help().c_str(), stderr);
         return tool::kExitUsage;
     }
+    tool::InstallFilesHooks();
     return tool.run();
 }

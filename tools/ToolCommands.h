@@ -24,6 +24,14 @@ void PrintError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Opens a file the way the program does, by its type.
 LSoundSource OpenByType(const std::string& path);
+// Connects the files layer to the user settings and prints its alerts on stderr.
+void InstallFilesHooks();
+// cache FILE: finds or makes the cached WAVE file and prints its path.
+int Cache(const std::string& path);
+// formats: the extensions opened, one a line, then each outside decoder and where it was found.
+int Formats();
+// decode IN OUT.wav: IN at its own rate and channels as 32-bit PCM, no limiter, clamped.
+int Decode(const std::string& in, const std::string& out);
 
 // info FILE: rate, channels, frames, seconds, peak, error and codec as "key: value" lines.
 int Info(const std::string& path);
