@@ -64,7 +64,7 @@ struct FormatCloser {
 };
 using FormatPtr = std::unique_ptr<AVFormatContext, FormatCloser>;
 
-FormatPtr _OpenFormat(const char* path, const std::atomic<bool>* const* cancelSlot, int& failure)
+FormatPtr _OpenFormat(const char* path, const std::atomic<bool>* const* cancelSlot, LSoundError& failure)
 {
     AVFormatContext* f = avformat_alloc_context();
     if (!f) {
@@ -328,7 +328,7 @@ bool LQTDecodeSoundSourceBase::_MeasureLength(const char* path)
 int64_t LQTDecodeSoundSourceBase::_ScanPacketsForEnd(const char* path)
 {
     Decoder& d = *_decoder;
-    int failure = kErrNone;
+    LSoundError failure = kErrNone;
     FormatPtr scan = _OpenFormat(path, &d.cancel, failure);
     if (!scan)
         return -1;
@@ -370,13 +370,13 @@ int64_t LQTDecodeSoundSourceBase::_ScanPacketsForEnd(const char* path)
 }
 
 // Opens the demuxer and the decoder of the best audio stream into `d`; an error state on failure.
-unsigned char LQTDecodeSoundSourceBase::_OpenDecoder(Decoder& d)
+LSoundError LQTDecodeSoundSourceBase::_OpenDecoder(Decoder& d)
 {
     auto cancelled = [&d] { return d.cancel && d.cancel->load(std::memory_order_relaxed); };
-    int failure = kErrNone;
+    LSoundError failure = kErrNone;
     FormatPtr format = _OpenFormat(d.path.c_str(), &d.cancel, failure);
     if (!format)
-        return static_cast<unsigned char>(cancelled() ? int(kErrClosed) : failure);
+        return cancelled() ? kErrClosed : failure;
     if (avformat_find_stream_info(format.get(), nullptr) < 0 || cancelled())
         return cancelled() ? kErrClosed : kErrBadFormat;
     const AVCodec* codec = nullptr;
@@ -431,7 +431,7 @@ LSoundSource LQTDecode::OpenSource(const char* path, const std::atomic<bool>* ca
     auto decoder = std::make_unique<LQTDecodeSoundSourceBase::Decoder>();
     decoder->path = path;
     decoder->cancel = cancel;
-    const unsigned char failure = LQTDecodeSoundSourceBase::_OpenDecoder(*decoder);
+    const LSoundError failure = LQTDecodeSoundSourceBase::_OpenDecoder(*decoder);
     if (failure != kErrNone)
         return MakeErrorSource(failure);
     const AVCodecParameters* parameters = decoder->format->streams[decoder->stream]->codecpar;

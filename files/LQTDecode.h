@@ -40,7 +40,7 @@ private:
     bool _ReceiveFrame();
     void _TakeFrame();
     bool _RewindTo(int target);
-    static unsigned char _OpenDecoder(Decoder& d);
+    static LSoundError _OpenDecoder(Decoder& d);
     // Sets _end; false when the stream has no frames or the open was cancelled.
     bool _MeasureLength(const char* path);
     int64_t _ScanPacketsForEnd(const char* path);
