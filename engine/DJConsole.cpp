@@ -273,6 +273,7 @@ void DJConsole::SetDeckOffsets()
 void DJConsole::ResyncPlayer()
 {
     _PlayerLocks locks(*this);
+    ++_resyncCount;
     std::unique_lock render(_main.output.GetRenderLock());
     LCARingBuffer* ring = _main.output.GetRing();
     if (!ring)
@@ -295,12 +296,20 @@ void DJConsole::ResyncPlayer()
     source->Seek(target);
     // The file loses what will be played again.
     _recordSink->Seek(_recordSink->GetPosition() - lag);
-    source->ControlMessage(kMsgCrossFade, nullptr);
-    _main.crossfade.fadeRequested = true;
+    // The fade's old side is what the old chain gave for the frames thrown away, so it can
+    // span no more than those; with none thrown (a device that takes all at once) there is
+    // nothing to fade from.
+    const int fadeFrames = std::min(lag, kResyncFillFrames);
+    if (fadeFrames > 0) {
+        source->ControlMessage(kMsgCrossFade, nullptr);
+        _main.crossfade.fadeRequested = true;
+    }
     const int position = std::max(source->GetPositionSample(), 0);
     _main.output.SetLastPosition(position);
     ring->KeepSlice(position);
-    _main.output.WriteRing(source, kResyncFillFrames);
+    if (fadeFrames > 0)
+        _main.output.WriteRing(source, fadeFrames);
+    _main.output.WriteRing(source, kResyncFillFrames - fadeFrames);
     render.unlock();
     if (render2.owns_lock()) {
         render2.unlock();
@@ -344,19 +353,22 @@ void DJConsole::_SetPlayerSource(LSoundPlayer& player, LSoundSource source)
     player.SetSoundSource(player.crossfade.OpenSource(source));
 }
 
-void DJConsole::_StartPlayers()
+void DJConsole::_StartPlayers(bool record)
 {
     LSoundSource mix = _mixer.OpenSource();
     _main.Stop();
     _second.Stop();
     _secondInUse = _UseSecondDevice();
-    if (!_secondInUse) {
-        _StartOn(_main, mix);
-        return;
+    LSoundSource main = mix;
+    if (_secondInUse) {
+        _splitRing->Clear();
+        main = LSoundSource(new LSplitterPrimarySource(mix, _splitRing));
     }
-    _splitRing->Clear();
-    _StartOn(_main, LSoundSource(new LSplitterPrimarySource(mix, _splitRing)));
-    _StartOn(_second, LSoundSource(new LSplitterSecondarySource(mix, _splitRing)));
+    if (record && main->GetError() == kErrNone)
+        _OpenRecording(main);
+    _StartOn(_main, main);
+    if (_secondInUse)
+        _StartOn(_second, LSoundSource(new LSplitterSecondarySource(mix, _splitRing)));
 }
 
 void DJConsole::djntfPlay(DJDeck& deck)
@@ -370,9 +382,7 @@ void DJConsole::djntfPlay(DJDeck& deck)
     if (runs)
         ResyncPlayer();
     else
-        _StartPlayers();
-    if (_notify && _notify->djcntfIsRecording())
-        StartRecording();
+        _StartPlayers(_notify && _notify->djcntfIsRecording());
     _mixer.NoticeSource(deck.GetDeckPosition());
     SetDeckOffsets();
     if (_notify)

@@ -79,6 +79,8 @@ public:
     void StartRecording();
     void StopRecording();
 
+    // Resyncs done so far, for diagnostics.
+    int GetResyncCount() const { return _resyncCount; }
     LSoundPlayer& GetMainPlayer() { return _main; }
     LSoundPlayer& GetSecondPlayer() { return _second; }
     LAudioMixer& GetMixer() { return _mixer; }
@@ -109,7 +111,11 @@ private:
     DJDeck* _OtherDeck(const DJDeck& deck) const;
     bool _AnyDeckPlaying() const;
     void _ResyncIfRunning();
-    void _StartPlayers();
+    // With `record`, the main chain carries the recording tap from its first frame.
+    void _StartPlayers(bool record);
+    // Opens the recording file and puts the tap over `mix`; false, with the message shown
+    // and the recording state stopped, when the file cannot be made.
+    bool _OpenRecording(LSoundSource& mix);
     void _StartOn(LSoundPlayer& player, LSoundSource source);
     void _SetPlayerSource(LSoundPlayer& player, LSoundSource source);
     void _UpdateDeviceOf(LSoundPlayer& player, const char* setting);
@@ -129,7 +135,8 @@ private:
     LdBValue _master{0};
     LSoundSink _recordSink;
     std::shared_ptr<LSplitterRing> _splitRing;
-    bool _secondInUse = false;  // the players were started with the second device
+    bool _secondInUse = false;
+    int _resyncCount = 0;  // the players were started with the second device
     int _crossfade = kDefaultCrossFade;
     int _map[kChannelMapSlots] = {-1, -1, -1, -1};
     std::unique_ptr<_PlayerLocks> _chainLocks;  // held between the two djntfLockChain calls

@@ -68,14 +68,13 @@ void DJConsole::_FailRecording(const std::string& path)
     _notify->djcntfStopRecording();
 }
 
-void DJConsole::StartRecording()
+bool DJConsole::_OpenRecording(LSoundSource& mix)
 {
-    if (!IsPlayerRunning())
-        return;
-    LSoundSource mix = _mixer.OpenSource();
     const std::string path = _RecordingPath();
-    if (_secondInUse)
-        mix = LSoundSource(new LSplitterPrimarySource(mix, _splitRing, kSecondaryLeft, kSecondaryRight));
+    if (path.size() > LFile::kMaxPathChars) {
+        _FailRecording(path);
+        return false;
+    }
     LWaveFileFormat format;
     format.wFormatTag = kWaveTagPCM;
     format.nChannels = kRecordChannels;
@@ -83,16 +82,24 @@ void DJConsole::StartRecording()
     format.wBitsPerSample = kRecordBits;
     format.nBlockAlign = 2;
     format.nAvgBytesPerSec = kRecordAverageBytes;
-    if (path.size() > LFile::kMaxPathChars) {
-        _FailRecording(path);
-        return;
-    }
     _recordSink = LWaveFile::OpenSink(path.c_str(), format);
     if (_recordSink->GetError() & kSinkErrorFlag) {
         _FailRecording(path);
-        return;
+        return false;
     }
-    _SetPlayerSource(_main, LSoundSource(new LOrvaneSourceTap(_Limited(mix), &_recordSink)));
+    mix = LSoundSource(new LOrvaneSourceTap(_Limited(mix), &_recordSink));
+    return true;
+}
+
+void DJConsole::StartRecording()
+{
+    if (!IsPlayerRunning())
+        return;
+    LSoundSource mix = _mixer.OpenSource();
+    if (_secondInUse)
+        mix = LSoundSource(new LSplitterPrimarySource(mix, _splitRing, kSecondaryLeft, kSecondaryRight));
+    if (_OpenRecording(mix))
+        _SetPlayerSource(_main, mix);
 }
 
 void DJConsole::StopRecording()
