@@ -32,35 +32,69 @@ int _Remainder(int64_t value, int64_t period)
     return static_cast<int>(value % period);  // takes the sign of the dividend
 }
 
+// A block already read, played back into the ring with the positions it came from. The fade
+// of a resync spans exactly one Read, so it is read here in one piece; the ring may then take
+// it in two pieces where it wraps without cutting the fade short.
+class _ReadBlock : public LSoundSourceBase {
+public:
+    _ReadBlock(LSoundSource& from, int frames)
+        : LSoundSourceBase(from->GetRate(), from->GetChannels(), from->GetPeak()),
+          _start(from->GetPositionSample()),
+          _data(size_t(std::max(frames, 0)) * from->GetChannels())
+    {
+        from->Read(_data.data(), frames);
+    }
+    void Read(int* buffer, int frames) override
+    {
+        const size_t values = size_t(frames) * channels;
+        std::copy_n(_data.begin() + _read, values, buffer);
+        _read += values;
+    }
+    int GetPositionSample() const override { return _start + static_cast<int>(_read / channels); }
+    int GetEndSample() const override { return _start + static_cast<int>(_data.size() / channels); }
+
+private:
+    int _start;
+    std::vector<int> _data;
+    size_t _read = 0;
+};
+
 }  // namespace
 
 // Takes the second player's lock (when a second device is in use), then the main one, each
-// only if this thread does not hold it already; gives back what it took.
+// only if the interface thread does not hold it already; gives back what it took. The player's
+// own "held" flag cannot tell: it is also set while the player thread fills the ring.
 class DJConsole::_PlayerLocks {
 public:
-    explicit _PlayerLocks(DJConsole& console)
-        : _second(console._secondInUse ? &console._second : nullptr), _main(console._main)
+    explicit _PlayerLocks(DJConsole& console) : _console(console)
     {
-        _tookSecond = _second && !_second->IsLocked();
-        if (_tookSecond)
-            _second->Lock();
-        _tookMain = !_main.IsLocked();
-        if (_tookMain)
-            _main.Lock();
+        _tookSecond = console._secondInUse && !console._secondHeld;
+        if (_tookSecond) {
+            console._second.Lock();
+            console._secondHeld = true;
+        }
+        _tookMain = !console._mainHeld;
+        if (_tookMain) {
+            console._main.Lock();
+            console._mainHeld = true;
+        }
     }
     ~_PlayerLocks()
     {
-        if (_tookMain)
-            _main.Unlock();
-        if (_tookSecond)
-            _second->Unlock();
+        if (_tookMain) {
+            _console._mainHeld = false;
+            _console._main.Unlock();
+        }
+        if (_tookSecond) {
+            _console._secondHeld = false;
+            _console._second.Unlock();
+        }
     }
     _PlayerLocks(const _PlayerLocks&) = delete;
     _PlayerLocks& operator=(const _PlayerLocks&) = delete;
 
 private:
-    LSoundPlayer* _second;
-    LSoundPlayer& _main;
+    DJConsole& _console;
     bool _tookSecond = false, _tookMain = false;
 };
 
@@ -307,8 +341,11 @@ void DJConsole::ResyncPlayer()
     const int position = std::max(source->GetPositionSample(), 0);
     _main.output.SetLastPosition(position);
     ring->KeepSlice(position);
-    if (fadeFrames > 0)
-        _main.output.WriteRing(source, fadeFrames);
+    if (fadeFrames > 0) {
+        const int left = source->GetEndSample() - source->GetPositionSample();
+        LSoundSource block(new _ReadBlock(source, std::min({fadeFrames, ring->GetFreeFrames(), std::max(left, 0)})));
+        _main.output.WriteRing(block, fadeFrames);
+    }
     _main.output.WriteRing(source, kResyncFillFrames - fadeFrames);
     render.unlock();
     if (render2.owns_lock()) {

@@ -136,6 +136,7 @@ private:
     LSoundSink _recordSink;
     std::shared_ptr<LSplitterRing> _splitRing;
     bool _secondInUse = false;
+    bool _mainHeld = false, _secondHeld = false;  // player locks the interface thread holds
     int _resyncCount = 0;  // the players were started with the second device
     int _crossfade = kDefaultCrossFade;
     int _map[kChannelMapSlots] = {-1, -1, -1, -1};
