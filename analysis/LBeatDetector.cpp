@@ -26,9 +26,12 @@ LBeatDetector::~LBeatDetector()
     Stop();
 }
 
+// Only a running thread is asked: the stop signal stays set until the next start, and a scan on
+// the caller's own thread reads the same signal.
 void LBeatDetector::Stop()
 {
-    StopThreadSoon();
+    if (IsRunning())
+        StopThreadSoon();
     WaitForThreadEnd();
     _resultReady.store(false, std::memory_order_release);
 }
@@ -133,6 +136,8 @@ bool LBeatDetector::_Scan(int const* env, int count, int minPeriod, int maxPerio
             continue;
         }
         _TestCandidate(env, count, start, i, threshold, best);
+        if (best == 0.0)
+            break;  // no candidate can beat a ratio of 0: the result is final
         if (p >= maxPeriod) {
             i = start + 1;
             start = -1;
@@ -142,7 +147,9 @@ bool LBeatDetector::_Scan(int const* env, int count, int minPeriod, int maxPerio
 }
 
 // Steps through the track at the candidate's period, following the strongest block within
-// three blocks of each expected beat; the fewer misses per hit, the better.
+// three blocks of each expected beat; the fewer misses per hit, the better. A candidate is
+// given up as soon as even all hits from here on could not beat the best ratio, which changes
+// no result but keeps dense envelopes (a held tone) from costing the square of their length.
 void LBeatDetector::_TestCandidate(int const* env, int count, int start, int i, int threshold, double& best)
 {
     const int p = i - start;
@@ -156,10 +163,14 @@ void LBeatDetector::_TestCandidate(int const* env, int count, int start, int i, 
                 where = k;
             }
         }
-        if (greatest < threshold)
+        if (greatest < threshold) {
             ++misses;
-        else
+            const int stepsLeft = (count - j) / (p - kSearchBlocks) + 1;
+            if (static_cast<double>(misses) / (hits + stepsLeft) >= best)
+                return;
+        } else {
             ++hits;
+        }
         last = j + where;
     }
     const double ratio = static_cast<double>(misses) / hits;

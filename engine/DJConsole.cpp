@@ -478,10 +478,14 @@ void DJConsole::djntfSync(DJDeck& deck)
     deck.SetPitch(static_cast<double>(deck.GetBeatFrequency()) / otherPeriod * deck.GetPitch());
     ApplyCrossFade();
     SetDeckOffsets();
-    const int otherPhase = _Remainder(int64_t(other->GetPositionSource()->GetPositionSample()) - other->GetBeatOffset(), otherPeriod);
-    const int deckPhase = _Remainder(int64_t(deck.GetPositionSource()->GetPositionSample()) - deck.GetBeatOffset(), otherPeriod);
-    deck.SeekOffset(otherPhase - deckPhase);
-    SetDeckOffsets();
+    {
+        // Both positions from between the same two reads of the player.
+        _PlayerLocks locks(*this);
+        const int otherPhase = _Remainder(int64_t(other->GetPositionSource()->GetPositionSample()) - other->GetBeatOffset(), otherPeriod);
+        const int deckPhase = _Remainder(int64_t(deck.GetPositionSource()->GetPositionSample()) - deck.GetBeatOffset(), otherPeriod);
+        deck.SeekOffset(otherPhase - deckPhase);
+        SetDeckOffsets();
+    }
     _ResyncIfRunning();
 }
 

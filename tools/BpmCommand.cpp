@@ -27,6 +27,8 @@ bool _Detect(const std::string& path)
                    LGetSoundErrorText(deck.GetPositionSource()->GetError()));
         return false;
     }
+    // No audio plays here, so the detection need not yield to everything else on the machine.
+    deck.GetBeatDetector().SetPriority(kThreadPriorityNormal);
     if (!LEventQueue::ForCurrentThread()->RunUntil([&] { return wait.done; }, kDetectWaitMs)) {
         PrintError("%s: beat detection did not finish", path.c_str());
         return false;

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 
 namespace {
@@ -110,6 +111,30 @@ TEST(BeatDetector, ResultsCarryOverWhenANewRunFindsNothing)
     const DoneRecord second = Detect(detector, quiet);
     EXPECT_EQ(second.period, first.period);
     EXPECT_EQ(second.offset, first.offset);
+}
+
+}  // namespace
+
+namespace {
+
+// Every block of a held tone or of noise is loud: each is a start and each period a candidate.
+// Such tracks must finish in about the time of a click train, not the square of their length.
+TEST(BeatDetector, DenseEnvelopesFinish)
+{
+    TempFolder folder;
+    std::vector<int> tone(size_t(44100) * 120 * 2), noise(tone.size());
+    unsigned seed = 12345;
+    for (size_t f = 0; f < tone.size() / 2; ++f) {
+        tone[f * 2] = tone[f * 2 + 1] = static_cast<int>(300000 * std::sin(f * 0.0313));
+        seed = seed * 1103515245 + 12345;
+        noise[f * 2] = noise[f * 2 + 1] = static_cast<int>((seed >> 8) % 600000) - 300000;
+    }
+    for (const auto* samples : {&tone, &noise}) {
+        const std::string path = folder / "dense.wav";
+        ASSERT_TRUE(WriteStereoWave(path, *samples));
+        LBeatDetector detector;
+        EXPECT_GT(Detect(detector, path).period, 0);
+    }
 }
 
 }  // namespace

@@ -229,3 +229,25 @@ TEST_F(DeckTransport, ABadFileLeavesTheDeckUnloadedAndEmptyDecksTakeEveryCommand
 }
 
 }  // namespace
+
+#include "ConsoleTestSupport.h"
+
+namespace {
+
+TEST(DeckCueSnapSetting, ReadPerDeckAndWrittenBackOnDestruction)
+{
+    MemorySettings settings;
+    settings.Set("CueSnap1", "1");
+    settings.Set("CueSnap0", "0x");
+    {
+        DJDeck left(kDeckLeft), right(kDeckRight);
+        EXPECT_FALSE(left.IsCueSnap());  // starts with '0'
+        EXPECT_TRUE(right.IsCueSnap());
+        left.SetCueSnap(true);
+        right.SetCueSnap(false);
+    }
+    EXPECT_EQ(settings.values["Settings/CueSnap0"], "1");
+    EXPECT_EQ(settings.values["Settings/CueSnap1"], "0");
+}
+
+}  // namespace
