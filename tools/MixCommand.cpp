@@ -170,11 +170,14 @@ int _RunMix(const MixOptions& o, const MixFiles& files)
     const int atMs = std::clamp(wantedAt, 0, std::max(aMs - kLastStartMarginMs, 0));
     console.SetCrossFade(0);
     MixScript script(console, a, b, o, atMs);
-    a.Play();
+    // A track without frames would end the players at once, and B would start a second
+    // recording over the first: B then starts alone.
+    if (aMs > 0)
+        a.Play();
     // A failed write shows as the sink's flag while the player runs; at the natural end the
     // console closes the file itself.
     bool writeFailed = false;
-    const bool finished = queue.RunUntil(
+    const bool finished = script.Step() || queue.RunUntil(
         [&] {
             writeFailed = writeFailed || (console.IsPlayerRunning() && !console.IsRecording());
             return controller.Failed() || writeFailed || script.Step();
