@@ -302,3 +302,41 @@ TEST_F(Console, ALoopAtTheVeryEndPlaysThroughTheLimiterWithoutAGap)
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Console, ASecondDeviceTakesTheHeadphoneChannelsThroughTheSplitter)
+{
+    settings.Set("UseSecondDevice", "1");
+    settings.Set("SoundOutDeviceHeadphone", kNullDeviceName);
+    settings.Set("MainOutputLeft", "0");
+    settings.Set("MainOutputRight", "1");
+    settings.Set("HeadphoneOutputLeft", "2");
+    settings.Set("HeadphoneOutputRight", "3");
+    DJConsole console;
+    EXPECT_EQ(console.GetMixer().GetOutputChannels(), 4);
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    ASSERT_TRUE(a.Load(Track("a.wav", MakeTone(20, 220, 8000, true, true)).c_str(), 22050, 0));
+    ASSERT_TRUE(b.Load(Track("b.wav", MakeTone(20, 330, 8000, true, true)).c_str(), 22050, 0));
+    a.SetHeadphoneMode(true);
+    a.Play();
+    EXPECT_TRUE(console.IsPlayerRunning());
+    EXPECT_TRUE(console.GetSecondPlayer().IsRunning());
+    ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= 1000; }));
+    b.Play();  // a resync of both players, in the lock order
+    a.SetEq(LdBValue(-6), LdBValue(0), LdBValue(0));
+    a.SetHeadphoneMode(false);
+    ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 1000; }));
+    const int resyncs = console.GetResyncCount();
+    EXPECT_GE(resyncs, 3);
+    a.Stop();
+    b.Stop();
+    EXPECT_FALSE(console.IsPlayerRunning());
+    EXPECT_FALSE(console.GetSecondPlayer().IsRunning());
+    const std::vector<int> out = capture.Read();
+    ASSERT_GT(out.size(), size_t(44100 * 2));
+    EXPECT_GT(LargestStep(out, 0), 0);  // the main pair carries the mix
+}
+
+}  // namespace
