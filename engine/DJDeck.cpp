@@ -66,8 +66,11 @@ bool DJDeck::SetTrack(const char* path)
     _path = path;
     _restartPosition = 0;
     _cueMark = 0;
+    _restartFraction = 0;
+    _cueFraction = 0;
     _positionSource = LWaveFile::OpenSource(path);
     _rawSource = LWaveFile::OpenSource(path);
+    _end = _PitchedEnd(_pitch);
     return _positionSource->GetError() == kErrNone;
 }
 
@@ -190,6 +193,7 @@ void DJDeck::SetDelay(int feedbackPercent, int timeMs, bool on)
 void DJDeck::SetRestartPosition(int sample)
 {
     _restartPosition = sample;
+    _SetFractionsFromPositions();
 }
 
 void DJDeck::SetLoopFrames(int cueMark, int lengthFrames)
@@ -197,24 +201,10 @@ void DJDeck::SetLoopFrames(int cueMark, int lengthFrames)
     _cueMark = cueMark;
     _loopLength = lengthFrames;
     _loopActive = lengthFrames != 0;
+    _SetFractionsFromPositions();
 }
 
 int DJDeck::_PitchedEnd(double pitch)
 {
     return pitch != 1.0 ? LSRCPitchSpeed(_rawSource, pitch, true).GetEndSample() : _rawSource->GetEndSample();
-}
-
-void DJDeck::SetPitch(double pitch)
-{
-    const int oldEnd = _PitchedEnd(_pitch);
-    const int newEnd = _PitchedEnd(pitch);
-    _pitch = pitch;
-    auto rescale = [&](int frames) {
-        return oldEnd > 0 ? LTruncToInt(newEnd * (static_cast<double>(frames) / oldEnd)) : 0;
-    };
-    _cueMark = rescale(_cueMark);
-    _loopLength = rescale(_loopLength);
-    _restartPosition = rescale(_restartPosition);
-    for (int i = 0; i < _listenerCount; ++i)
-        _listeners[i]->djntfPitch(*this);
 }

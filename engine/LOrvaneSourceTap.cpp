@@ -10,6 +10,11 @@ void LOrvaneSourceTap::Read(int* buffer, int frames)
 {
     source->Read(buffer, frames);
     (*_sink)->Write(buffer, frames);
+    _sinceCommit += frames;
+    if (_sinceCommit >= kCommitSeconds * rate) {
+        _sinceCommit = 0;
+        (*_sink)->Commit();
+    }
 }
 
 bool LOrvaneSourceTap::ControlMessage(LControlMessage id, long* data)

@@ -8,6 +8,10 @@
 // tap's own crossfade, so that a resync's fade is recorded as it is heard.
 class LOrvaneSourceTap : public LSoundProcessBase {
 public:
+    // Audio between two commits of the file, so that a crash or power cut loses at most this
+    // much of a recording. Committed from the player thread, never the render callback.
+    static constexpr int kCommitSeconds = 10;
+
     // `sink` is the console's handle and must outlive the tap.
     LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink);
 
@@ -18,4 +22,5 @@ public:
 private:
     LSoundSink* _sink;
     LCrossFadeSource _crossfade;
+    int _sinceCommit = 0;  // frames passed since the file was last committed
 };

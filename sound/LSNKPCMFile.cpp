@@ -51,10 +51,21 @@ LSNKPCMFileBase::~LSNKPCMFileBase()
 {
     if (fd < 0)
         return;
-    // The data ends where writing stopped, even after a failed write.
-    const int64_t dataBytes = std::clamp<int64_t>(lseek(fd, 0, SEEK_CUR) - kHeaderBytes, 0, kMaxDataBytes);
-    _WriteHeader(static_cast<uint32_t>(dataBytes + 38), static_cast<uint32_t>(dataBytes));
+    _WriteTrueHeader();
     close(fd);
+}
+
+// The data ends where writing stopped, even after a failed write.
+bool LSNKPCMFileBase::_WriteTrueHeader()
+{
+    const int64_t dataBytes = std::clamp<int64_t>(lseek(fd, 0, SEEK_CUR) - kHeaderBytes, 0, kMaxDataBytes);
+    return _WriteHeader(static_cast<uint32_t>(dataBytes + 38), static_cast<uint32_t>(dataBytes));
+}
+
+void LSNKPCMFileBase::Commit()
+{
+    if (fd < 0 || !_WriteTrueHeader() || fdatasync(fd) != 0)
+        error |= kSinkErrorFlag;
 }
 
 bool LSNKPCMFileBase::_WriteHeader(uint32_t riffSize, uint32_t dataSize)

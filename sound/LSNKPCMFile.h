@@ -24,6 +24,8 @@ public:
 
     // Backward only: rewinds to `sample` (negative is 0) and cuts the file there.
     void Seek(int sample) override;
+    // The true header for the data so far, then the data flushed to the disk.
+    void Commit() override;
 
 protected:
     static constexpr int kBlockFrames = 8192;  // frames converted per write call
@@ -37,6 +39,7 @@ protected:
 
 private:
     bool _WriteHeader(uint32_t riffSize, uint32_t dataSize);
+    bool _WriteTrueHeader();
     int64_t _FrameOffset(int64_t frame) const { return kHeaderBytes + frame * frameSize; }
 };
 

@@ -153,6 +153,9 @@ public:
 
     virtual void Write(int const* buffer, int frames) = 0;
     virtual void Seek(int sample);
+    // Makes what was written so far a whole, readable file on disk (a header true to it,
+    // data flushed); the default has nothing to do.
+    virtual void Commit() {}
 
     int GetPosition() const { return position; }
     int GetRate() const { return rate; }

@@ -150,9 +150,26 @@ void _DeclareFiles(ToolApp& tool)
     decode->add_option("OUT", out, "WAVE file to write")->required();
 }
 
+void _DeclareAnalysis(ToolApp& tool)
+{
+    static std::vector<std::string> files;
+    CLI::App* bpm = tool.Add("bpm", "Detect the tempo of WAVE files as a deck load does", [] { return tool::Bpm(files); });
+    bpm->add_option("FILE", files, "WAVE files")->required();
+    static tool::MixOptions m;
+    CLI::App* mix = tool.Add("mix", "Mix two WAVE files through the console and record the result", [] { return tool::Mix(m); });
+    mix->add_option("A", m.a, "WAVE file on deck A")->required();
+    mix->add_option("B", m.b, "WAVE file on deck B")->required();
+    mix->add_option("-o,--out", m.out, "WAVE file to write")->required();
+    mix->add_option("--at", m.at, "B starts at this time of A: " + _Ranges(tool::kMixAtRange));
+    mix->add_option("--fade", m.fade, "Crossfade time: " + _Ranges(tool::kMixFadeRange));
+    mix->add_flag("--sync", m.sync, "Match B's tempo and beat to A's when it starts");
+    mix->add_option("--length", m.length, "Stop the mix here: " + _Ranges(tool::kMixLengthRange));
+}
+
 void _DeclareCommands(ToolApp& tool)
 {
     _DeclareFiles(tool);
+    _DeclareAnalysis(tool);
     _DeclareInfo(tool);
     _DeclareConvert(tool);
     _DeclareSettings(tool);

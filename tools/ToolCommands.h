@@ -97,4 +97,24 @@ struct PlayOptions {
 // play FILE: through the player on a device, a position line each second; Ctrl-C stops.
 int Play(const PlayOptions& options);
 
+// bpm FILE...: beat detection as a deck load runs it, one line a file:
+// path<TAB>bpm<TAB>period<TAB>offset. WAVE files only until the file cache lands.
+int Bpm(const std::vector<std::string>& files);
+
+inline constexpr OptionRange kMixAtRange{"--at", "start of B in seconds of A", 0, 1e6};
+inline constexpr OptionRange kMixFadeRange{"--fade", "crossfade in seconds", 0, 3600};
+inline constexpr OptionRange kMixLengthRange{"--length", "length of the mix in seconds", 0.001, 1e6};
+struct MixOptions {
+    std::string a;
+    std::string b;
+    std::string out;
+    std::optional<double> at;      // seconds of A; unset: A's length less the fade
+    double fade = 10.0;            // seconds
+    bool sync = false;
+    std::optional<double> length;  // seconds; unset: until B ends
+};
+// mix A B -o OUT.wav: a scripted session through the console on the capture device, recorded
+// by the console's recording path. WAVE files only until the file cache lands.
+int Mix(const MixOptions& options);
+
 }  // namespace tool

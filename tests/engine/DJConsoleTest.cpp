@@ -1,0 +1,342 @@
+#include "engine/DJConsole.h"
+
+#include "ConsoleTestSupport.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+namespace {
+
+constexpr size_t kUnderrunFrames = 32;
+
+class Console : public ::testing::Test {
+protected:
+    std::string Track(const std::string& name, const std::vector<int>& samples)
+    {
+        const std::string path = home / name;
+        EXPECT_TRUE(WriteStereoWave(path, samples));
+        return path;
+    }
+    TestHome home;
+    MemorySettings settings;
+    Capture capture{home / "capture.wav"};
+    ControllerRecord controller;
+};
+
+TEST_F(Console, CrossFadeLawIsLinearInAmplitudeAndTheSameValueDoesNotResync)
+{
+    DJConsole console;
+    DJDeck& left = console.AddDeck(kDeckLeft);
+    DJDeck& right = console.AddDeck(kDeckRight);
+    EXPECT_EQ(console.GetFirstDeck(), &right);
+    EXPECT_EQ(console.GetCrossFade(), 50);
+    struct Case {
+        int position, leftDB, rightDB;
+    } cases[] = {{0, 0, -127}, {50, -6, -6}, {100, -127, 0}, {25, -2, -12}, {1, 0, -40}};
+    for (const Case& c : cases) {
+        console.SetCrossFade(c.position);
+        EXPECT_EQ(left.GetCrossFadeVolume().GetDB(), c.leftDB) << c.position;
+        EXPECT_EQ(right.GetCrossFadeVolume().GetDB(), c.rightDB) << c.position;
+    }
+    left.SetVolume(LdBValue(-6));
+    EXPECT_EQ(left.GetVolumeTotal().GetDB(), -6);
+    console.SetCrossFade(50);
+    EXPECT_EQ(left.GetVolumeTotal().GetDB(), -12);
+
+    ASSERT_TRUE(left.Load(Track("a.wav", MakeTone(30, 220, 8000, true, true)).c_str(), 22050, 0));
+    left.Play();
+    ASSERT_TRUE(console.IsPlayerRunning());
+    console.SetCrossFade(70);
+    const int resyncs = console.GetResyncCount();
+    EXPECT_GE(resyncs, 1);
+    console.SetCrossFade(70);
+    EXPECT_EQ(console.GetResyncCount(), resyncs);
+    console.Stop();
+    EXPECT_FALSE(console.IsPlayerRunning());
+}
+
+TEST_F(Console, SyncWithoutABeatPeriodLeavesThePitch)
+{
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    const std::string path = Track("a.wav", MakeTone(5, 220, 8000, true, true));
+    ASSERT_TRUE(a.Load(path.c_str(), 20000, 0));
+    ASSERT_TRUE(b.Load(path.c_str(), 1, 1));
+    b.ResetBeatFrequency();
+    a.Sync();  // the other deck has no grid
+    EXPECT_EQ(a.GetPitch(), 1.0);
+    b.Sync();  // the deck itself has none
+    EXPECT_EQ(b.GetPitch(), 1.0);
+    b.bdntfDone(25000, 0);
+    a.Sync();
+    EXPECT_DOUBLE_EQ(a.GetPitch(), 20000.0 / 25000.0);
+    a.Unsync();
+    EXPECT_EQ(a.GetPitch(), 1.0);
+}
+
+TEST_F(Console, StoppingBothDecksClosesBothPlayersAndTheRecording)
+{
+    settings.Set("DefaultRecordFolder", home.Path());
+    settings.Set("RecordingFileName", "set one");
+    DJConsole console;
+    console.SetNotify(&controller);
+    controller.recording = true;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    const std::string path = Track("a.wav", MakeTone(60, 220, 8000, true, true));
+    ASSERT_TRUE(a.Load(path.c_str(), 22050, 0));
+    ASSERT_TRUE(b.Load(path.c_str(), 22050, 0));
+    a.Play();
+    b.Play();
+    EXPECT_TRUE(console.IsRecording());
+    ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() > 1000; }));
+    a.Stop();
+    EXPECT_TRUE(console.IsPlayerRunning());
+    EXPECT_TRUE(console.IsRecording());
+    b.Stop();
+    EXPECT_FALSE(console.IsPlayerRunning());
+    EXPECT_FALSE(console.GetSecondPlayer().IsRunning());
+    EXPECT_FALSE(console.IsRecording());
+    EXPECT_EQ(controller.stops, 2);
+    // The header is true: the reader sees every byte of data.
+    struct stat info;
+    ASSERT_EQ(stat((home / "set one.wav").c_str(), &info), 0);
+    LSoundSource file = LWaveFile::OpenSource((home / "set one.wav").c_str());
+    EXPECT_EQ(file->GetError(), kErrNone);
+    EXPECT_EQ(int64_t(file->GetEndSample()) * 4 + 46, info.st_size);
+    // Everything that reached the device is in the file, from the first frame on.
+    EXPECT_GT(file->GetEndSample(), 44100);
+    EXPECT_NEAR(file->GetEndSample(), capture.Read().size() / 2, 8192);
+}
+
+TEST_F(Console, ASecondDeckStartsAtOnceAndBothPositionsStayTrue)
+{
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    console.SetCrossFade(50);
+    ASSERT_TRUE(a.Load(Track("a.wav", MakeTone(20, 220, 8000, true, false)).c_str(), 22050, 0));
+    ASSERT_TRUE(b.Load(Track("b.wav", MakeTone(20, 330, 8000, false, true)).c_str(), 22050, 0));
+    a.Play();
+    ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= 3000; }));
+    const int heardAtStart = a.GetPosition().GetMilliseconds();
+    b.Play();
+    ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 2000; }));
+    // A is ahead of B by what A had played when B started (plus the updates in between).
+    const int gap = a.GetPosition().GetMilliseconds() - b.GetPosition().GetMilliseconds();
+    EXPECT_GE(gap, heardAtStart - 50);
+    EXPECT_LE(gap, heardAtStart + 1000);
+    EXPECT_EQ(a.GetState(), kDeckPlaying);
+    console.Stop();
+    // B's first sound in the output follows A's audio without a pause in A.
+    const std::vector<int> out = capture.Read();
+    size_t firstRight = 0;
+    while (firstRight < out.size() / 2 && out[firstRight * 2 + 1] == 0)
+        ++firstRight;
+    ASSERT_LT(firstRight, out.size() / 2);
+    EXPECT_NEAR(double(firstRight) / 44100 * 1000, heardAtStart, 1000);
+    EXPECT_LE(LargestStep(out, 0, 2000), LargestStep(MakeTone(1, 220, 8000, true, false), 0) + 64)
+        << "at frame " << LargestStepAt(out, 0, 2000);
+}
+
+TEST_F(Console, ABadTrackLeavesItsDeckEmptyAndTheOtherPlaying)
+{
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    ASSERT_TRUE(a.Load(Track("a.wav", MakeTone(20, 220, 8000, true, true)).c_str(), 22050, 0));
+    a.Play();
+    EXPECT_FALSE(b.Load((home / "missing.wav").c_str(), 0, 0));
+    EXPECT_EQ(b.GetPositionSource()->GetError(), kErrMissing);
+    b.Play();
+    b.Sync();
+    b.SetLoop(4);
+    b.Seek(1000);
+    b.SetEq(LdBValue(6), LdBValue(0), LdBValue(0));
+    b.SetHeadphoneMode(true);
+    b.SetPitch(1.1);
+    b.Stop();
+    EXPECT_EQ(b.GetState(), kDeckStopped);
+    EXPECT_TRUE(console.IsPlayerRunning());
+    EXPECT_EQ(a.GetState(), kDeckPlaying);
+    ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= 1000; }));
+}
+
+// On the paced capture device: the ring then holds audio ahead of the ear, which a resync
+// throws away and fades across. (A fast device takes every frame the moment it is written, so
+// there is never anything ahead to fade from.)
+TEST_F(Console, AnEffectChangeWhilePlayingMakesNoClick)
+{
+    Capture paced(home / "paced.wav", false);
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    console.SetCrossFade(0);  // only deck A is heard; B still plays through the mixer
+    const std::vector<int> tone = MakeTone(20, 110, 12000, true, true);
+    ASSERT_TRUE(a.Load(Track("a.wav", tone).c_str(), 22050, 0));
+    ASSERT_TRUE(b.Load(Track("b.wav", MakeTone(20, 150, 12000, true, true)).c_str(), 22050, 0));
+    a.Play();
+    b.Play();
+    for (int i = 1; i <= 6; ++i) {
+        // A change fades across the audio thrown away; wait until the ring holds a second of
+        // it, as it does on a machine that keeps up.
+        ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= i * 400 && console.GetLag() >= 44100; }));
+        a.SetEq(LdBValue(i % 2 ? -12 : 0), LdBValue(0), LdBValue(0));  // a 12 dB jump of the fundamental
+    }
+    const int resyncs = console.GetResyncCount();
+    console.Stop();
+    EXPECT_GE(resyncs, 6);
+    const std::vector<int> out = paced.Read();
+    ASSERT_GT(out.size(), size_t(44100 * 2 * 3 / 2));
+    // The signal's own largest step; a hard switch between the two levels would step by
+    // three quarters of the amplitude.
+    // A paced device on a loaded machine may underrun: it then plays silence, which is no
+    // resync's doing, so frames next to a run of silence are left out.
+    std::vector<bool> silent(out.size() / 2, false);
+    for (size_t f = 0, run = 0; f < out.size() / 2; ++f) {
+        run = (out[f * 2] == 0 && out[f * 2 + 1] == 0) ? run + 1 : 0;
+        if (run == kUnderrunFrames)
+            for (size_t back = f + 1 - run; back <= f; ++back)
+                silent[back] = true;
+        else if (run > kUnderrunFrames)
+            silent[f] = true;
+    }
+    const int ownStep = LargestStep(tone, 0);
+    for (int channel = 0; channel < 2; ++channel) {
+        int largest = 0;
+        size_t at = 0;
+        for (size_t f = 4096; f < silent.size(); ++f)
+            if (!silent[f] && !silent[f - 1] && std::abs(out[f * 2 + channel] - out[(f - 1) * 2 + channel]) > largest) {
+                largest = std::abs(out[f * 2 + channel] - out[(f - 1) * 2 + channel]);
+                at = f;
+            }
+        std::string around;
+        for (size_t f = at - 3; at > 3 && f < at + 3; ++f)
+            around += std::to_string(out[f * 2 + channel]) + " ";
+        EXPECT_LE(largest, ownStep + ownStep / 4) << channel << " at " << at << ": " << around;
+    }
+}
+
+TEST_F(Console, SyncLandsA128BpmTrackOnTheBeatsOfA125BpmOne)
+{
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    console.SetCrossFade(50);
+    ClickTrain slow{.bpm = 125, .seconds = 40, .firstClickFrame = 3000};
+    ClickTrain fast{.bpm = 128, .seconds = 40, .firstClickFrame = 9000};
+    std::vector<int> left = MakeClickTrain(slow), right = MakeClickTrain(fast);
+    for (size_t f = 0; f < left.size() / 2; ++f)
+        left[f * 2 + 1] = right[f * 2] = 0;  // A on the left channel, B on the right
+    ASSERT_TRUE(a.Load(Track("a.wav", left).c_str(), 21168, 3000));  // 125 BPM
+    ASSERT_TRUE(b.Load(Track("b.wav", right).c_str(), 20672, 9000));  // 128 BPM
+    a.Play();
+    ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= 2000; }));
+    b.Play();
+    ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 1000; }));
+    b.Sync();
+    EXPECT_NEAR(b.GetPitch(), 20672.0 / 21168.0, 1e-9);
+    ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 8000; }));
+    console.Stop();
+    const std::vector<int> out = capture.Read();
+    // Onsets: a sample far above silence after at least 0.2 s of quiet on that channel.
+    auto onsets = [&](int channel) {
+        std::vector<size_t> at;
+        size_t quiet = 0;
+        for (size_t f = 0; f < out.size() / 2; ++f) {
+            if (std::abs(out[f * 2 + channel]) > 16 * 2000 && quiet > 8820)
+                at.push_back(f);
+            quiet = std::abs(out[f * 2 + channel]) > 16 * 2000 ? 0 : quiet + 1;
+        }
+        return at;
+    };
+    const std::vector<size_t> beatsA = onsets(0), beatsB = onsets(1);
+    ASSERT_GT(beatsB.size(), 12u);
+    // After the sync B's clicks land on A's: a run of at least 4 in a row within 12 ms. Before
+    // it they drift 11 ms a beat apart, so no such run happens by chance. (The grid offset is
+    // not rescaled by the pitch, and the pitch stage runs 0.1 % slow at this ratio: a few ms.)
+    int run = 0, longest = 0;
+    for (size_t b : beatsB) {
+        size_t nearest = SIZE_MAX;
+        for (size_t x : beatsA)
+            nearest = std::min(nearest, x > b ? x - b : b - x);
+        run = nearest <= 529 ? run + 1 : 0;
+        longest = std::max(longest, run);
+    }
+    EXPECT_GE(longest, 4);
+}
+
+TEST_F(Console, ALoopAtTheVeryEndPlaysThroughTheLimiterWithoutAGap)
+{
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    console.SetCrossFade(50);
+    // Two loud decks: the mix passes full scale, so the player's chain has the limiter.
+    std::vector<int> loud(size_t(44100 * 4) * 2, 30000 * 16);
+    ASSERT_TRUE(a.Load(Track("a.wav", loud).c_str(), 22050, 0));
+    ASSERT_TRUE(b.Load(Track("b.wav", loud).c_str(), 22050, 0));
+    b.Play();
+    a.SetCueMark(44100 * 4 - 22050);
+    a.SetLoop(1);  // the last beat of the track
+    EXPECT_EQ(a.GetLoopEndSample(), 44100 * 4);
+    a.Play();
+    b.SetLoop(-1);
+    // Both decks loop, so no position passes the track's length; the output's length tells.
+    ASSERT_TRUE(RunUntil([&] {
+        struct stat info;
+        return stat(capture.path.c_str(), &info) == 0 && info.st_size > 44100 * 8 * 7;
+    }));
+    console.Stop();
+    const std::vector<int> out = capture.Read();
+    ASSERT_GT(out.size(), size_t(44100 * 2 * 6));
+    size_t zeros = 0;
+    for (size_t i = 44100 * 2; i < out.size(); ++i)
+        zeros += out[i] == 0;
+    EXPECT_EQ(zeros, 0u);
+    for (size_t i = 0; i < out.size(); ++i)
+        ASSERT_LE(std::abs(out[i]), kPeakLimit) << i;
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(Console, ASecondDeviceTakesTheHeadphoneChannelsThroughTheSplitter)
+{
+    settings.Set("UseSecondDevice", "1");
+    settings.Set("SoundOutDeviceHeadphone", kNullDeviceName);
+    settings.Set("MainOutputLeft", "0");
+    settings.Set("MainOutputRight", "1");
+    settings.Set("HeadphoneOutputLeft", "2");
+    settings.Set("HeadphoneOutputRight", "3");
+    DJConsole console;
+    EXPECT_EQ(console.GetMixer().GetOutputChannels(), 4);
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+    ASSERT_TRUE(a.Load(Track("a.wav", MakeTone(20, 220, 8000, true, true)).c_str(), 22050, 0));
+    ASSERT_TRUE(b.Load(Track("b.wav", MakeTone(20, 330, 8000, true, true)).c_str(), 22050, 0));
+    a.SetHeadphoneMode(true);
+    a.Play();
+    EXPECT_TRUE(console.IsPlayerRunning());
+    EXPECT_TRUE(console.GetSecondPlayer().IsRunning());
+    ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= 1000; }));
+    b.Play();  // a resync of both players, in the lock order
+    a.SetEq(LdBValue(-6), LdBValue(0), LdBValue(0));
+    a.SetHeadphoneMode(false);
+    ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 1000; }));
+    const int resyncs = console.GetResyncCount();
+    EXPECT_GE(resyncs, 3);
+    a.Stop();
+    b.Stop();
+    EXPECT_FALSE(console.IsPlayerRunning());
+    EXPECT_FALSE(console.GetSecondPlayer().IsRunning());
+    const std::vector<int> out = capture.Read();
+    ASSERT_GT(out.size(), size_t(44100 * 2));
+    EXPECT_GT(LargestStep(out, 0), 0);  // the main pair carries the mix
+}
+
+}  // namespace

@@ -1,0 +1,212 @@
+#include "engine/DJConsole.h"
+
+#include "ConsoleTestSupport.h"
+#include "support/TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <dirent.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kRampFrames = 44100 * 5;
+constexpr int kRampLow16 = -30000, kRampSpan16 = 60000;
+
+// Both channels rise evenly over the whole track, so each value tells the frame it came from.
+std::vector<int> MakeRamp()
+{
+    std::vector<int> samples(size_t(kRampFrames) * 2);
+    for (int f = 0; f < kRampFrames; ++f)
+        samples[size_t(f) * 2] = samples[size_t(f) * 2 + 1] =
+            static_cast<int>(kRampLow16 + int64_t(f) * kRampSpan16 / kRampFrames) * 16;
+    return samples;
+}
+
+double RampFrameOf(int value)
+{
+    return (value / 16.0 - kRampLow16) * kRampFrames / kRampSpan16;
+}
+
+int64_t FileSize(const std::string& path)
+{
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 ? info.st_size : -1;
+}
+
+int CountEntries(const std::string& folder)
+{
+    int count = 0;
+    if (DIR* dir = opendir(folder.c_str())) {
+        while (dirent* e = readdir(dir))
+            count += e->d_name[0] != '.';
+        closedir(dir);
+    }
+    return count;
+}
+
+class Recording : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        mkdir(folder.c_str(), 0755);
+        settings.Set("DefaultRecordFolder", folder);
+        settings.Set("RecordingFileName", "mix");
+        ASSERT_TRUE(WriteStereoWave(track, MakeTone(30, 220, 8000, true, true)));
+    }
+    TestHome home;
+    const std::string folder = home / "rec";
+    const std::string track = home / "tone.wav";
+    const std::string recording = home / "rec/mix.wav";
+    MemorySettings settings;
+    ControllerRecord controller;
+};
+
+TEST_F(Recording, WithThePlayerStoppedNothingHappens)
+{
+    Capture capture(home / "capture.wav");
+    DJConsole console;
+    console.SetNotify(&controller);
+    console.StartRecording();
+    EXPECT_FALSE(console.IsRecording());
+    console.StopRecording();
+    EXPECT_EQ(CountEntries(folder), 0);
+    EXPECT_TRUE(controller.messages.empty());
+}
+
+TEST_F(Recording, AFolderThatCannotBeWrittenShowsTheMessageAndPlaybackGoesOn)
+{
+    Capture capture(home / "capture.wav");
+    ASSERT_TRUE(WriteStereoWave(home / "plain.wav", {}));
+    const std::string longName(300, 'x');
+    struct Case {
+        std::string folder, name;
+    } cases[] = {{home / "plain.wav/sub", "mix"}, {home / "absent/deeper", "mix"}, {folder, longName}};
+    for (const Case& c : cases) {
+        settings.Set("DefaultRecordFolder", c.folder);
+        settings.Set("RecordingFileName", c.name);
+        controller = ControllerRecord();
+        controller.recording = true;
+        DJConsole console;
+        console.SetNotify(&controller);
+        DJDeck& deck = console.AddDeck(kDeckLeft);
+        ASSERT_TRUE(deck.Load(track.c_str(), 22050, 0));
+        deck.Play();
+        ASSERT_EQ(controller.messages.size(), 1u) << c.folder;
+        // A path too long for the message is cut, not refused.
+        const std::string full = "Recording File|Can not create recording file: " + c.folder + "/" + c.name + ".wav";
+        EXPECT_EQ(full.rfind(controller.messages[0], 0), 0u) << controller.messages[0];
+        EXPECT_GT(controller.messages[0].size(), 60u);
+        EXPECT_FALSE(controller.recording);
+        EXPECT_FALSE(console.IsRecording());
+        EXPECT_TRUE(console.IsPlayerRunning());
+        // Asked again while playing: the same message, the chain left alone.
+        console.StartRecording();
+        EXPECT_EQ(controller.messages.size(), 2u);
+        EXPECT_TRUE(console.IsPlayerRunning());
+    }
+    EXPECT_EQ(CountEntries(folder), 0);
+}
+
+// On the paced capture device the ring holds seconds of audio ahead of the ear, so every
+// resync throws audio away that the file must lose too.
+TEST_F(Recording, ResyncsLeaveNoRepeatedOrMissingStretchAndTheHeaderIsTrue)
+{
+    const std::string ramp = home / "ramp.wav";
+    ASSERT_TRUE(WriteStereoWave(ramp, MakeRamp()));
+    Capture capture(home / "capture.wav", false);
+    controller.recording = true;
+    constexpr int kSeekTo = 44100 * 3;
+    {
+        DJConsole console;
+        console.SetNotify(&controller);
+        DJDeck& deck = console.AddDeck(kDeckLeft);
+        console.AddDeck(kDeckRight);
+        console.SetCrossFade(0);
+        ASSERT_TRUE(deck.Load(ramp.c_str(), 22050, 0));
+        deck.Play();
+        ASSERT_TRUE(console.IsRecording());
+        auto at = [&](int ms) { ASSERT_TRUE(RunUntil([&] { return deck.GetPosition().GetMilliseconds() >= ms; })); };
+        at(500);
+        console.SetCrossFade(1);  // still 0 dB
+        at(800);
+        deck.SetEq(LdBValue(0), LdBValue(0), LdBValue(6));  // no effect on a ramp this slow
+        at(1100);
+        console.SetCrossFade(0);
+        at(1400);
+        ASSERT_GE(console.GetLag(), 44100);  // there is audio ahead to throw away
+        deck.Seek(kSeekTo);
+        ASSERT_TRUE(RunUntil([&] { return deck.GetState() == kDeckStopped; }));
+        EXPECT_FALSE(console.IsRecording());
+    }
+    LSoundSource file = LWaveFile::OpenSource(recording.c_str());
+    ASSERT_EQ(file->GetError(), kErrNone);
+    EXPECT_EQ(int64_t(file->GetEndSample()) * 4 + 46, FileSize(recording));
+    std::vector<int> out(size_t(file->GetEndSample()) * 2);
+    file->Read(out.data(), file->GetEndSample());
+    // The frame each recorded frame came from, less its place in the file: constant while the
+    // file runs on, one jump at the seek.
+    std::vector<double> drift;
+    // From 9000 frames on: the equaliser's filters settle on the ramp at the start.
+    for (size_t f = 9000; f < out.size() / 2; f += 1000)
+        drift.push_back(RampFrameOf(out[f * 2]) - double(f));
+    // Jumps: runs of steps above 300 frames (the fade spreads one over up to 8192 frames).
+    int jumps = 0;
+    bool inJump = false;
+    for (size_t i = 1; i < drift.size(); ++i) {
+        const bool step = std::abs(drift[i] - drift[i - 1]) > 300;
+        jumps += step && !inJump;
+        inJump = step;
+    }
+    const double jumpSize = drift.back() - drift.front();
+    std::string trace;
+    for (size_t i = 0; i < drift.size(); ++i)
+        trace += std::to_string(int(drift[i])) + " ";
+    EXPECT_EQ(jumps, 1) << trace;
+    EXPECT_NEAR(drift.front(), 0, 2000);  // the start is there
+    // Every frame up to the end of the track is in the file once.
+    EXPECT_NEAR(RampFrameOf(out[out.size() - 2]), kRampFrames, 2000);
+    EXPECT_GT(jumpSize, 44100);  // forward, from about 1.4 s to 3 s
+    EXPECT_LT(jumpSize, 44100 * 2.5);
+}
+
+TEST_F(Recording, AKilledProcessLeavesAFileThatOpensUpToTheLastCommit)
+{
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // No return into the test runner from here.
+        Capture capture(home / "capture.wav");
+        MemorySettings own;
+        own.values = settings.values;
+        ControllerRecord wants;
+        wants.recording = true;
+        DJConsole console;
+        console.SetNotify(&wants);
+        DJDeck& deck = console.AddDeck(kDeckLeft);
+        if (!deck.Load(track.c_str(), 22050, 0))
+            _exit(3);
+        deck.Play();
+        RunUntil([&] { return deck.GetPosition().GetMilliseconds() >= 25000; });
+        kill(getpid(), SIGKILL);
+        _exit(4);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    LSoundSource file = LWaveFile::OpenSource(recording.c_str());
+    ASSERT_EQ(file->GetError(), kErrNone);
+    EXPECT_GE(file->GetEndSample(), 20 * 44100);
+    EXPECT_LE(int64_t(file->GetEndSample()) * 4 + 46, FileSize(recording));
+    // The audio is the track's: a 220 Hz tone at -6 dB, not noise.
+    std::vector<int> head(44100 * 2);
+    file->Seek(10 * 44100);
+    file->Read(head.data(), 44100);
+    EXPECT_LE(LargestStep(head, 0), LargestStep(MakeTone(1, 220, 4000, true, true), 0) + 64);
+    EXPECT_GT(LargestStep(head, 0), 1000);
+}
+
+}  // namespace
