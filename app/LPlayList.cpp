@@ -462,14 +462,15 @@ bool LPlayList::Sort()
 
 void LPlayList::MakePathRelative(char* dest, const char* path, const char* listPath)
 {
+    // Only a path inside the list's folder is made relative: a folder name met elsewhere in the
+    // path (for "/music" in "/data/music/a.mp3") would name another file.
     char folder[LFile::kPathBytes];
     LFile::_GetFolderFromPath(folder, listPath);
-    const char* found = folder[0] ? strstr(path, folder) : nullptr;
-    const char* rest = found ? found + strlen(folder) : nullptr;
-    if (rest && *rest != 0 && rest[1] != 0)
-        std::snprintf(dest, LFile::kPathBytes, "%s", rest + 1);
-    else
-        std::snprintf(dest, LFile::kPathBytes, "%s", path);
+    const size_t length = strlen(folder);
+    const bool inside = length > 0 && strncmp(path, folder, length) == 0 &&
+                        (path[length] == '/' || path[length] == '\\' || folder[length - 1] == '/');
+    const char* rest = inside ? path + length + (folder[length - 1] == '/' ? 0 : 1) : nullptr;
+    std::snprintf(dest, LFile::kPathBytes, "%s", rest && *rest ? rest : path);
 }
 
 void LPlayList::GetTrackTitle(char* dest, const char* path)

@@ -89,4 +89,11 @@ struct PlayOptions {
 // play FILE: through the player on a device, a position line each second; Ctrl-C stops.
 int Play(const PlayOptions& options);
 
+// tags FILE: the tags as the library reads them, "KEY: value" lines.
+int Tags(const std::string& path);
+// library list / add PATH... / export OUT: the user's library.xml as the program keeps it.
+int LibraryList();
+int LibraryAdd(const std::vector<std::string>& paths);
+int LibraryExport(const std::string& out);
+
 }  // namespace tool

@@ -209,6 +209,9 @@ TEST(LPlayListTest, MakePathRelative)
         {"/x/b.mp3", "/m/a/l.m3u", "/x/b.mp3"},
         {"/m/a", "/m/a/l.m3u", "/m/a"},
         {"/m/b.mp3", "l.m3u", "/m/b.mp3"},
+        {"/data/m/a/b.mp3", "/m/a/l.m3u", "/data/m/a/b.mp3"},
+        {"/m/ab/c.mp3", "/m/a/l.m3u", "/m/ab/c.mp3"},
+        {"/b.mp3", "/l.m3u", "b.mp3"},
     };
     for (const Case& c : cases) {
         char out[LFile::kPathBytes];
