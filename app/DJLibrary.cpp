@@ -113,6 +113,7 @@ bool DJLibrary::SaveTo(const std::string& file)
 void DJLibrary::_RebuildNames()
 {
     _names.clear();
+    _names.reserve(_list.Count());
     for (const auto& item : _list.GetItems())
         _AddName(item->GetPath());
 }

@@ -271,6 +271,8 @@ void LPlayList::LoadPlsText(const char* text, size_t bytes, const char* listPath
 
 bool LPlayList::LoadXmlText(const char* text)
 {
+    if (LPlayListReadWrittenXml(*this, text))
+        return true;
     LXMLDocument document;
     const bool clean = document.Parse(text);
     bool found = false;
@@ -279,18 +281,18 @@ bool LPlayList::LoadXmlText(const char* text)
         found = true;
         NamedElementIterator entry(*list, "playitem");
         while (entry.Next()) {
-            LPlayItem item;
+            auto item = std::make_unique<LPlayItem>();
             for (const auto& child : entry->GetChildren()) {
                 const char* name = child->GetName();
                 if (!name)
                     continue;
                 const std::string value = _TextOf(*child);
                 if (strcmp(name, "path") == 0)
-                    item.SetPath(value.c_str());
+                    item->SetPath(value.c_str());
                 else if (!value.empty())
-                    item.Parms().SetParmBottom(name, value.c_str());
+                    item->Parms().SetParmBottom(name, value.c_str());
             }
-            AddItem(item);
+            AddItem(std::move(item));
         }
     }
     return clean && found;
@@ -374,6 +376,12 @@ void LPlayList::AddItem(const LPlayItem& item)
     auto copy = std::make_unique<LPlayItem>(item);
     copy->SetIndex(static_cast<int>(_items.size()));
     _items.push_back(std::move(copy));
+}
+
+void LPlayList::AddItem(std::unique_ptr<LPlayItem> item)
+{
+    item->SetIndex(static_cast<int>(_items.size()));
+    _items.push_back(std::move(item));
 }
 
 void LPlayList::_Renumber()

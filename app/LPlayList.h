@@ -72,6 +72,8 @@ public:
 
     void AddSingleTrack(const char* path);
     void AddItem(const LPlayItem& item);
+    // Takes the item itself; index = count.
+    void AddItem(std::unique_ptr<LPlayItem> item);
     // Removes the item of that index if there is one, then numbers all from 0.
     void RemoveSingleItem(int index);
     // Moves the item at `from` to `to`; the items between shift by one. An item whose path is
@@ -102,6 +104,10 @@ private:
 
     Items _items;
 };
+
+// Appends the entries of `text` when it is exactly in the form SaveToXml writes, with values
+// the tree reader reads the same way; false (and nothing added) otherwise.
+bool LPlayListReadWrittenXml(LPlayList& list, const char* text);
 
 // Escapes a path or value as the list files hold it: "<" and ">" are dropped, "&", the double
 // quote and line ends become entities, and the result is cut at 259 characters (never inside an
