@@ -271,8 +271,11 @@ void LPlayList::LoadPlsText(const char* text, size_t bytes, const char* listPath
 
 bool LPlayList::LoadXmlText(const char* text)
 {
-    if (LPlayListReadWrittenXml(*this, text))
-        return true;
+    return LPlayListReadWrittenXml(*this, text) || LoadXmlTree(text);
+}
+
+bool LPlayList::LoadXmlTree(const char* text)
+{
     LXMLDocument document;
     const bool clean = document.Parse(text);
     bool found = false;

@@ -62,6 +62,8 @@ public:
     // The file's text; false when it is not a list file as the program writes it (the tree
     // holds what could be read, and that was added).
     bool LoadXmlText(const char* text);
+    // The same through the XML tree only, for any text.
+    bool LoadXmlTree(const char* text);
 
     // The writers replace the file whole (temporary file and rename). Bytes or below 0.
     int SaveToM3u(const char* path, bool extended) const;
