@@ -145,6 +145,12 @@ bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
         ++_refused;
         return false;
     }
+    if (std::strpbrk(path, "<>\r\n")) {
+        // The library file cannot hold these in a path: it would read back as another file.
+        process.SetErrorF("The file %s can't be added: its path holds a line break, \"<\" or \">\".", path);
+        ++_refused;
+        return false;
+    }
     if (!_opener.Open(path, facts, process)) {
         ++_refused;
         return false;

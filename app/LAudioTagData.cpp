@@ -24,6 +24,9 @@ constexpr unsigned char kV4Grouping = 0x40, kV4Compressed = 0x08, kV4Encrypted =
 constexpr unsigned char kV4Unsync = 0x02, kV4DataLength = 0x01;
 constexpr size_t kBextFixedBytes = 602;
 constexpr size_t kCartFixedBytes = 2048;
+// Bytes of an ID3v2 tag held in memory at most; frames behind them are not read. Covers any
+// cover picture a tagger writes, while a damaged size cannot ask for hundreds of megabytes.
+constexpr uint64_t kMaxID3v2Bytes = 32u << 20;
 constexpr const char* kPictureName = "vantreltempartwork";
 
 class _FileSource : public LTagByteSource {
@@ -333,7 +336,7 @@ bool LAudioTagData::ReadTagsID3v2(const LTagByteSource& file)
         return true;  // a compression that was never defined: nothing can be read
     // The tag is read whole (never past the file) so that unsynchronisation can be undone.
     const uint64_t available = file.Size() - std::min<uint64_t>(file.Size(), kID3v2HeaderBytes);
-    std::vector<uint8_t> tag(static_cast<size_t>(std::min<uint64_t>(size, available)));
+    std::vector<uint8_t> tag(static_cast<size_t>(std::min<uint64_t>({size, available, kMaxID3v2Bytes})));
     if (!file.ReadAt(kID3v2HeaderBytes, tag.data(), tag.size()))
         return true;
     if ((header[5] & kID3FlagUnsync) && _minorVersion < 4)

@@ -96,6 +96,18 @@ TEST_F(DJLibraryTest, ASecondFileOfTheSameNameIsRefused)
     EXPECT_TRUE(library.LoadSingleFile(second.c_str(), process));
 }
 
+TEST_F(DJLibraryTest, PathsTheFileCannotHoldAreRefused)
+{
+    DJLibrary library;
+    for (const char* name : {"line\nbreak.wav", "a<b>.wav", "cr\r.wav"})
+        EXPECT_FALSE(library.LoadSingleFile(Track(name).c_str(), process)) << name;
+    EXPECT_FALSE(library.LoadSingleFile((home / "absent.wav").c_str(), process));
+    EXPECT_FALSE(library.LoadSingleFile(Track("notes.txt").c_str(), process));
+    EXPECT_TRUE(library.GetList().IsEmpty());
+    EXPECT_EQ(library.GetRefusedCount(), 5);
+    EXPECT_EQ(process.errors.size(), 5u);
+}
+
 TEST_F(DJLibraryTest, FolderAddSkipsHiddenAndAddsPlaylistEntries)
 {
     DJLibrary library;
