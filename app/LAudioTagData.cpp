@@ -5,6 +5,7 @@
 #include "base/LFileRef.h"
 #include "base/LSafeWrite.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <strings.h>
@@ -336,7 +337,7 @@ bool LAudioTagData::ReadTagsID3v2(const LTagByteSource& file)
         return true;  // a compression that was never defined: nothing can be read
     // The tag is read whole (never past the file) so that unsynchronisation can be undone.
     const uint64_t available = file.Size() - std::min<uint64_t>(file.Size(), kID3v2HeaderBytes);
-    std::vector<uint8_t> tag(static_cast<size_t>(std::min<uint64_t>({size, available, kMaxID3v2Bytes})));
+    std::vector<uint8_t> tag(static_cast<size_t>(std::min(std::min<uint64_t>(size, available), kMaxID3v2Bytes)));
     if (!file.ReadAt(kID3v2HeaderBytes, tag.data(), tag.size()))
         return true;
     if ((header[5] & kID3FlagUnsync) && _minorVersion < 4)
