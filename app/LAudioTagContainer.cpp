@@ -2,6 +2,8 @@
 // FFmpeg names them, mapped to the table's keys. Only tags are read here; decoding is not.
 #include "app/LAudioTagData.h"
 
+#include <string>
+
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/dict.h>
@@ -36,7 +38,9 @@ struct _Input {
 bool LAudioTagData::ReadTagsContainer(const char* path)
 {
     _Input input;
-    if (avformat_open_input(&input.context, path, nullptr, nullptr) < 0)
+    // Always as a local file: a name such as "http:x.ogg" must not choose a protocol.
+    const std::string url = std::string("file:") + path;
+    if (avformat_open_input(&input.context, url.c_str(), nullptr, nullptr) < 0)
         return false;
     // Ogg keeps its comments on the stream, FLAC and MP4 on the file: both are looked at.
     const AVDictionary* dictionaries[2] = {input.context->metadata, nullptr};

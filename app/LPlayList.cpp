@@ -7,6 +7,7 @@
 #include "base/LFileRef.h"
 #include "base/LSafeWrite.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
