@@ -6,6 +6,7 @@
 #include "app/LTrackOpener.h"
 #include "base/LFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,7 +17,7 @@
 namespace {
 
 constexpr const char* kUnknown = "Unknown";
-constexpr int kMaxPlayListDepth = 8;       // a list that names itself must not recurse for ever
+constexpr size_t kMaxPlayListDepth = 8;  // lists inside lists inside lists...
 constexpr double kSamplesPerMinute = 2646000.0;  // 44100 Hz times 60 s
 
 std::string _FileNameOf(const char* path)
@@ -180,15 +181,18 @@ bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
 
 bool DJLibrary::LoadPlayList(const char* path, LProcessInterface& process)
 {
-    if (!LPlayList::IsPlayListFile(path) || _playListDepth >= kMaxPlayListDepth)
+    if (!LPlayList::IsPlayListFile(path) || _openLists.size() >= kMaxPlayListDepth)
+        return false;
+    // A list that names itself, or a list that names it, is not read again.
+    if (std::find(_openLists.begin(), _openLists.end(), path) != _openLists.end())
         return false;
     DJAddPlayList task{*this, {}};
     task.list.Load(path);
     // The list's own progress would move the outer task's bar back and forth.
     LProcessInterfaceNested inner(process);
-    ++_playListDepth;
+    _openLists.push_back(path);
     const LProcessResult result = Process(inner, task);
-    --_playListDepth;
+    _openLists.pop_back();
     return result == kProcessFinished;
 }
 

@@ -78,7 +78,7 @@ private:
     std::string _file;
     bool _damaged = false;
     int _refused = 0;
-    int _playListDepth = 0;  // playlists being added inside one another
+    std::vector<std::string> _openLists;  // playlists being added inside one another
 };
 
 // The add tasks. Each runs on an LProcessInterface (a progress dialog in the program and the

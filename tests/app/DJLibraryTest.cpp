@@ -132,6 +132,17 @@ TEST_F(DJLibraryTest, FolderAddSkipsHiddenAndAddsPlaylistEntries)
     EXPECT_EQ(process.progress.front(), 0.0);
 }
 
+TEST_F(DJLibraryTest, PlaylistsThatNameThemselvesEnd)
+{
+    DJLibrary library;
+    const std::string track = Track("lists/t.wav");
+    WriteText(home / "lists/a.m3u", "a.m3u\nb.m3u\na.m3u\nt.wav\n");
+    WriteText(home / "lists/b.m3u", "a.m3u\nb.m3u\n");
+    DJAddFile task{library, home / "lists/a.m3u"};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    EXPECT_EQ(Paths(library), std::vector<std::string>{track});
+}
+
 TEST_F(DJLibraryTest, ADroppedFolderAndFileShareOneProgress)
 {
     DJLibrary library;
