@@ -232,3 +232,38 @@ TEST(LPlayListTest, IsPlayListFileAndBrokenXml)
 }
 
 }  // namespace
+
+namespace {
+
+std::string Dump(const LPlayList& list)
+{
+    std::string out;
+    for (const auto& item : list.GetItems()) {
+        out += std::string(item->GetPath()) + "|";
+        for (const LHashNode& node : item->Parms())
+            out += std::string(node.GetKey()) + "=" + node.GetData() + ";";
+        out += "\n";
+    }
+    return out;
+}
+
+TEST(LPlayListTest, TheDirectReaderReadsAsTheTreeReader)
+{
+    const std::string head = "<playlist>\n\n\t<playitem>\n\t\t<path>/a</path>\n";
+    const std::string tail = "\t</playitem>\n\n</playlist>\n";
+    for (const std::string& fields : {std::string("\t\t<t>x &amp; &apos;y&quot; &lt;</t>\n"),
+                                      std::string("\t\t<t> spaced </t>\n\t\t<t>again</t>\n\t\t<e></e>\n"),
+                                      std::string("\t\t<t>a<br>b</t>\n"),
+                                      std::string("\t\t<t>&#65;</t>\n"),
+                                      std::string("\t\t<t>x</u>\n"),
+                                      std::string("\t\t<path>/b</path>\n"),
+                                      std::string("\r\n\t\t<t>x</t>\n")}) {
+        const std::string text = head + fields + tail;
+        LPlayList direct, tree;
+        direct.LoadXmlText(text.c_str());
+        tree.LoadXmlTree(text.c_str());
+        EXPECT_EQ(Dump(direct), Dump(tree)) << fields;
+    }
+}
+
+}  // namespace
