@@ -16,7 +16,7 @@ class LTrackOpener;
 //
 // The file is replaced whole on each save. A file that could not be read whole at load (corrupt,
 // truncated, unreadable) is renamed to library.xml.bad before the next save replaces it, so
-// the part that could not be read is never silently lost.
+// what could not be read is never silently lost.
 class DJLibrary {
 public:
     static constexpr const char* kFileName = "library.xml";
