@@ -60,7 +60,8 @@ public:
     {
         if (offset > _count || bytes > _count - offset)
             return false;
-        std::memcpy(dest, _bytes + offset, bytes);
+        if (bytes > 0)  // an empty read may come with no buffer at all
+            std::memcpy(dest, _bytes + offset, bytes);
         return true;
     }
 
