@@ -136,16 +136,16 @@ const char* _EntityOf(const char* text, size_t& consumed)
     }
 }
 
-// Bytes of the UTF-8 sequence that `lead` begins (1 for any other byte).
-size_t _SequenceBytes(unsigned char lead)
+// Bytes of the UTF-8 sequence at `text` (1 for a byte that begins none, or whose sequence is
+// broken off), so that a cut never splits a character and never swallows a byte of markup.
+size_t _SequenceBytes(const char* text)
 {
-    if (lead >= 0xf0 && lead < 0xf8)
-        return 4;
-    if (lead >= 0xe0)
-        return lead < 0xf0 ? 3 : 1;
-    if (lead >= 0xc0)
-        return 2;
-    return 1;
+    const unsigned char lead = static_cast<unsigned char>(text[0]);
+    const size_t bytes = lead >= 0xf0 && lead < 0xf8 ? 4 : lead >= 0xe0 && lead < 0xf0 ? 3 : lead >= 0xc0 && lead < 0xe0 ? 2 : 1;
+    for (size_t i = 1; i < bytes; ++i)
+        if ((static_cast<unsigned char>(text[i]) & 0xc0) != 0x80)
+            return 1;
+    return bytes;
 }
 
 }  // namespace
@@ -160,9 +160,7 @@ void LHTMLEncodeToWriter(std::string& out, const char* text)
         }
         size_t consumed = 1;
         const char* entity = _EntityOf(text + i, consumed);
-        size_t bytes = entity ? strlen(entity) : _SequenceBytes(static_cast<unsigned char>(text[i]));
-        if (!entity && strnlen(text + i, bytes) < bytes)
-            bytes = 1;  // a sequence cut short by the end of the text is copied byte by byte
+        const size_t bytes = entity ? strlen(entity) : _SequenceBytes(text + i);
         if (written + bytes > kEscapedChars)
             break;
         if (entity)

@@ -70,6 +70,8 @@ TEST(LPlayListTest, EscapingDropsAngleBracketsAndCutsAt259)
         {std::string(257, 'a') + "&", std::string(257, 'a')},
         // So is a UTF-8 sequence.
         {std::string(258, 'a') + "\xc3\xa9", std::string(258, 'a')},
+        // A broken sequence is copied byte by byte and hides no markup.
+        {"\xf4h><x", "\xf4hx"},
     };
     for (const Case& c : cases) {
         std::string out;
