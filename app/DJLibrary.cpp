@@ -57,6 +57,8 @@ std::string DJLibrary::GetLibraryFilePath()
     char fallback[LFile::kPathBytes] = "";
     LFile::GetUserDataFolderApp(fallback);
     _LUserSettingGetString("Settings", "LibraryPath", fallback, folder);
+    if (folder[0] != '/')  // a relative folder would follow the working folder of each run
+        LCopyText(folder, fallback);
     char file[LFile::kPathBytes];
     if (!folder[0] || !LFile::_MakeFilePath(file, folder, kFileName))
         return {};

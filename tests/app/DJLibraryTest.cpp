@@ -70,6 +70,9 @@ TEST_F(DJLibraryTest, TheLibraryLivesAtLibraryPath)
 {
     ASSERT_TRUE(LUserSettingSetString("Settings", "LibraryPath", (home / "Lib").c_str()));
     EXPECT_EQ(DJLibrary::GetLibraryFilePath(), home / "Lib/library.xml");
+    ASSERT_TRUE(LUserSettingSetString("Settings", "LibraryPath", "relative/folder"));
+    EXPECT_EQ(DJLibrary::GetLibraryFilePath(), home / ".local/share/Orvane/library.xml");
+    ASSERT_TRUE(LUserSettingSetString("Settings", "LibraryPath", (home / "Lib").c_str()));
     DJLibrary library;
     EXPECT_TRUE(library.Load());  // no file: an empty library
     EXPECT_TRUE(library.GetList().IsEmpty());
