@@ -159,6 +159,7 @@ bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
         return false;
     }
     LAudioTagData tags;
+    tags.SetPictureFolder("");  // the library keeps no picture: no file written per track
     tags.ReadTags(path, LAudioTagData::kReadAll);
     char fileName[LFile::kPathBytes];
     LFile::_GetFileNameFromPath(fileName, path);

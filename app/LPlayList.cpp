@@ -488,6 +488,7 @@ void LPlayList::GetTrackTitle(char* dest, const char* path)
     if (path[0] == 0)
         return;
     LAudioTagData tags;
+    tags.SetPictureFolder("");  // only the title and artist are wanted
     tags.ReadTags(path, LAudioTagData::kReadAll);
     const char* title = tags.GetParm("TITLE", "");
     const char* artist = tags.GetParm("ARTIST", "");
