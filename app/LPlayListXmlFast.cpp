@@ -35,21 +35,21 @@ public:
         return !name.empty() && name[0] != '!' && name[0] != '?';
     }
 
-    // Text up to "<", with the five named entities; false for anything the tree reader would
-    // read otherwise: other entities, control characters, and spaces at either end being kept
-    // while control characters would be trimmed are both fine, but a control byte is not.
+    // Text up to "<" with the five named entities decoded; false at anything the tree reader
+    // reads otherwise: another entity, a control character (it would trim or join lines), ">".
     bool Value(std::string& value)
     {
         value.clear();
         while (*_p != '<') {
-            const unsigned char c = static_cast<unsigned char>(*_p);
-            if (c == 0 || c < 32 || c == '>')
-                return false;
-            if (c != '&') {
-                value += static_cast<char>(c);
+            const char* run = _p;
+            while (static_cast<unsigned char>(*_p) >= 32 && *_p != '<' && *_p != '>' && *_p != '&')
                 ++_p;
-                continue;
-            }
+            value.append(run, static_cast<size_t>(_p - run));
+            const unsigned char c = static_cast<unsigned char>(*_p);
+            if (c == '<')
+                break;
+            if (c != '&')
+                return false;  // the end of the text, a control character or a stray ">"
             static constexpr struct {
                 const char* entity;
                 char byte;
