@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr size_t kIndexFromNodes = 8;  // tables this large are searched by index
+constexpr size_t kIndexFromNodes = 16;  // tables this large are searched by index (a track has 10 fields)
 
 }  // namespace
 

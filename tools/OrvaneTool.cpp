@@ -166,10 +166,29 @@ void _DeclareAnalysis(ToolApp& tool)
     mix->add_option("--length", m.length, "Stop the mix here: " + _Ranges(tool::kMixLengthRange));
 }
 
+void _DeclareLibrary(ToolApp& tool)
+{
+    static std::string tagsFile, exportPath;
+    static std::vector<std::string> addPaths;
+    CLI::App* tags = tool.Add("tags", "Show the tags of a file as the library reads them", [] { return tool::Tags(tagsFile); });
+    tags->add_option("FILE", tagsFile, "Audio file")->required();
+    CLI::App* library = tool.app.add_subcommand("library", "List, add to or export the track library");
+    library->require_subcommand(1);
+    library->add_subcommand("list", "One track a line: title, artist, album, time, bpm, path")
+        ->callback([&tool] { tool.run = [] { return tool::LibraryList(); }; });
+    library->add_subcommand("add", "Add files, folders and playlists")
+        ->callback([&tool] { tool.run = [] { return tool::LibraryAdd(addPaths); }; })
+        ->add_option("PATH", addPaths, "Files, folders or playlists")->required();
+    library->add_subcommand("export", "Write the library as an M3U, PLS or XML list")
+        ->callback([&tool] { tool.run = [] { return tool::LibraryExport(exportPath); }; })
+        ->add_option("OUT", exportPath, "List file (.m3u, .pls or .xml)")->required();
+}
+
 void _DeclareCommands(ToolApp& tool)
 {
     _DeclareFiles(tool);
     _DeclareAnalysis(tool);
+    _DeclareLibrary(tool);
     _DeclareInfo(tool);
     _DeclareConvert(tool);
     _DeclareSettings(tool);

@@ -117,4 +117,11 @@ struct MixOptions {
 // by the console's recording path. WAVE files only until the file cache lands.
 int Mix(const MixOptions& options);
 
+// tags FILE: the tags as the library reads them, "KEY: value" lines.
+int Tags(const std::string& path);
+// library list / add PATH... / export OUT: the user's library.xml as the program keeps it.
+int LibraryList();
+int LibraryAdd(const std::vector<std::string>& paths);
+int LibraryExport(const std::string& out);
+
 }  // namespace tool

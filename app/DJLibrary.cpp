@@ -1,0 +1,392 @@
+#include "app/DJLibrary.h"
+
+#include "app/LAudioTagData.h"
+#include "app/LLoadText.h"
+#include "app/LSettings.h"
+#include "app/LTrackOpener.h"
+#include "base/LFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <set>
+#include <sys/stat.h>
+#include <utility>
+
+namespace {
+
+constexpr const char* kUnknown = "Unknown";
+constexpr size_t kMaxPlayListDepth = 8;  // lists inside lists inside lists...
+constexpr double kSamplesPerMinute = 2646000.0;  // 44100 Hz times 60 s
+
+std::string _FileNameOf(const char* path)
+{
+    char name[LFile::kPathBytes];
+    LFile::_GetFileFromPath(name, path);
+    return name;
+}
+
+// A field as the library keeps it: control characters (line ends from a tag) become spaces, as
+// they would not read back from the file.
+std::string _FieldText(const char* value, const char* fallback)
+{
+    std::string text = value[0] ? value : fallback;
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 32)
+            c = ' ';
+    return text;
+}
+
+void _SetInt(LHashTable& table, const char* key, long long value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%lld", value);
+    table.SetString(key, text);
+}
+
+}  // namespace
+
+DJLibrary::DJLibrary(const LTrackOpener* opener) : _opener(opener ? *opener : LGetTrackOpener()), _file(GetLibraryFilePath())
+{
+}
+
+std::string DJLibrary::GetLibraryFilePath()
+{
+    char folder[LFile::kPathBytes] = "";
+    char fallback[LFile::kPathBytes] = "";
+    LFile::GetUserDataFolderApp(fallback);
+    _LUserSettingGetString("Settings", "LibraryPath", fallback, folder);
+    if (folder[0] != '/')  // a relative folder would follow the working folder of each run
+        LCopyText(folder, fallback);
+    char file[LFile::kPathBytes];
+    if (!folder[0] || !LFile::_MakeFilePath(file, folder, kFileName))
+        return {};
+    return file;
+}
+
+bool DJLibrary::Load()
+{
+    return LoadFrom(GetLibraryFilePath());
+}
+
+bool DJLibrary::LoadFrom(const std::string& file)
+{
+    _list.Clear();
+    _file = file;
+    _damaged = false;
+    struct stat info {};
+    if (file.empty() || (stat(file.c_str(), &info) != 0 && errno == ENOENT)) {
+        _RebuildNames();
+        return true;
+    }
+    std::string text;
+    if (!S_ISREG(info.st_mode) || !LLoadText(file.c_str(), text) || !_list.LoadXmlText(text.c_str()))
+        _damaged = true;
+    _RebuildNames();
+    return !_damaged;
+}
+
+bool DJLibrary::Save()
+{
+    return SaveTo(GetLibraryFilePath());
+}
+
+bool DJLibrary::_KeepDamagedFileAside()
+{
+    const std::string aside = _file + kDamagedSuffix;
+    if (std::rename(_file.c_str(), aside.c_str()) != 0 && errno != ENOENT)
+        return false;
+    _damaged = false;
+    return true;
+}
+
+bool DJLibrary::SaveTo(const std::string& file)
+{
+    if (file.empty())
+        return false;
+    char folder[LFile::kPathBytes];
+    if (!LFile::_GetFolderFromPath(folder, file.c_str()) || (folder[0] && !LFile::CreateFolderTree(folder)))
+        return false;
+    if (_damaged && file == _file && !_KeepDamagedFileAside())
+        return false;  // never replace what could not be read without keeping it
+    return _list.SaveToXml(file.c_str()) >= 0;
+}
+
+void DJLibrary::_RebuildNames()
+{
+    _names.clear();
+    _names.reserve(_list.Count());
+    for (const auto& item : _list.GetItems())
+        _AddName(item->GetPath());
+}
+
+void DJLibrary::_AddName(const char* path)
+{
+    ++_names[_FileNameOf(path)];
+}
+
+const char* DJLibrary::_FindPathOfName(const std::string& name) const
+{
+    for (const auto& item : _list.GetItems())
+        if (_FileNameOf(item->GetPath()) == name)
+            return item->GetPath();
+    return "";
+}
+
+bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
+{
+    const std::string name = _FileNameOf(path);
+    if (_names.count(name) != 0) {
+        process.SetErrorF("A file with name %s already exists: %s.", name.c_str(), _FindPathOfName(name));
+        ++_refused;
+        return false;
+    }
+    LTrackFacts facts;
+    if (!LFile::_FitsPath(path)) {
+        process.SetErrorF("The path of %s is too long.", name.c_str());
+        ++_refused;
+        return false;
+    }
+    if (std::strpbrk(path, "<>\r\n")) {
+        // The library file cannot hold these in a path: it would read back as another file.
+        process.SetErrorF("The file %s can't be added: its path holds a line break, \"<\" or \">\".", path);
+        ++_refused;
+        return false;
+    }
+    if (!_opener.Open(path, facts, process)) {
+        ++_refused;
+        return false;
+    }
+    LAudioTagData tags;
+    tags.SetPictureFolder("");  // the library keeps no picture: no file written per track
+    tags.ReadTags(path, LAudioTagData::kReadAll);
+    char fileName[LFile::kPathBytes];
+    LFile::_GetFileNameFromPath(fileName, path);
+
+    LPlayItem item(path);
+    LHashTable& fields = item.Parms();
+    // Each new key goes to the front, so the file holds them from cuemarkpos back to title.
+    fields.SetString("title", _FieldText(tags.GetParm("TITLE", ""), fileName).c_str());
+    fields.SetString("album", _FieldText(tags.GetParm("ALBUM", ""), kUnknown).c_str());
+    fields.SetString("artist", _FieldText(tags.GetParm("ARTIST", ""), kUnknown).c_str());
+    fields.SetString("bpm", "0");
+    fields.SetString("version", "1");
+    _SetInt(fields, "length", facts.lengthSamples);
+    _SetInt(fields, "samplerate", facts.rate);
+    fields.SetString("beatfreq", "0");
+    fields.SetString("beatoffset", "0");
+    fields.SetString("cuemarkpos", "0");
+    _list.AddItem(item);
+    _AddName(path);
+    return true;
+}
+
+bool DJLibrary::LoadPlayList(const char* path, LProcessInterface& process)
+{
+    if (!LPlayList::IsPlayListFile(path) || _openLists.size() >= kMaxPlayListDepth)
+        return false;
+    // A list that names itself, or a list that names it, is not read again.
+    if (std::find(_openLists.begin(), _openLists.end(), path) != _openLists.end())
+        return false;
+    DJAddPlayList task{*this, {}};
+    task.list.Load(path);
+    // The list's own progress would move the outer task's bar back and forth.
+    LProcessInterfaceNested inner(process);
+    _openLists.push_back(path);
+    const LProcessResult result = Process(inner, task);
+    _openLists.pop_back();
+    return result == kProcessFinished;
+}
+
+void DJLibrary::RemoveItem(int index)
+{
+    _list.RemoveSingleItem(index);
+    _RebuildNames();
+}
+
+void DJLibrary::Clear()
+{
+    _list.Clear();
+    _names.clear();
+}
+
+bool DJLibrary::SetBeatData(int index, int beatfreq, int beatoffset)
+{
+    LPlayItem* item = _list.GetItem(static_cast<size_t>(index));
+    if (index < 0 || !item)
+        return false;
+    char bpm[32] = "0";
+    if (beatfreq > 0)
+        std::snprintf(bpm, sizeof bpm, "%.2f", kSamplesPerMinute / beatfreq);
+    item->Parms().SetString("bpm", bpm);
+    _SetInt(item->Parms(), "beatfreq", beatfreq);
+    _SetInt(item->Parms(), "beatoffset", beatoffset);
+    return Save();
+}
+
+bool DJLibrary::SetCueMark(int index, int cueMarkPos)
+{
+    LPlayItem* item = _list.GetItem(static_cast<size_t>(index));
+    if (index < 0 || !item)
+        return false;
+    _SetInt(item->Parms(), "cuemarkpos", cueMarkPos);
+    return Save();
+}
+
+// ---- the add tasks
+
+namespace {
+
+using _Visited = std::set<std::pair<dev_t, ino_t>>;
+
+// True the first time a folder is met: links may lead back into a tree.
+bool _FirstVisit(const char* folder, _Visited& visited)
+{
+    struct stat info {};
+    return stat(folder, &info) == 0 && visited.insert({info.st_dev, info.st_ino}).second;
+}
+
+// A file a folder walk takes: a track of a supported type, or a playlist (whose entries are
+// added), but never the library's own file.
+bool _IsWanted(const DJLibrary& library, const char* path)
+{
+    if (library.GetOpener().IsSupported(path))
+        return true;
+    return LPlayList::IsPlayListFile(path) && library.GetFilePath() != path && DJLibrary::GetLibraryFilePath() != path;
+}
+
+void _CountTree(const DJLibrary& library, const char* folder, int& total, _Visited& visited)
+{
+    if (!_FirstVisit(folder, visited))
+        return;
+    LFile::FolderIterator entries(folder);
+    char path[LFile::kPathBytes];
+    while (entries.Next()) {
+        if (!entries.GetPath(path))
+            continue;
+        if (LFile::IsFolder(path))
+            _CountTree(library, path, total, visited);
+        else if (_IsWanted(library, path))
+            ++total;
+    }
+}
+
+double _Fraction(int done, int total)
+{
+    return total > 0 ? static_cast<double>(done) / total : 1.0;
+}
+
+LProcessResult _AddTree(LProcessInterface& process, DJAddFolder& task, const char* folder, _Visited& visited)
+{
+    if (!_FirstVisit(folder, visited))
+        return kProcessFinished;
+    LFile::FolderIterator entries(folder);
+    char path[LFile::kPathBytes];
+    while (entries.Next()) {
+        if (process.IsToStop())
+            return kProcessStopped;
+        if (!entries.GetPath(path))
+            continue;  // a cut path names another file
+        if (LFile::IsFolder(path)) {
+            if (_AddTree(process, task, path, visited) == kProcessStopped)
+                return kProcessStopped;
+        } else if (_IsWanted(task.library, path)) {
+            DJAddFile file{task.library, path};
+            if (Process(process, file) == kProcessFinished)
+                ++task.done;
+        }
+        process.SetProgress(_Fraction(task.done, task.total));
+    }
+    return kProcessFinished;
+}
+
+}  // namespace
+
+LProcessResult Process(LProcessInterface& process, DJAddFile& task)
+{
+    if (LPlayList::IsPlayListFile(task.path.c_str()))
+        return task.library.LoadPlayList(task.path.c_str(), process) ? kProcessFinished : kProcessFailed;
+    process.SetStatus(("Adding " + task.path).c_str(), 0);
+    process.SetStatus(_FileNameOf(task.path.c_str()).c_str(), 1);
+    return task.library.LoadSingleFile(task.path.c_str(), process) ? kProcessFinished : kProcessFailed;
+}
+
+void DJAddFolder::CountFiles()
+{
+    _Visited visited;
+    total = 0;
+    _CountTree(library, path.c_str(), total, visited);
+    counted = true;
+}
+
+LProcessResult Process(LProcessInterface& process, DJAddFolder& task)
+{
+    if (!task.counted) {
+        process.SetProgress(0);
+        task.CountFiles();
+    }
+    _Visited visited;
+    return _AddTree(process, task, task.path.c_str(), visited);
+}
+
+LProcessResult Process(LProcessInterface& process, DJAddMultiFiles& task)
+{
+    const int count = static_cast<int>(task.files.size());
+    for (int i = 0; i < count; ++i) {
+        if (process.IsToStop())
+            return kProcessStopped;
+        DJAddFile file{task.library, task.files[static_cast<size_t>(i)]};
+        if (Process(process, file) == kProcessStopped)
+            return kProcessStopped;
+        process.SetProgress(_Fraction(i + 1, count));
+    }
+    return kProcessFinished;
+}
+
+LProcessResult Process(LProcessInterface& process, DJAddPlayList& task)
+{
+    const int count = static_cast<int>(task.list.Count());
+    int done = 0;
+    for (const auto& item : task.list.GetItems()) {
+        if (process.IsToStop())
+            return kProcessStopped;
+        DJAddFile file{task.library, item->GetPath()};
+        if (Process(process, file) == kProcessStopped)
+            return kProcessStopped;
+        process.SetProgress(_Fraction(++done, count));
+    }
+    return kProcessFinished;
+}
+
+LProcessResult Process(LProcessInterface& process, DJAddDroppedFileData& task)
+{
+    process.SetProgress(0);
+    int total = 0;
+    for (const std::string& path : task.paths) {
+        if (LFile::IsFolder(path.c_str())) {
+            DJAddFolder counter{task.library, path};
+            counter.CountFiles();
+            total += counter.total;
+        } else if (task.library.GetOpener().IsSupported(path.c_str()) || LPlayList::IsPlayListFile(path.c_str())) {
+            ++total;
+        }
+    }
+    int done = 0;
+    for (const std::string& path : task.paths) {
+        if (process.IsToStop())
+            return kProcessStopped;
+        if (LFile::IsFolder(path.c_str())) {
+            DJAddFolder folder{task.library, path, done, total, true};
+            if (Process(process, folder) == kProcessStopped)
+                return kProcessStopped;
+            done = folder.done;
+        } else {
+            DJAddFile file{task.library, path};
+            if (Process(process, file) == kProcessFinished)
+                ++done;
+        }
+        process.SetProgress(_Fraction(done, total));
+    }
+    return kProcessFinished;
+}
