@@ -279,12 +279,14 @@ TEST_F(Console, ALoopAtTheVeryEndPlaysThroughTheLimiterWithoutAGap)
     std::vector<int> loud(size_t(44100 * 4) * 2, 30000 * 16);
     ASSERT_TRUE(a.Load(Track("a.wav", loud).c_str(), 22050, 0));
     ASSERT_TRUE(b.Load(Track("b.wav", loud).c_str(), 22050, 0));
-    b.Play();
     a.SetCueMark(44100 * 4 - 22050);
     a.SetLoop(1);  // the last beat of the track
     EXPECT_EQ(a.GetLoopEndSample(), 44100 * 4);
-    a.Play();
+    // Both loops are set before either deck plays: the fast capture runs far ahead of this
+    // thread, and a deck let loose without its loop would reach its end and fall silent.
     b.SetLoop(-1);
+    a.Play();
+    b.Play();
     // Both decks loop, so no position passes the track's length; the output's length tells.
     ASSERT_TRUE(RunUntil([&] {
         struct stat info;
