@@ -19,12 +19,14 @@ struct BeatsWait : DJDeckNotify {
 // Loads `path` on a deck as the program does with no grid known, and waits for the result.
 bool _Detect(const std::string& path)
 {
+    std::string deckFile;
+    if (!DeckFile(path, deckFile))
+        return false;
     DJDeck deck;
     BeatsWait wait;
     deck.AddNotify(&wait);
-    if (!deck.Load(path.c_str(), 0, 0)) {
-        PrintError("%s: %s (bpm reads WAVE files only for now)", path.c_str(),
-                   LGetSoundErrorText(deck.GetPositionSource()->GetError()));
+    if (!deck.Load(deckFile.c_str(), 0, 0)) {
+        PrintError("%s: %s", path.c_str(), LGetSoundErrorText(deck.GetPositionSource()->GetError()));
         return false;
     }
     // No audio plays here, so the detection need not yield to everything else on the machine.

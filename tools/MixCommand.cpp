@@ -83,10 +83,12 @@ struct BeatsWait : DJDeckNotify {
 
 bool _LoadDeck(DJDeck& deck, const std::string& path, bool detect)
 {
-    if (deck.Load(path.c_str(), detect ? 0 : kNoSyncPeriod, 0))
+    std::string deckFile;
+    if (!DeckFile(path, deckFile))
+        return false;
+    if (deck.Load(deckFile.c_str(), detect ? 0 : kNoSyncPeriod, 0))
         return true;
-    PrintError("%s: %s (mix reads WAVE files only for now)", path.c_str(),
-               LGetSoundErrorText(deck.GetPositionSource()->GetError()));
+    PrintError("%s: %s", path.c_str(), LGetSoundErrorText(deck.GetPositionSource()->GetError()));
     return false;
 }
 

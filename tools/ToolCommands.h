@@ -26,6 +26,9 @@ void PrintError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 LSoundSource OpenByType(const std::string& path);
 // Connects the files layer to the user settings and prints its alerts on stderr.
 void InstallFilesHooks();
+// The file a deck loads for `path`: a WAVE file itself, any other type its cached WAVE file,
+// found or made as a deck load does. False, with one line on stderr, when it cannot be made.
+bool DeckFile(const std::string& path, std::string& deckFile);
 // cache FILE: finds or makes the cached WAVE file and prints its path.
 int Cache(const std::string& path);
 // formats: the extensions opened, one a line, then each outside decoder and where it was found.
@@ -98,7 +101,7 @@ struct PlayOptions {
 int Play(const PlayOptions& options);
 
 // bpm FILE...: beat detection as a deck load runs it, one line a file:
-// path<TAB>bpm<TAB>period<TAB>offset. WAVE files only until the file cache lands.
+// path<TAB>bpm<TAB>period<TAB>offset. Files other than WAVE go through the cache first.
 int Bpm(const std::vector<std::string>& files);
 
 inline constexpr OptionRange kMixAtRange{"--at", "start of B in seconds of A", 0, 1e6};
@@ -114,7 +117,7 @@ struct MixOptions {
     std::optional<double> length;  // seconds; unset: until B ends
 };
 // mix A B -o OUT.wav: a scripted session through the console on the capture device, recorded
-// by the console's recording path. WAVE files only until the file cache lands.
+// by the console's recording path. Files other than WAVE go through the cache first.
 int Mix(const MixOptions& options);
 
 // tags FILE: the tags as the library reads them, "KEY: value" lines.

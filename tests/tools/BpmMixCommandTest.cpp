@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include <cstdio>
 #include <dirent.h>
 
@@ -46,6 +48,16 @@ TEST(ToolBpm, OneLineAFileAndBadFilesReportedWhileTheOthersGoOn)
     EXPECT_NE(r.err.find(bad), std::string::npos);
     EXPECT_NE(r.err.find("gone.wav"), std::string::npos);
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 2);
+
+    // Any other type goes through the cache as a deck load does, and finds the same tempo.
+    const std::string flac = folder / "slow.flac";
+    ASSERT_EQ(RunTool(folder, "convert " + slow + " " + folder / "slow48.wav --rate 48000").exitCode, 0);
+    ASSERT_EQ(std::system(("sox '" + folder / "slow48.wav" + "' '" + flac + "' 2>/dev/null").c_str()), 0);
+    const ToolRun other = RunTool(folder, "bpm " + flac);
+    ASSERT_EQ(other.exitCode, 0) << other.err;
+    double bpm = 0;
+    ASSERT_EQ(std::sscanf(other.out.c_str(), "%*[^\t]\t%lf", &bpm), 1) << other.out;
+    EXPECT_NEAR(bpm, 100.0, 0.5);
 }
 
 TEST(ToolMix, RecordsBothTracksAcrossTheFadeAndLeavesNothingElse)
