@@ -321,10 +321,16 @@ public:
         char folder[LFile::kPathBytes];
         EXPECT_TRUE(LFile::GetUserDataFolderAppSubFolder(LFile::kComponentsFolder, folder));
         const std::string script = std::string(folder) + "/oggdec";
-        std::ofstream(script) << "#!/bin/sh\nwhile [ ! -e '" << _gate << "' ]; do sleep 0.01; done\ncp '" << wave
-                              << "' \"$2\"\n";
+        // It also gives up once the test's home is gone, so a test that ends early leaves no
+        // process waiting for ever.
+        const std::string homeFolder = home / "";
+        std::ofstream(script) << "#!/bin/sh\nwhile [ ! -e '" << _gate << "' ] && [ -d '" << homeFolder
+                              << "' ]; do sleep 0.01; done\ncp '" << wave << "' \"$2\"\n";
         fs::permissions(script, fs::perms::owner_all);
     }
+    ~SlowDecoder() { Release(); }
+    SlowDecoder(const SlowDecoder&) = delete;
+    SlowDecoder& operator=(const SlowDecoder&) = delete;
     void Release() const { std::ofstream(_gate).close(); }
 
 private:
