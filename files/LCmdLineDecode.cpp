@@ -313,16 +313,27 @@ LProcessResult Process(LProcessInterface& process, const LCmdLineConvertToWav& j
     return result;
 }
 
+namespace {
+
+// The component's program into `program`; when it is missing, the message naming it is set.
+bool _FindComponent(LProcessInterface& process, const char* extension, const char* component, char* program)
+{
+    if (GetComponentPathDownload(component, program))
+        return true;
+    char message[1024];
+    LGetMissingComponentMessage(message, sizeof message, extension, component);
+    process.SetError(message);
+    return false;
+}
+
+}  // namespace
+
 LProcessResult LAMRDecode(LProcessInterface& process, const char* input, const char* output)
 {
     process.SetStatus("Decoding AMR file", 0);
     char program[LFile::kPathBytes];
-    if (!GetComponentPathDownload("amrdec2", program)) {
-        char message[1024];
-        LGetMissingComponentMessage(message, sizeof message, ".amr", "amrdec2");
-        process.SetError(message);
+    if (!_FindComponent(process, ".amr", "amrdec2", program))
         return kProcessFailed;
-    }
     process.SetProgressIndeterminateOn();
     LProcessResult result = LRunDecoderProgram(process, {program, _AsArgument(input), _AsArgument(output)}, output);
     process.SetProgressIndeterminateOff();
@@ -339,12 +350,8 @@ LProcessResult LRCAVOCDecodeData(LProcessInterface& process, const char* input, 
     process.SetStatus("Decoding RCA VOC file", 0);
     process.SetStatus(name, 1);
     char program[LFile::kPathBytes];
-    if (!GetComponentPathDownload("devoc", program)) {
-        char message[1024];
-        LGetMissingComponentMessage(message, sizeof message, ".voc", "devoc");
-        process.SetError(message);
+    if (!_FindComponent(process, ".voc", "devoc", program))
         return kProcessFailed;
-    }
     char copy[] = "/var/tmp/0XXXXXX";
     const int fd = mkstemps(copy, 0);
     if (fd < 0)

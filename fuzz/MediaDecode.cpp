@@ -1,27 +1,19 @@
 // Arbitrary bytes opened by FFmpeg's media decoder: any input must give a source (healthy or
 // in an error state) that reads and seeks without crashing, hanging or running away.
 #include "files/LQTDecode.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
+#include "fuzz/MemoryFile.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <cstdio>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const int fd = memfd_create("media", MFD_CLOEXEC);
-    if (fd < 0)
+    const MemoryFile file("media", data, size);
+    if (!file.IsOpen())
         return 0;
-    if (size > 0 && write(fd, data, size) != static_cast<ssize_t>(size)) {
-        close(fd);
-        return 0;
-    }
-    char path[64];
-    std::snprintf(path, sizeof(path), "/proc/self/fd/%d", fd);
+    const char* path = file.Path();
     LSoundSource source = LQTDecode::OpenSource(path);
     constexpr int kBlockFrames = 1024;
     std::vector<int> block(size_t(kBlockFrames) * source->GetChannels());
@@ -33,7 +25,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     source->Seek(0);
     for (int done = 0; done < std::min(end, 1 << 15); done += kBlockFrames)
         source->Read(block.data(), kBlockFrames);
-    source.Close();
-    close(fd);
     return 0;
 }
