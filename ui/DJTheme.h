@@ -1,0 +1,85 @@
+#pragma once
+
+#include "ui/LGuiImage.h"
+#include "ui/LPaintSurface.h"
+
+#include <memory>
+
+// Numbers of the theme's images.
+enum class DJImage : int {
+    kPlayUp = 332, kPlayDown = 333,
+    kCuePauseUp = 327, kCuePauseDown = 336,
+    kCuePlayUp = 326, kCuePlayDown = 337,
+    kSetCueUp = 328, kSetCueDown = 338,
+    kLoopUp = 325, kLoopDown = 334,
+    kLoopMenuUp = 329, kLoopMenuDown = 335,
+    kHeadphonesUp = 330, kHeadphonesDown = 340,
+    kKillUp = 345, kKillDown = 346,
+    kBendDownUp = 366, kBendDownDown = 367,  // also auto fade left
+    kBendUpUp = 368, kBendUpDown = 369,      // also auto fade right
+    kDeckCornerTopRight = 361, kDeckCornerTopLeft = 362,
+    kDeckCornerBottomRight = 363, kDeckCornerBottomLeft = 364,
+    kGroupCornerTopLeft = 343, kGroupCornerTopRight = 344,
+    kGroupCornerBottomRight = 342, kGroupCornerBottomLeft = 341,
+    kSmallCornerBottomLeft = 351, kSmallCornerBottomRight = 352,
+    kSmallCornerTopRight = 354, kSmallCornerTopLeft = 353,
+    kConsoleCorner1 = 349, kConsoleCorner2 = 350, kConsoleCorner3 = 348, kConsoleCorner4 = 347,
+    kTopStripEnd = 360,  // 4 by 8
+    kBarMark = 365,      // 7 by 7
+    kLightOn = 370, kLightOff = 371,
+    kConsoleBackground = 355,
+};
+
+// The one look of the deck and console panels: colours, brushes, pens, fonts, images, and the
+// drawing of the buttons every panel shares. Built on the interface thread.
+class DJTheme {
+public:
+    DJTheme();
+
+    // Colours by role.
+    LGuiColorRef deckSurface, consoleSurface, labelGrey, fxTitleBar, buttonFace, pressedInner,
+        separator, fxLit, fxFrame, bottomFrame, bottomFace, bottomLitFace, syncLitText,
+        syncPlainText, infoText, deckLetter, deckLetterBox, scanningBox, scanningText,
+        waveBackground, dragBackground, loopBackground, beatStrip, cueFlag, previewWindow,
+        autoPlayBox, autoPlayBoxFrame, autoPlayText;
+    LGuiSolidBrush deckSurfaceBrush, consoleSurfaceBrush, labelGreyBrush, buttonFaceBrush,
+        pressedInnerBrush, waveBackgroundBrush;
+
+    // Pens by role.
+    LGuiSolidPen buttonFramePen, buttonFrameHotPen, fxFrameDarkPen, fxFrameLightPen, wavePen,
+        loopWavePen, centreLinePen, playLinePen, cueLinePen, beatTickPen;
+
+    // Fonts by role.
+    LGuiFont smallLabelFont, menuButtonFont, infoFont, boldFont, deckLetterFont, progressFont;
+
+    // The image of a number; an empty image (which draws nothing) when it could not be made.
+    const LGuiImage& GetImage(DJImage number) const;
+
+    void DrawDeckCorners(PaintData& data) const;
+    void DrawCornersSmall(PaintData& data) const;
+    void DrawButtonBorder(PaintData& data) const;
+    void DrawButtonBorderHot(PaintData& data) const;
+    void DrawButtonBorder(PaintData& data, const LGuiPen& pen) const;
+    void DrawPlayControlButton(PaintData& data, bool lit, DJImage up, DJImage down) const;
+    void DrawMenuButton(PaintData& data, bool lit, const char* text) const;
+    void DrawFxItem(PaintData& data, bool lit, const char* text) const;
+    void DrawFxEditButton(PaintData& data, bool lit) const;
+    void DrawFxOnOffButton(PaintData& data, bool lit) const;
+    void DrawKillButton(PaintData& data, bool lit) const;
+    void DrawBottomButton(PaintData& data, const char* text, bool lit) const;
+    void DrawAutoPlayLightButton(PaintData& data, bool lit) const;
+    void DrawRecordingLightButton(PaintData& data, bool lit) const;
+
+private:
+    struct Images;
+    std::shared_ptr<const Images> _images;
+};
+
+// Registers the drawn images of every theme number (idempotent). DJTheme calls it.
+void DJThemeRegisterImages();
+
+// Gives a class the single shared theme, made on first use on the interface thread.
+class DJThemeUser {
+public:
+    static const DJTheme& GetTheme();
+};

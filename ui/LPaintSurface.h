@@ -1,0 +1,78 @@
+#pragma once
+
+#include "ui/LGuiImage.h"
+#include "ui/LGuiTypes.h"
+
+#include <vector>
+
+class QPainter;
+
+enum class LHAlignment : int { kLeft = 0, kCentre = 1, kRight = 2 };
+enum class LVAlignment : int { kTop = 0, kCentre = 1 };
+// kNone: newlines still break lines; kWord: word wrap; kEllipsis and kEllipsisEnd cut the line
+// at the width with an ellipsis at its end.
+enum class LWrapping : int { kNone = 0, kWord = 1, kEllipsis = 2, kEllipsisEnd = 3 };
+
+// Drawing operations on one paint's state. Coordinates are float pixels of the control; the
+// toolkit has shifted them by half a pixel so that a one-pixel line at an integer coordinate
+// falls on one pixel row.
+class LPaintSurface {
+public:
+    // One paint call's state.
+    struct PaintData {
+        QPainter* context = nullptr;
+        float x = 0, y = 0, width = 0, height = 0;  // the rectangle to paint
+        LGuiFont font;                               // the current font of this paint
+        bool fillTextBackground = false;             // DrawText fills the text's box first
+        LGuiColorRef textBackground;
+        LGuiFont savedFont;  // where a panel keeps the current font while it uses another
+        struct Point {
+            float x, y;
+            bool move;  // starts a new subpath
+        };
+        std::vector<Point> path;  // collected by MoveTo/LineTo until drawn
+    };
+
+    virtual ~LPaintSurface() = default;
+
+    static void SetFont(LGuiFont& saved, const LGuiFont& current) { saved = current; }
+
+    static void FillRect(PaintData& data, const LGuiBrush& brush, float x, float y, float width,
+                         float height);
+    static void FillRect(PaintData& data, LGuiColorRef colour, float x, float y, float width,
+                         float height);
+    // A frame of the pen's width whose outer edge is the rectangle.
+    static void StrokeRect(PaintData& data, const LGuiPen& pen, float x, float y, float width,
+                           float height);
+    static void StrokeRect(PaintData& data, LGuiColorRef colour, int lineWidth, float x, float y,
+                           float width, float height);
+    // A path: MoveTo and LineTo collect points; StrokePath draws and empties it.
+    static void MoveTo(PaintData& data, float x, float y);
+    static void LineTo(PaintData& data, float x, float y);
+    static void StrokePath(PaintData& data, LGuiColorRef colour, int lineWidth);
+    // A filled polygon of the points collected by MoveTo/LineTo; empties the path.
+    static void FillPath(PaintData& data, LGuiColorRef colour);
+    static void SetStrokeColor(PaintData& data, LGuiColorRef colour);
+    static void SetAlpha(PaintData& data, float alpha);
+    static void SetAntiAlias(PaintData& data, bool on);
+
+    static void DrawImage(PaintData& data, const LGuiImage& image, float x, float y);
+    static void DrawImage(PaintData& data, const LGuiImage& image, float x, float y, float width,
+                          float height);
+
+    // Draws UTF-8 `text` in the current font. Width 0 means unbounded; alignment needs a width.
+    // Empty or null text draws nothing; bytes that are not UTF-8 draw as replacement marks.
+    static void DrawText(PaintData& data, const char* text, float x, float y, float width,
+                         float height, LHAlignment hAlign = LHAlignment::kLeft,
+                         LVAlignment vAlign = LVAlignment::kTop,
+                         LWrapping wrapping = LWrapping::kNone);
+    // The size `text` takes in the current font, wrapped at `wrapWidth` (0: no wrap); zero
+    // for an empty text.
+    static void _MeasureText(const PaintData& data, const char* text, float wrapWidth,
+                             float* width, float* height);
+    // A linear gradient over the rectangle: top to bottom when `vertical`, else left to right.
+    static void _FillRectGradient(PaintData& data, LGuiColorRef from, LGuiColorRef to,
+                                  bool vertical, float x, float y, float width, float height);
+};
+
+using PaintData = LPaintSurface::PaintData;
