@@ -388,10 +388,12 @@ void LPaintSurface::DrawText(PaintData& data, const char* text, float x, float y
     context.save();
     context.setFont(font);
     context.setPen(LQtConvert::ToQColor(data.font.GetColor()));
+    // Lines that would start below a given box are not drawn.
+    const qreal bottom = height > 0 ? std::min<qreal>(visible.bottom(), SnapEdge(y + height)) : visible.bottom();
     const qreal left = SnapEdge(x), ascent = std::round(metrics.ascent());
     for (size_t i = 0; i < lines.size(); ++i) {
         const qreal lineTop = SnapEdge(top + step * i);
-        if (lineTop > visible.bottom())
+        if (lineTop >= bottom)
             break;
         if (lineTop + step < visible.top() || lines[i].text.isEmpty())
             continue;

@@ -169,6 +169,22 @@ TEST(PaintTextTest, AlignmentPlacesTheText)
     }
 }
 
+TEST(PaintTextTest, LinesStartingBelowTheBoxAreNotDrawn)
+{
+    struct Case {
+        int boxLines;  // 0: no height given
+        int drawnLines;
+    };
+    for (const Case c : {Case{1, 1}, Case{2, 2}, Case{0, 3}}) {
+        PaintCanvas canvas(40, 60);
+        const float step = PS::_TextLineHeight(canvas.data);
+        PS::DrawText(canvas.data, "H\nH\nH", 0, 0, 40, c.boxLines * step);
+        const QRect ink = InkBounds(canvas.Image());
+        EXPECT_LT(ink.bottom(), c.drawnLines * step) << c.boxLines;
+        EXPECT_GE(ink.bottom(), (c.drawnLines - 1) * step) << c.boxLines;
+    }
+}
+
 TEST(PaintTextTest, BackgroundFillsTheBoxFirst)
 {
     PaintCanvas canvas(60, 30);
