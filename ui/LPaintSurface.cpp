@@ -102,14 +102,18 @@ QPainterPath _ToPainterPath(const std::vector<PaintData::Point>& path, bool snap
 {
     QPainterPath result;
     result.setFillRule(Qt::WindingFill);
+    bool startsSubpath = true;  // a point that is not a number breaks the line there
     for (const PaintData::Point& point : path) {
-        if (!_IsFinite(point))
+        if (!_IsFinite(point)) {
+            startsSubpath = true;
             continue;
+        }
         const QPointF at = snap ? QPointF(SnapEdge(point.x), SnapEdge(point.y)) : QPointF(point.x, point.y);
-        if (point.move)
+        if (point.move || startsSubpath)
             result.moveTo(at);
         else
             result.lineTo(at);
+        startsSubpath = false;
     }
     return result;
 }
