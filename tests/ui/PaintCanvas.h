@@ -21,7 +21,7 @@ inline void EnsureQtApplication()
 {
     if (QCoreApplication::instance() != nullptr)
         return;
-    // ctest passes only the first entry of the tests' ENVIRONMENT list; headless either way.
+    // Headless also when the test program is run by hand.
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     static int argc = 1;
     static char name[] = "ui_tests";
