@@ -242,6 +242,39 @@ qreal _AlignedX(float width, qreal lineWidth, LHAlignment hAlign)
     return std::round(hAlign == LHAlignment::kCentre ? room / 2 : room);
 }
 
+qreal _Widest(const std::vector<_Line>& lines)
+{
+    qreal widest = 0;
+    for (const _Line& line : lines)
+        widest = std::max(widest, line.width);
+    return widest;
+}
+
+// Where DrawText puts its lines, in the control's coordinates.
+struct _TextPlacement {
+    qreal left = 0, top = 0;  // the box's left edge; the first line's top before snapping
+    qreal step = 0;           // pixels from one line's top to the next
+    qreal ascent = 0;         // pixels from a line's top to its baseline
+    qreal visibleTop = 0;
+    qreal bottom = 0;  // a line starting here or below is not drawn
+    float width = 0;
+    LHAlignment hAlign = LHAlignment::kLeft;
+};
+
+// Lines above the visible area are skipped; drawing stops at the first line below it.
+void _DrawLines(QPainter& context, const std::vector<_Line>& lines, const _TextPlacement& at)
+{
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const qreal lineTop = SnapEdge(at.top + at.step * i);
+        if (lineTop >= at.bottom)
+            break;
+        if (lineTop + at.step < at.visibleTop || lines[i].text.isEmpty())
+            continue;
+        const qreal lineX = at.left + _AlignedX(at.width, lines[i].width, at.hAlign);
+        context.drawText(QPointF(lineX, lineTop + at.ascent), lines[i].text);
+    }
+}
+
 }  // namespace
 
 void LPaintSurface::FillRect(PaintData& data, const LGuiBrush& brush, float x, float y, float width,
@@ -373,37 +406,30 @@ void LPaintSurface::DrawText(PaintData& data, const char* text, float x, float y
     QPainter& context = *data.context;
     const QFont font = LQtConvert::ToQFont(data.font);
     const QFontMetricsF metrics(font);
-    const qreal step = _LineStep(metrics);
     const QRectF visible = _VisibleArea(context);
+    _TextPlacement at;
+    at.step = _LineStep(metrics);
     const std::vector<_Line> lines =
-        _Layout(font, QString::fromUtf8(text), width, wrapping, _DrawLimits(visible, y, step));
+        _Layout(font, QString::fromUtf8(text), width, wrapping, _DrawLimits(visible, y, at.step));
 
-    qreal widest = 0;
-    for (const _Line& line : lines)
-        widest = std::max(widest, line.width);
-    const qreal total = step * lines.size();
-    qreal top = y;
+    const qreal total = at.step * lines.size();
+    at.top = y;
     if (vAlign == LVAlignment::kCentre && height > 0)
-        top += std::floor((height - total) / 2);
+        at.top += std::floor((height - total) / 2);
+    at.left = SnapEdge(x);
+    at.ascent = std::round(metrics.ascent());
+    at.visibleTop = visible.top();
+    at.bottom = height > 0 ? std::min<qreal>(visible.bottom(), SnapEdge(y + height)) : visible.bottom();
+    at.width = width;
+    at.hAlign = hAlign;
     if (data.fillTextBackground)
-        FillRect(data, data.textBackground, x, y, width > 0 ? width : float(std::ceil(widest)),
+        FillRect(data, data.textBackground, x, y, width > 0 ? width : float(std::ceil(_Widest(lines))),
                  height > 0 ? height : float(total));
 
     context.save();
     context.setFont(font);
     context.setPen(LQtConvert::ToQColor(data.font.GetColor()));
-    // Lines that would start below a given box are not drawn.
-    const qreal bottom = height > 0 ? std::min<qreal>(visible.bottom(), SnapEdge(y + height)) : visible.bottom();
-    const qreal left = SnapEdge(x), ascent = std::round(metrics.ascent());
-    for (size_t i = 0; i < lines.size(); ++i) {
-        const qreal lineTop = SnapEdge(top + step * i);
-        if (lineTop >= bottom)
-            break;
-        if (lineTop + step < visible.top() || lines[i].text.isEmpty())
-            continue;
-        const qreal lineX = left + _AlignedX(width, lines[i].width, hAlign);
-        context.drawText(QPointF(lineX, lineTop + ascent), lines[i].text);
-    }
+    _DrawLines(context, lines, at);
     context.restore();
 }
 
@@ -416,10 +442,7 @@ void LPaintSurface::_MeasureText(const PaintData& data, const char* text, float 
         const bool wrap = wrapWidth > 0;
         const std::vector<_Line> lines = _Layout(font, QString::fromUtf8(text), wrap ? wrapWidth : 0,
                                                  wrap ? LWrapping::kWord : LWrapping::kNone, _TextLimits());
-        qreal widest = 0;
-        for (const _Line& line : lines)
-            widest = std::max(widest, line.width);
-        measuredWidth = static_cast<float>(widest);
+        measuredWidth = static_cast<float>(_Widest(lines));
         measuredHeight = static_cast<float>(_LineStep(QFontMetricsF(font)) * lines.size());
     }
     if (width)
