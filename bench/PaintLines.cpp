@@ -1,6 +1,7 @@
 // Paint time of a 900-pixel-wide control filled with 900 vertical lines (a detailed wave's
 // worst case) through the toolkit's drawing calls, into a 900 x 80 image set up as the
-// toolkit sets a control's painter: no anti-aliasing, half-pixel shift.
+// toolkit sets a control's painter: no anti-aliasing, half-pixel shift. Also the cost of text
+// labels in such a paint.
 #include "ui/LPaintSurface.h"
 
 #include <QGuiApplication>
@@ -70,6 +71,18 @@ void BM_LinesOnePath(benchmark::State& state)
     });
 }
 BENCHMARK(BM_LinesOnePath)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+
+// Ten one-line labels, centred, as a deck's info and slider captions draw them each paint.
+void BM_TextLabels(benchmark::State& state)
+{
+    PaintControl(state, 1, [](PaintData& data, LGuiColorRef colour) {
+        data.font.CreateFont(-11, false, false, false, colour);
+        for (int i = 0; i < 10; ++i)
+            LPaintSurface::DrawText(data, "Artist - Title 128.00 BPM", float(i * 90), 30, 90, 20,
+                                    LHAlignment::kCentre, LVAlignment::kCentre, LWrapping::kEllipsis);
+    });
+}
+BENCHMARK(BM_TextLabels)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
