@@ -152,6 +152,12 @@ TEST(GuiImageTest, DrawSizeIsUsedOnlyWhenBothArePositive)
     EXPECT_TRUE(canvas.IsSet(7, 3));
     EXPECT_FALSE(canvas.IsSet(8, 3));
     EXPECT_FALSE(canvas.IsSet(7, 4));
+
+    // An absurd size is cut to the image's area, not allocated.
+    PaintCanvas huge(12, 8);
+    image.Draw(huge.Painter(), -1e9f, -1e9f, 3e9f, 3e9f);
+    EXPECT_TRUE(huge.IsSet(0, 0));
+    EXPECT_TRUE(huge.IsSet(11, 7));
 }
 
 // The source rectangle is in device-independent pixels; a part outside the image is cut off
