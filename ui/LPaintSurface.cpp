@@ -125,12 +125,13 @@ void _StrokeWithPen(QPainter& context, const std::vector<PaintData::Point>& path
     context.strokePath(_ToPainterPath(path, false), pen);
 }
 
-// The rectangle of the control that can show anything: the device, cut by the clip.
+// A rectangle that holds all the control can show: the device, cut by the clip. An image
+// gives its size in device pixels, a widget in device-independent ones; either holds the
+// device-independent area, so nothing visible is left out at any pixel ratio.
 QRectF _VisibleArea(const QPainter& context)
 {
     const QPaintDevice* device = context.device();
-    const qreal ratio = device->devicePixelRatioF();
-    QRectF area(0, 0, device->width() / ratio, device->height() / ratio);
+    QRectF area(0, 0, device->width(), device->height());
     bool invertible = false;
     const QTransform toUser = context.worldTransform().inverted(&invertible);
     if (invertible)
