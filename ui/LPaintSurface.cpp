@@ -203,6 +203,7 @@ std::vector<_Line> _Layout(const QFont& font, const QString& text, qreal width, 
                            const _TextLimits& limits)
 {
     const QFontMetricsF metrics(font);
+    width = std::min<qreal>(width, LPaintSurfaceGrid::kMaxCoordinatePixels);  // Qt's text units overflow
     std::vector<_Line> lines;
     qsizetype start = 0;
     while (start <= text.size() && lines.size() < limits.maxLines) {
@@ -404,6 +405,12 @@ void LPaintSurface::DrawText(PaintData& data, const char* text, float x, float y
         return;
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(width) || !std::isfinite(height))
         return;
+    // Qt's text positions are fixed-point numbers that overflow far beyond any screen.
+    constexpr float kMax = float(LPaintSurfaceGrid::kMaxCoordinatePixels);
+    x = std::clamp(x, -kMax, kMax);
+    y = std::clamp(y, -kMax, kMax);
+    width = std::min(width, kMax);
+    height = std::min(height, kMax);
     QPainter& context = *data.context;
     const QFont font = LQtConvert::ToQFont(data.font);
     const QFontMetricsF metrics(font);

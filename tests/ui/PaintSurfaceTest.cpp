@@ -284,6 +284,8 @@ TEST(PaintSurfaceTest, AbsurdArgumentsAndNoPainterAreHarmless)
         [&](PaintData& d) { PS::DrawImage(d, LGuiImage(), 0, 0); },
         [&](PaintData& d) { PS::DrawText(d, "text", nan, 0, 10, 10); },
         [&](PaintData& d) { PS::DrawText(d, "text", 0, 0, inf, 10); },
+        [&](PaintData& d) { PS::DrawText(d, "text", 1e30f, 0, 1e30f, 1e30f, LHAlignment::kRight, LVAlignment::kCentre, LWrapping::kWord); },
+        [&](PaintData& d) { PS::DrawText(d, "text text", -1e30f, 0, 1e30f, 10, LHAlignment::kCentre, LVAlignment::kTop, LWrapping::kEllipsis); },
         [&](PaintData& d) { PS::_FillRectGradient(d, kRed, kBlue, true, 0, 0, nan, 4); },
         [&](PaintData& d) { PS::_FillRectGradient(d, kRed, kBlue, false, 0, 0, 0, 4); },
     };
