@@ -2,6 +2,7 @@
 
 #include "ui/LMouseHandler.h"
 #include "ui/LPaintControl.h"
+#include "ui/LQtConvert.h"
 #include "ui/LWindowImpl.h"
 
 #include <QDialog>
@@ -327,15 +328,9 @@ void LWindow::SetControlFont(int id, const LGuiFont& font)
     if (!entry || !entry->widget || !font.IsValid()) {
         return;
     }
-    QFont qfont(QStringLiteral("DejaVu Sans"));
-    qfont.setPixelSize(font.GetPixelSize());
-    qfont.setWeight(static_cast<QFont::Weight>(font.GetWeight()));
-    qfont.setItalic(font.IsItalic());
-    qfont.setUnderline(font.IsUnderline());
-    entry->widget->setFont(qfont);
+    entry->widget->setFont(LQtConvert::ToQFont(font));
     QPalette palette = entry->widget->palette();
-    const LGuiColorRef c = font.GetColor();
-    palette.setColor(QPalette::WindowText, QColor(c.Red8(), c.Green8(), c.Blue8()));
+    palette.setColor(QPalette::WindowText, LQtConvert::ToQColor(font.GetColor()));
     entry->widget->setPalette(palette);
 }
 
