@@ -121,6 +121,7 @@ public:
         if (count == 0) {
             return;
         }
+        _drained += count;
         for (Waiter* waiter : _waiters) {
             if (waiter->result == Wait::kTimeout) {
                 waiter->result = Wait::kEvent;
@@ -135,8 +136,11 @@ public:
             return false;
         }
         _clearing = true;
+        const size_t drainedBefore = _drained;
+        bool dispatched = _queue->ClearEventQueue();
+        // Qt's turn may drain more of the queue through the application's notifier.
         QCoreApplication::processEvents(QEventLoop::AllEvents);
-        const bool dispatched = _queue->ClearEventQueue();
+        dispatched = dispatched || _drained != drainedBefore;
         _clearing = false;
         return dispatched;
     }
@@ -148,6 +152,7 @@ private:
     };
     std::shared_ptr<LEventQueue> _queue;
     std::vector<Waiter*> _waiters;  // nested waits, innermost last
+    size_t _drained = 0;            // events the application's notifier dispatched
     bool _clearing = false;
 };
 
