@@ -178,15 +178,34 @@ struct LGuiApplication::Impl {
     LQtEventPump pump;
 };
 
+namespace {
+
+bool _XReachable()
+{
+    return _IsSet("DISPLAY") && _XServerReachable(std::getenv("DISPLAY"));
+}
+
+bool _WaylandReady()
+{
+    // Qt's Wayland client falls back to "wayland-0" when the variable is unset.
+    const char* name = std::getenv("WAYLAND_DISPLAY");
+    return _WaylandReachable(name && *name ? name : "wayland-0");
+}
+
+}  // namespace
+
 bool LGuiApplication::CanStart(const char** why)
 {
-    bool ok = false;
-    if (_IsSet("QT_QPA_PLATFORM")) {
-        ok = true;  // the caller chose a platform; Qt reports its own failures
-    } else if (_IsSet("DISPLAY") && _XServerReachable(std::getenv("DISPLAY"))) {
-        ok = true;
-    } else if (_IsSet("WAYLAND_DISPLAY") && _WaylandReachable(std::getenv("WAYLAND_DISPLAY"))) {
-        ok = true;
+    bool ok;
+    const std::string platform = _IsSet("QT_QPA_PLATFORM") ? std::getenv("QT_QPA_PLATFORM") : "";
+    if (platform.rfind("xcb", 0) == 0) {
+        ok = _XReachable();
+    } else if (platform.rfind("wayland", 0) == 0) {
+        ok = _WaylandReady();
+    } else if (!platform.empty()) {
+        ok = true;  // off screen, VNC and the like need no display
+    } else {
+        ok = _XReachable() || (_IsSet("WAYLAND_DISPLAY") && _WaylandReady());
     }
     if (why) {
         *why = ok ? "" : kNoDisplay;
@@ -199,8 +218,7 @@ namespace {
 // Chooses xcb where X is reachable, so window placement and pointer warps work.
 int& _PickPlatform(int& argc)
 {
-    if (!_IsSet("QT_QPA_PLATFORM") && _IsSet("DISPLAY") &&
-        _XServerReachable(std::getenv("DISPLAY"))) {
+    if (!_IsSet("QT_QPA_PLATFORM") && _XReachable()) {
         setenv("QT_QPA_PLATFORM", "xcb", 1);
     }
     return argc;

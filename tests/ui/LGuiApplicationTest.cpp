@@ -52,6 +52,9 @@ TEST(GuiApplication, NoDisplayIsOneLineAndExitCodeOne)
         {"DISPLAY=:x"},
         {"XDG_RUNTIME_DIR=/nonexistent WAYLAND_DISPLAY=wayland-9"},
         {"WAYLAND_DISPLAY=/nonexistent/socket"},
+        {"QT_QPA_PLATFORM=xcb"},  // a platform that needs a display it cannot reach
+        {"QT_QPA_PLATFORM=xcb DISPLAY=:917"},
+        {"QT_QPA_PLATFORM=wayland XDG_RUNTIME_DIR=/nonexistent"},
     };
     for (const Case& c : cases) {
         const ProgramRun run = _RunWithout(c.environment, "");

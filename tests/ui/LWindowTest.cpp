@@ -243,3 +243,51 @@ TEST(Alerts, QueryYesAnswersTheButtonPressed)
         EXPECT_EQ(title, QString("Orvane DJ Software"));
     }
 }
+
+// A dialog can be opened again; its controls are made anew by InitDialog.
+TEST(Dialog, OpensAgainWithFreshControls)
+{
+    QtTestApp();
+    struct Reopening : AskingDialog {
+        LPaintControl control;
+        void InitDialog() override
+        {
+            AskingDialog::InitDialog();
+            AddPaintControl(1, 0, 0, 20, 20, {});
+            control.Init(this, 1);
+        }
+    } dialog;
+    for (int round = 0; round < 2; ++round) {
+        QueuedCall ok([&] { static_cast<QDialog*>(dialog.GetWidget())->accept(); });
+        ok.Post();
+        EXPECT_EQ(dialog.Open(nullptr, "again", 100, 100), 1);
+        EXPECT_EQ(dialog.GetPaintControl(1), &dialog.control);
+        EXPECT_EQ(dialog.control.GetWindow(), &dialog);
+    }
+    EXPECT_EQ(dialog.log, (std::vector<std::string>{"init", "destroy", "init", "destroy"}));
+}
+
+// An embedded panel may go before or after the window it lives in.
+TEST(Window, EmbeddedPanelsGoInEitherOrder)
+{
+    QtTestApp();
+    auto top = std::make_unique<LWindow>();
+    top->CreateTopLevel("top", 200, 200);
+    top->Show();
+    auto first = std::make_unique<Panel>();
+    first->CreateEmbedded(top.get(), 0, 0, 50, 50);
+    first->AddPaintControl(1, 0, 0, 10, 10, {});
+    LPaintControl control;
+    control.Init(first.get(), 1);
+    first.reset();  // its widget is deleted from the loop; nothing may call back meanwhile
+    top->GetWidget()->resize(300, 300);
+    control.Update();
+    QtTestWaitFor([] { return false; }, 20);
+
+    Panel second;
+    second.CreateEmbedded(top.get(), 0, 0, 50, 50);
+    top.reset();  // deletes the panel's widget with its own
+    EXPECT_EQ(second.GetWidget(), nullptr);
+    second.AddPaintControl(2, 0, 0, 5, 5, {});
+    EXPECT_FALSE(second.IsControlValid(2));
+}
