@@ -34,14 +34,14 @@ bool _IsSet(const char* name)
 // are taken on trust. Qt aborts the process when it cannot connect, so this is asked first.
 bool _XServerReachable(const char* display)
 {
-    std::string spec = display;
-    if (spec.rfind("unix:", 0) == 0) {
-        spec.erase(0, 4);
+    std::string name = display;
+    if (name.rfind("unix:", 0) == 0) {
+        name.erase(0, 4);
     }
-    if (spec.empty() || spec[0] != ':') {
+    if (name.empty() || name[0] != ':') {
         return true;
     }
-    const std::string number = spec.substr(1, spec.find('.') - 1);
+    const std::string number = name.substr(1, name.find('.') - 1);
     if (number.empty() || number.find_first_not_of("0123456789") != std::string::npos) {
         return false;
     }

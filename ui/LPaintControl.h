@@ -64,6 +64,8 @@ private:
 
     void _DeliverQueued(unsigned int code, const void* data, unsigned long size) override;
     void _PostIfFirst(bool wasEmpty);
+    // Lets go of the control this object was bound to.
+    void _Unbind();
     // Interface thread: hands the merged requests to the widget, at most once a frame.
     void _DeliverRequests();
     void _FlushToWidget();

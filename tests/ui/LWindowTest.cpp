@@ -116,6 +116,12 @@ TEST(Window, ControlsByIdAndTheirSizes)
     window.SetControlRoundedCorners(42, 3);
     control.Init(&window, 42);
     EXPECT_EQ(control.GetId(), 1);
+
+    // Binding to another control lets go of the first.
+    control.Init(&window, 2);
+    EXPECT_EQ(window.GetPaintControl(1), nullptr);
+    EXPECT_EQ(window.GetPaintControl(2), &control);
+    EXPECT_EQ(control.GetWidth(), 40);
 }
 
 // Commands sent now arrive at once; posted ones arrive in their order on a later turn, and a
