@@ -202,6 +202,7 @@ LWindow::LWindow() : _impl(std::make_unique<Impl>(this)) {}
 
 LWindow::~LWindow()
 {
+    *_impl->alive = false;
     _impl->dying = true;
     QWidget* widget = _impl->widget.data();
     if (widget && _impl->ownsWidget) {
@@ -560,8 +561,12 @@ int LDialog::_Run()
         return 0;
     }
     // The dialog may already have been closed from InitDialog.
-    if (!impl.destroyed) {
-        box->exec();
+    if (impl.destroyed) {
+        return impl.result;
     }
-    return impl.result;
+    const std::shared_ptr<bool> alive = impl.alive;
+    const int answer = box->exec();
+    // Something inside the loop may have destroyed the dialog object; Qt's answer is then all
+    // that is left.
+    return *alive ? impl.result : answer;
 }

@@ -90,6 +90,9 @@ struct LWindow::Impl {
     explicit Impl(LWindow* owner) : owner(owner) {}
 
     LWindow* owner;
+    // False once the window is destroyed; modal loops hold a copy to know whether the window
+    // still exists when they return.
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
     QPointer<QWidget> widget;
     bool ownsWidget = false;     // top-level and dialog widgets are deleted with the window
     bool isDialog = false;

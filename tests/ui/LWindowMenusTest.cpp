@@ -165,3 +165,31 @@ TEST(Tips, AddToolsSetsEachControlsTip)
     EXPECT_EQ(window.GetControlHandle(2)->toolTip(), QString());
     window.BubbleTipHide();
 }
+
+// Something inside the menu's or the alert's loop may destroy the window; the call then
+// answers nothing chosen and commands nothing.
+TEST(PopupMenu, WindowDestroyedWhileTheMenuIsOpen)
+{
+    QtTestApp();
+    for (bool alert : {false, true}) {
+        auto* window = new RecordingWindow;
+        window->CreateTopLevel("doomed", 100, 100);
+        LPopupMenu menu;
+        menu.AddItem(1, "One");
+        std::function<void()> destroy;
+        QueuedCall call([&] { destroy(); });
+        destroy = [&] {
+            if (!QApplication::activePopupWidget() && !QApplication::activeModalWidget()) {
+                call.Post();
+                return;
+            }
+            delete window;
+        };
+        call.Post();
+        if (alert) {
+            EXPECT_FALSE(window->PopupBoxQueryYes("Gone?"));
+        } else {
+            EXPECT_EQ(window->DisplayPopupMenu(menu), 0);
+        }
+    }
+}
