@@ -297,3 +297,20 @@ TEST(Window, EmbeddedPanelsGoInEitherOrder)
     second.AddPaintControl(2, 0, 0, 5, 5, {});
     EXPECT_FALSE(second.IsControlValid(2));
 }
+
+// A dialog opened by a queued event (an engine notice that asks the user) still drains the
+// queue inside its loop, though the drain that opened it has not returned.
+TEST(Dialog, OpenedFromAQueuedEventStillDrains)
+{
+    QtTestApp();
+    AskingDialog dialog;
+    int answer = -1;
+    QueuedCall close([&] { static_cast<QDialog*>(dialog.GetWidget())->accept(); });
+    QueuedCall open([&] {
+        close.Post();
+        answer = dialog.Open(nullptr, "nested", 100, 100);
+    });
+    open.Post();
+    ASSERT_TRUE(QtTestWaitFor([&] { return answer != -1; }));
+    EXPECT_EQ(answer, 1);
+}
