@@ -146,6 +146,7 @@ private:
 };
 
 LCoolButtonContainer::LCoolButtonContainer() = default;
+
 LCoolButtonContainer::~LCoolButtonContainer() = default;
 
 void LCoolButtonContainer::CoolButtonContainerInit(LWindow* window)

@@ -13,10 +13,9 @@ class LWindow;
 // A number of -1 or 0 sends nothing for that edge; leaving the button cancels nothing.
 class LCoolButtonContainer {
 public:
+    // Out of line, as the destructor: Button is complete only there.
     LCoolButtonContainer();
     virtual ~LCoolButtonContainer();
-    LCoolButtonContainer(const LCoolButtonContainer&) = delete;
-    LCoolButtonContainer& operator=(const LCoolButtonContainer&) = delete;
 
     void CoolButtonContainerInit(LWindow* window);
     // Command(id) at the press only.
