@@ -314,3 +314,31 @@ TEST(Dialog, OpenedFromAQueuedEventStillDrains)
     ASSERT_TRUE(QtTestWaitFor([&] { return answer != -1; }));
     EXPECT_EQ(answer, 1);
 }
+
+// Labels take the font's pixel size, weight and colour; text may be changed or be absurd.
+TEST(Window, StaticTextFontAndOpaquePaint)
+{
+    QtTestApp();
+    LWindow window;
+    window.CreateTopLevel("labels", 200, 100);
+    window.AddStatic(7, "Level", 0, 0, 100, 20);
+    LGuiFont font;
+    font.CreateFont(-14, true, false, false, LGuiColorRef::FromRGB(200, 10, 20));
+    window.SetControlFont(7, font);
+    QWidget* label = window.GetControlHandle(7);
+    EXPECT_EQ(label->font().pixelSize(), 14);
+    EXPECT_EQ(label->font().weight(), QFont::Bold);
+    EXPECT_EQ(label->palette().color(QPalette::WindowText), QColor(200, 10, 20));
+    window.SetControlText(7, "\xff\xfe not UTF-8");
+    window.SetControlText(7, nullptr);
+    window.SetControlFont(7, LGuiFont{});  // an uncreated font changes nothing
+    EXPECT_EQ(label->font().pixelSize(), 14);
+
+    window.AddPaintControl(8, 0, 20, 50, 50, {});
+    LPaintControl control;
+    control.SetOpaquePaint(true);  // before Init: applied at Init
+    control.Init(&window, 8);
+    EXPECT_TRUE(window.GetControlHandle(8)->testAttribute(Qt::WA_OpaquePaintEvent));
+    control.SetOpaquePaint(false);
+    EXPECT_FALSE(window.GetControlHandle(8)->testAttribute(Qt::WA_OpaquePaintEvent));
+}
