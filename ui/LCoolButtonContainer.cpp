@@ -48,10 +48,7 @@ public:
             return;
         }
         window->SetControlValue(GetId(), 1);
-        if (_Sends(_down)) {
-            window->Command(_down);
-            window->EnableControls();
-        }
+        _Send(*window, _down);
     }
 
     // A quick second click arrives as a double-click; for a button it is another press.
@@ -70,10 +67,7 @@ public:
             return;
         }
         window->SetControlValue(GetId(), 0);
-        if (_Sends(_up)) {
-            window->Command(_up);
-            window->EnableControls();
-        }
+        _Send(*window, _up);
     }
 
     void EvMouseIn() override
@@ -99,6 +93,20 @@ public:
     }
 
 private:
+    // Command then EnableControls. The command may destroy the window, and this button with
+    // it; then nothing more is done.
+    static void _Send(LWindow& window, int command)
+    {
+        if (!_Sends(command)) {
+            return;
+        }
+        const std::shared_ptr<bool> alive = window._GetImpl().alive;
+        window.Command(command);
+        if (*alive) {
+            window.EnableControls();
+        }
+    }
+
     bool _LooksDown() const
     {
         LWindow* window = GetWindow();

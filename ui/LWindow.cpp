@@ -9,6 +9,7 @@
 #include <QEvent>
 #include <QLabel>
 #include <QResizeEvent>
+#include <QThread>
 #include <QToolTip>
 
 #include <algorithm>
@@ -139,11 +140,17 @@ void LWindow::Impl::Reset()
     DetachWidgets();
     controls.clear();
     queue.reset();
-    if (widget) {
-        widget->hide();
-        widget->deleteLater();
+    if (QWidget* old = widget.data()) {
+        widget = nullptr;
+        old->hide();
+        // Inside an event loop the window may be going from one of its own widgets' handlers,
+        // which Qt has not finished with yet; the loop deletes it once they returned.
+        if (QThread::currentThread()->loopLevel() > 0) {
+            old->deleteLater();
+        } else {
+            delete old;
+        }
     }
-    widget = nullptr;
     destroyed = false;
     result = 0;
 }
@@ -158,7 +165,6 @@ void LWindow::Impl::MakeWidget(QWidget* parent, bool dialog)
     } else {
         widget = new LPlainWindowWidget(this, parent);
     }
-    ownsWidget = parent == nullptr || dialog;
     widget->setMouseTracking(true);
     queue = std::make_unique<LWindowQueue>(owner);
 }
@@ -204,16 +210,7 @@ LWindow::~LWindow()
 {
     *_impl->alive = false;
     _impl->dying = true;
-    QWidget* widget = _impl->widget.data();
-    if (widget && _impl->ownsWidget) {
-        // Deleted now, with its controls, so nothing is left for the loop to delete later.
-        _impl->DetachWidgets();
-        _impl->widget = nullptr;
-        _impl->Reset();
-        delete widget;
-    } else {
-        _impl->Reset();
-    }
+    _impl->Reset();
 }
 
 QWidget* LWindow::GetWidget() const

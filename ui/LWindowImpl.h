@@ -94,7 +94,6 @@ struct LWindow::Impl {
     // still exists when they return.
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
     QPointer<QWidget> widget;
-    bool ownsWidget = false;     // top-level and dialog widgets are deleted with the window
     bool isDialog = false;
     bool destroyed = false;      // DestroyDialog has run
     bool dying = false;          // the window's destructor runs: widgets call nothing back

@@ -3,8 +3,12 @@
 #include "ui/LCoolButtonContainer.h"
 #include "ui/LWindow.h"
 
+#include <QPointer>
+
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,6 +44,16 @@ public:
 };
 
 using V = std::vector<std::string>;
+
+class QueuedCall : public LQueueReceiver {
+public:
+    explicit QueuedCall(std::function<void()> call) : _call(std::move(call)) {}
+    void Post() { _PostToQueue(0, nullptr, 0); }
+
+private:
+    void _DeliverQueued(unsigned int, const void*, unsigned long) override { _call(); }
+    std::function<void()> _call;
+};
 
 }  // namespace
 
@@ -118,4 +132,26 @@ TEST(CoolButton, CustomDrawGetsTheButtonFont)
     const QImage custom = window.GetControlHandle(12)->grab().toImage();
     EXPECT_NE(plain.pixel(25, 10), plain.pixel(0, 0));  // text or face differs from the frame
     EXPECT_FALSE(plain.isNull() || custom.isNull());
+}
+
+// A button whose command destroys its own window (a close button) leaves nothing behind that
+// calls back; the widgets go once the loop is back.
+TEST(CoolButton, CommandThatDestroysTheWindow)
+{
+    QtTestApp();
+    struct Closing : ButtonWindow {
+        std::function<void()> onCommand;
+        void Command(int) override { onCommand(); }
+    };
+    auto window = std::make_unique<Closing>();
+    window->CoolButtonInitUpDown(10, 700, 0);
+    window->onCommand = [&] { window.reset(); };
+    QPointer<QWidget> button = window->GetControlHandle(10);
+    QueuedCall click([&] {
+        SendMouse(button, QEvent::MouseButtonPress, 5, 5);
+        SendMouse(button, QEvent::MouseButtonRelease, 5, 5);
+    });
+    click.Post();
+    ASSERT_TRUE(QtTestWaitFor([&] { return button.isNull(); }));
+    EXPECT_EQ(window, nullptr);
 }

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QMessageBox>
+#include <QPointer>
 #include <QWidget>
 
 #include <gtest/gtest.h>
@@ -285,10 +286,25 @@ TEST(Window, EmbeddedPanelsGoInEitherOrder)
     first->AddPaintControl(1, 0, 0, 10, 10, {});
     LPaintControl control;
     control.Init(first.get(), 1);
-    first.reset();  // its widget is deleted from the loop; nothing may call back meanwhile
+    first.reset();
     top->GetWidget()->resize(300, 300);
     control.Update();
     QtTestWaitFor([] { return false; }, 20);
+
+    // Destroyed inside a loop (from a handler of its own control, say), its widget goes later;
+    // nothing may call back meanwhile.
+    auto third = std::make_unique<Panel>();
+    third->CreateEmbedded(top.get(), 0, 0, 50, 50);
+    third->AddPaintControl(1, 0, 0, 10, 10, {});
+    QPointer<QWidget> thirdWidget = third->GetWidget();
+    QueuedCall destroy([&] {
+        third.reset();
+        top->GetWidget()->resize(310, 310);
+        QEvent activate(QEvent::WindowActivate);
+        QCoreApplication::sendEvent(thirdWidget, &activate);
+    });
+    destroy.Post();
+    ASSERT_TRUE(QtTestWaitFor([&] { return thirdWidget.isNull(); }));
 
     Panel second;
     second.CreateEmbedded(top.get(), 0, 0, 50, 50);
