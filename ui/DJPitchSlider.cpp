@@ -190,8 +190,10 @@ void DJPitchSlider::_PaintThumb(PaintData& data, int height) const
     int left = GetThumbLeft();
     if (_pitch == kPitchMax)
         left -= 1;  // keeps the thumb's frame inside the groove at the far end
-    StrokeRect(data, kThumbFrameColour, 1, left, 2, _thumbWidth - 1, height - 5);
-    FillRect(data, kThumbFillColour, left + 1, 2.5f, _thumbWidth - 2, height - 6);
+    // The frame's lines lie on columns left and left + thumbWidth - 1 and on rows 2 and
+    // height - 3; the fill is what lies inside them.
+    StrokeRect(data, kThumbFrameColour, 1, left, 2, _thumbWidth, height - 4);
+    FillRect(data, kThumbFillColour, left + 1, 3, _thumbWidth - 2, height - 6);
     const int centre = left + _thumbWidth / 2;
     MoveTo(data, centre, kThumbLineInset);
     LineTo(data, centre, height - kThumbLineInset);

@@ -255,6 +255,8 @@ void LDBDisplay2::TimerAction()
         settled = settled && peak.pixel == 0 && peak.holdCount >= peak.holdMax;
     }
     Update();
-    if (!settled)
+    if (settled)
+        _timer.Kill();  // a tick run early must not leave an earlier setting behind
+    else
         _timer.Set(kTickMs);
 }

@@ -1,0 +1,336 @@
+#include "FaderTestSupport.h"
+
+#include "ui/DJFaderMessages.h"
+#include "ui/DJPitchSlider.h"
+#include "ui/DJVerticalSlider.h"
+#include "ui/LDBEditCustom.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+using namespace fadertest;
+
+namespace {
+
+constexpr int kPitchId = 229;
+constexpr int kEqId = 206;
+constexpr int kVolumeId = 226;
+
+constexpr int kPitchMessage = static_cast<int>(DJFaderMessage::kPitchChanged);
+constexpr int kSliderMessage = static_cast<int>(DJFaderMessage::kSliderChanged);
+constexpr int kMenuMessage = static_cast<int>(DJFaderMessage::kContextMenu);
+constexpr int kLevelMessage = static_cast<int>(DJFaderMessage::kLevelChanged);
+
+class FadersTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        EnsureApplication();
+        window.CreateTopLevel("faders", 800, 200);
+    }
+    void TearDown() override { DrainRepaints(); }
+
+    // Binds `control` to a new control of that id and size in the recording window.
+    void Place(LPaintControl& control, int id, int width, int height)
+    {
+        window.AddPaintControl(id, 0, 0, width, height, LPaintControlFlags{});
+        control.Init(&window, id);
+        window.MoveControlPixels(id, 0, 0, width, height);
+        control._SetSize(width, height);
+        control.EvSize();
+    }
+    int CountMessages(int message) const
+    {
+        int count = 0;
+        for (const Message& m : window.messages)
+            count += m.message == message ? 1 : 0;
+        return count;
+    }
+
+    RecordingWindow window;
+};
+
+// 452 wide: the travel is 452 - 40 - 2 x 6 = 400 pixels, 2.5 steps a pixel.
+constexpr int kPitchWidth = 452;
+constexpr int kPitchHeight = 22;
+
+TEST_F(FadersTest, PitchIsHeldToItsRangeAndReadsInPercent)
+{
+    const struct {
+        int set;
+        int pitch;
+        const char* text;
+    } cases[] = {
+        {-5, 0, "-50.0%"},     {1200, 1000, "+50.0%"}, {625, 625, "+12.5%"},
+        {500, 500, "0"},       {499, 499, "-0.1%"},    {501, 501, "+0.1%"},
+        {INT_MIN, 0, "-50.0%"}, {INT_MAX, 1000, "+50.0%"}, {375, 375, "-12.5%"},
+    };
+    DJPitchSlider slider;
+    Place(slider, kPitchId, kPitchWidth, kPitchHeight);
+    for (const auto& c : cases) {
+        slider.SetPitch(c.set == 500 ? 1 : 500);  // a different value first
+        slider.SetPitch(c.set);
+        EXPECT_EQ(slider.GetPitch(), c.pitch) << c.set;
+        EXPECT_STREQ(slider.GetText(), c.text) << c.set;
+    }
+    EXPECT_TRUE(window.messages.empty()) << "a program's change is not the user's";
+}
+
+TEST_F(FadersTest, PitchSetToItsOwnValueAsksForNothing)
+{
+    DJPitchSlider slider;
+    Place(slider, kPitchId, kPitchWidth, kPitchHeight);
+    DrainRepaints();
+    slider.SetPitch(600);
+    EXPECT_EQ(DrainRepaints(), 1u);
+    slider.SetPitch(600);
+    slider.SetPitch(1000);
+    slider.SetPitch(1001);  // held to 1000: the same value
+    EXPECT_EQ(DrainRepaints(), 1u);
+    slider.SetPitch(1000);
+    EXPECT_EQ(PendingRepaints(), 0u);
+    EXPECT_TRUE(window.messages.empty());
+}
+
+TEST_F(FadersTest, PitchOfAPixelRoundsHalfAwayFromZero)
+{
+    DJPitchSlider slider;
+    Place(slider, kPitchId, kPitchWidth, kPitchHeight);
+    ASSERT_EQ(slider.GetTravel(), 400);
+    const struct {
+        int x, pitch;
+    } cases[] = {{6, 0}, {206, 500}, {406, 1000}, {7, 3}, {5, -3}, {8, 5}, {0, -15}, {500, 1235}};
+    for (const auto& c : cases)
+        EXPECT_EQ(slider.MapPixelToPitch(c.x), c.pitch) << c.x;
+}
+
+TEST_F(FadersTest, DragOnTheThumbMovesOneStepAPixel)
+{
+    DJPitchSlider slider;
+    Place(slider, kPitchId, kPitchWidth, kPitchHeight);
+    // Pitch 500 is at pixel 206; the thumb spans 203..209.
+    ASSERT_EQ(slider.GetThumbLeft(), 203);
+    slider.EvLButtonDown(205, 10);
+    ASSERT_TRUE(slider.IsDragging());
+    EXPECT_TRUE(slider.IsCaptured());
+    EXPECT_EQ(slider.GetDragStartX(), 205);
+    const int start = slider.GetPitch();
+    EXPECT_EQ(start, 498);  // round(199 / 400 x 1000)
+    for (const int dx : {1, 2, 5, -40, 300}) {
+        slider.EvMouseMove(205 + dx, 10);
+        EXPECT_EQ(slider.GetPitch(), start + dx) << dx;
+    }
+    slider.EvMouseMove(205 + 600, 10);
+    EXPECT_EQ(slider.GetPitch(), 1000);
+    EXPECT_EQ(CountMessages(kPitchMessage), 7);
+    for (const Message& m : window.messages)
+        EXPECT_EQ(m.data1, kPitchId);
+
+    // On release the drag restarts where the thumb is.
+    slider.EvMouseMove(205 + 3, 10);
+    slider.EvLButtonUp(205 + 3, 10);
+    EXPECT_FALSE(slider.IsDragging());
+    EXPECT_FALSE(slider.IsCaptured());
+    EXPECT_EQ(slider.GetDragStartX(), 6 + (501 * 400 + 500) / 1000);
+}
+
+TEST_F(FadersTest, PressOutsideTheThumbJumpsAndTheMoveAfterItDoesNothing)
+{
+    DJPitchSlider slider;
+    Place(slider, kPitchId, kPitchWidth, kPitchHeight);
+    for (const int x : {202, 210, 306, -50}) {
+        window.messages.clear();
+        slider.SetPitch(500);
+        slider.EvLButtonDown(x, 10);
+        EXPECT_FALSE(slider.IsDragging()) << x;
+        const int jumped = std::clamp(slider.MapPixelToPitch(x), 0, 1000);
+        EXPECT_EQ(slider.GetPitch(), jumped) << x;
+        slider.EvMouseMove(x + 30, 10);
+        EXPECT_EQ(slider.GetPitch(), jumped) << x;
+        slider.EvLButtonUp(x + 30, 10);
+        EXPECT_EQ(window.messages, (std::vector<Message>{{kPitchMessage, kPitchId, 0}})) << x;
+    }
+}
+
+TEST_F(FadersTest, PitchDoubleClickCentresAndWheelMovesOneStepANotch)
+{
+    DJPitchSlider slider;
+    Place(slider, kPitchId, kPitchWidth, kPitchHeight);
+    const struct {
+        int delta, pitch;
+    } wheel[] = {{120, 501}, {240, 503}, {-360, 500}, {60, 501}, {-60, 500}, {-30, 500}};
+    for (const auto& c : wheel) {
+        slider.EvMouseWheel(0, 0, c.delta);
+        EXPECT_EQ(slider.GetPitch(), c.pitch) << c.delta;
+    }
+    slider.EvMouseWheel(0, 0, INT_MAX);
+    EXPECT_EQ(slider.GetPitch(), 1000);
+    slider.EvDoubleClick(300, 10);
+    EXPECT_EQ(slider.GetPitch(), 500);
+    EXPECT_STREQ(slider.GetText(), "0");
+    EXPECT_EQ(CountMessages(kPitchMessage), 8);
+    EXPECT_FALSE(slider.EvKeyDown('A', 0));
+    EXPECT_FALSE(slider.EvKeyUp('A', 0));
+}
+
+TEST_F(FadersTest, RightButtonAsksTheParentForTheMenu)
+{
+    DJPitchSlider pitch;
+    DJVerticalSlider eq(LGuiColorRef::FromRGB(41, 46, 47), 50);
+    LDBEditCustom volume;
+    Place(pitch, kPitchId, kPitchWidth, kPitchHeight);
+    Place(eq, kEqId, 22, 90);
+    Place(volume, kVolumeId, 200, 8);
+    pitch.EvRButtonDown(1, 1);
+    eq.EvRButtonDown(1, 1);
+    volume.EvRButtonDown(1, 1);
+    EXPECT_EQ(window.messages, (std::vector<Message>{{kMenuMessage, kPitchId, 0},
+                                                     {kMenuMessage, kEqId, 0},
+                                                     {kMenuMessage, kVolumeId, 0}}));
+}
+
+TEST(VerticalSliderMaths, TravelAndPositionOfAPixel)
+{
+    EXPECT_EQ(DJVerticalSlider::TravelForHeight(90, false), 82);
+    EXPECT_EQ(DJVerticalSlider::TravelForHeight(105, true), 85);
+    EXPECT_EQ(DJVerticalSlider::TravelForHeight(3, true), 1);
+    const struct {
+        int y, position;
+    } cases[] = {{-5, 0}, {0, 0}, {41, 50}, {81, 98}, {82, 100}, {83, 100}, {INT_MAX, 100},
+                 {INT_MIN, 0}};
+    for (const auto& c : cases)
+        EXPECT_EQ(DJVerticalSlider::MapPixelToPosition(c.y, 82), c.position) << c.y;
+    EXPECT_EQ(DJVerticalSlider::ThumbTop(100, 82), 81);  // 100/101 of the travel
+    EXPECT_EQ(DJVerticalSlider::ThumbTop(50, 82), 40);
+}
+
+TEST_F(FadersTest, VerticalSliderJumpsDragsAndClamps)
+{
+    DJVerticalSlider slider(LGuiColorRef::FromRGB(41, 46, 47), 250, "Mix");
+    EXPECT_EQ(slider.GetPosition(), 100);
+    EXPECT_STREQ(slider.GetLabel(), "Mix");
+    Place(slider, kEqId, 30, 105);
+    ASSERT_EQ(slider.GetTravel(), 85);
+    slider.EvMouseMove(5, 10);  // not pressed: nothing
+    EXPECT_EQ(slider.GetPosition(), 100);
+    slider.EvLButtonDown(5, 17);
+    EXPECT_EQ(slider.GetPosition(), 20);
+    const struct {
+        int y, position;
+    } drag[] = {{-400, 0}, {86, 100}, {42, 49}, {1000, 100}};
+    for (const auto& c : drag) {
+        slider.EvMouseMove(40, c.y);
+        EXPECT_EQ(slider.GetPosition(), c.position) << c.y;
+    }
+    slider.EvLButtonUp(40, 1000);
+    EXPECT_FALSE(slider.IsCaptured());
+    slider.EvMouseMove(5, 0);
+    EXPECT_EQ(slider.GetPosition(), 100);
+    EXPECT_EQ(window.messages.size(), 5u);
+    for (const Message& m : window.messages)
+        EXPECT_EQ(m, (Message{kSliderMessage, kEqId, 0}));
+}
+
+TEST_F(FadersTest, VerticalSliderWheelMovesTwoStepsANotch)
+{
+    DJVerticalSlider slider(LGuiColorRef::FromRGB(41, 46, 47), 50);
+    Place(slider, kEqId, 22, 90);
+    const struct {
+        int delta, position;
+    } cases[] = {{120, 48}, {-120, 50}, {360, 44}, {30, 43}, {-29, 43}, {INT_MAX, 0},
+                 {120, 0},  {INT_MIN, 100}, {-120, 100}};
+    for (const auto& c : cases) {
+        slider.EvMouseWheel(0, 0, c.delta);
+        EXPECT_EQ(slider.GetPosition(), c.position) << c.delta;
+    }
+    EXPECT_EQ(CountMessages(kSliderMessage), 9);
+}
+
+TEST(DBEditMaths, ThumbAndPixelMapping)
+{
+    // 200 wide, -48..12 dB: 10 pixels for 3 dB.
+    EXPECT_EQ(LDBEditCustom::ThumbPosition(0, -48, 60, 200), 160);
+    EXPECT_EQ(LDBEditCustom::ThumbPosition(-48, -48, 60, 200), 0);
+    EXPECT_EQ(LDBEditCustom::ThumbPosition(12, -48, 60, 200), 200);
+    EXPECT_EQ(LDBEditCustom::ThumbDrawLeft(200, 11, 200), 189);
+    EXPECT_EQ(LDBEditCustom::ThumbDrawLeft(0, 11, 200), 0);
+    EXPECT_EQ(LDBEditCustom::ThumbDrawLeft(100, 11, 5), 0);
+    const struct {
+        int x, grab, db;
+    } cases[] = {
+        {100, 0, -18}, {199, 0, 12},  {198, 0, 11},  {197, 0, 11}, {-1, 0, -127},
+        {0, 0, -48},   {105, 5, -18}, {4, 5, -127}, {194, 5, 12}, {193, 5, 8},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(LDBEditCustom::MapPixelToDB(c.x, c.grab, 200, -48, 12, 60), c.db)
+            << c.x << " grab " << c.grab;
+    EXPECT_EQ(LDBEditCustom::MapPixelToDB(INT_MAX - 10, -5, 200, -48, 12, 60), 12);
+    EXPECT_EQ(LDBEditCustom::MapPixelToDB(50, 0, 0, -48, 12, 60), 12);
+}
+
+TEST_F(FadersTest, DBEditHoldsItsLevelAndTellsOnlyChanges)
+{
+    LDBEditCustom volume;
+    Place(volume, kVolumeId, 200, 8);
+    const struct {
+        int set, level;
+        bool told;
+    } cases[] = {{-127, -48, true}, {-127, -48, false}, {100, 12, true}, {12, 12, false},
+                 {-6, -6, true},    {-49, -48, true}};
+    for (const auto& c : cases) {
+        window.messages.clear();
+        volume.SetLevel(LdBValue{c.set});
+        EXPECT_EQ(volume.GetLevel().GetDB(), c.level) << c.set;
+        EXPECT_EQ(window.messages.size(), c.told ? 1u : 0u) << c.set;
+    }
+    EXPECT_EQ(window.messages.front(), (Message{kLevelMessage, kVolumeId, 0}));
+}
+
+TEST_F(FadersTest, DBEditKeepsTheGrabPointAndReachesBothEnds)
+{
+    LDBEditCustom volume;
+    Place(volume, kVolumeId, 200, 8);
+    // Level 0: logical thumb at 160, drawn from 151 to 161.
+    volume.EvLButtonDown(155, 4);
+    EXPECT_TRUE(volume.IsDragging());
+    EXPECT_EQ(volume.GetGrabOffset(), 155 - 160);
+    EXPECT_EQ(volume.GetLevel().GetDB(), 0);
+    volume.EvMouseMove(158, 4);  // less than a dB's pixels: nothing moves
+    EXPECT_EQ(volume.GetLevel().GetDB(), 0);
+    EXPECT_TRUE(window.messages.empty());
+    volume.EvMouseMove(155 - 10, 4);  // 10 pixels is 3 dB
+    EXPECT_EQ(volume.GetLevel().GetDB(), -3);
+    volume.EvMouseMove(10'000, 4);
+    EXPECT_EQ(volume.GetLevel().GetDB(), 12);
+    volume.EvMouseMove(-10'000, 4);
+    EXPECT_EQ(volume.GetLevel().GetDB(), -48);
+    volume.EvLButtonUp(-10'000, 4);
+    EXPECT_FALSE(volume.IsDragging());
+    volume.EvMouseMove(100, 4);
+    EXPECT_EQ(volume.GetLevel().GetDB(), -48);
+    EXPECT_EQ(CountMessages(kLevelMessage), 3);
+
+    // Off the thumb the press is a move with no grab offset.
+    volume.EvLButtonDown(100, 4);
+    EXPECT_EQ(volume.GetGrabOffset(), 0);
+    EXPECT_EQ(volume.GetLevel().GetDB(), -18);
+    volume.EvLButtonUp(100, 4);
+}
+
+TEST_F(FadersTest, DBEditWheelIsOneDBANotch)
+{
+    LDBEditCustom volume;
+    Place(volume, kVolumeId, 200, 8);
+    const struct {
+        int delta, level;
+    } cases[] = {{120, 1}, {-360, -2}, {60, -1}, {INT_MAX, 12}, {120, 12}, {INT_MIN, -48}};
+    for (const auto& c : cases) {
+        volume.EvMouseWheel(0, 0, c.delta);
+        EXPECT_EQ(volume.GetLevel().GetDB(), c.level) << c.delta;
+    }
+    EXPECT_EQ(CountMessages(kLevelMessage), 5);
+}
+
+}  // namespace
