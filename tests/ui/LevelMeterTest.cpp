@@ -81,10 +81,11 @@ TEST(LevelMeterColours, RampNeverTurnsBack)
         for (int x = 1; x <= zero; ++x) {
             const LGuiColorRef colour = LDBDisplay2::MapPixelToColour(x, zero);
             EXPECT_GE(colour.Red8(), previous.Red8()) << x << " of " << zero;
-            if (x <= zero / 2)
+            if (x <= zero / 2) {
                 EXPECT_GE(colour.Green8(), previous.Green8()) << x << " of " << zero;
-            else if (x > zero / 2 + 1)
+            } else if (x > zero / 2 + 1) {
                 EXPECT_LE(colour.Green8(), previous.Green8()) << x << " of " << zero;
+            }
             previous = colour;
         }
     }
@@ -220,8 +221,9 @@ TEST_F(LevelMeterTest, PeakHoldsEightTicksThenFallsFasterAndFaster)
         meter.TimerAction();
         ++ticks;
         const int pixel = meter.GetPeak(0).pixel;
-        if (pixel > 0)
+        if (pixel > 0) {
             EXPECT_EQ(previous - pixel, ++previousFall) << ticks;
+        }
         previous = pixel;
     }
     // 133 - (1 + ... + 15) = 13 is not above the next fall of 16, so the 16th fall ends it.
