@@ -9,6 +9,7 @@
 
 #include <climits>
 #include <string>
+#include <utility>
 
 using namespace fadertest;
 
@@ -331,6 +332,125 @@ TEST_F(FadersTest, DBEditWheelIsOneDBANotch)
         EXPECT_EQ(volume.GetLevel().GetDB(), c.level) << c.delta;
     }
     EXPECT_EQ(CountMessages(kLevelMessage), 5);
+}
+
+// Counts the pixels of a rectangle that differ from `colour`.
+int CountOtherThan(const QImage& image, QRect area, LGuiColorRef colour)
+{
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            count += PixelAt(image, x, y) == colour ? 0 : 1;
+    return count;
+}
+
+TEST_F(FadersTest, PitchSliderPaintsGrooveThumbAndText)
+{
+    const LGuiColorRef black = LGuiColorRef::FromRGB(0, 0, 0);
+    const LGuiColorRef textBackground = LGuiColorRef::FromRGB(20, 20, 20);
+    DJPitchSlider slider;
+    slider.SetTextBackground(textBackground);
+    Place(slider, kPitchId, kPitchWidth, kPitchHeight);
+    // Thumb left edge at round(pitch x 400 / 1000) + 6 - 3, a pixel further left at the end.
+    const struct {
+        int pitch, left;
+    } cases[] = {{625, 253}, {0, 3}, {1000, 402}, {500, 203}};
+    for (const auto& c : cases) {
+        slider.SetPitch(c.pitch);
+        const QImage image = PaintToImage(slider);
+        const int right = c.left + 6;
+        for (const int x : {c.left, right})
+            EXPECT_EQ(PixelAt(image, x, 10), DJPitchSlider::kThumbFrameColour) << c.pitch;
+        EXPECT_EQ(PixelAt(image, c.left + 1, 2), DJPitchSlider::kThumbFrameColour);
+        EXPECT_EQ(PixelAt(image, c.left + 1, 19), DJPitchSlider::kThumbFrameColour);
+        for (const int y : {3, 5, 16, 18})
+            EXPECT_EQ(PixelAt(image, c.left + 3, y), DJPitchSlider::kThumbFillColour)
+                << c.pitch << " row " << y;
+        for (const int y : {6, 15})
+            EXPECT_EQ(PixelAt(image, c.left + 3, y), DJPitchSlider::kTickColour) << c.pitch;
+        EXPECT_NE(PixelAt(image, c.left - 1, 10), DJPitchSlider::kThumbFrameColour);
+        EXPECT_NE(PixelAt(image, right + 1, 10), DJPitchSlider::kThumbFrameColour);
+    }
+    slider.SetPitch(625);
+    const QImage image = PaintToImage(slider);
+    for (const auto& [x, y] : {std::pair{0, 10}, {411, 10}, {100, 0}, {100, 21}})
+        EXPECT_EQ(PixelAt(image, x, y), black) << x << "," << y;
+    EXPECT_EQ(PixelAt(image, 100, 10), DJPitchSlider::kGrooveColour);
+    EXPECT_EQ(PixelAt(image, 206, 10), DJPitchSlider::kTickColour);  // the centre, no change
+    EXPECT_EQ(PixelAt(image, 46, 3), DJPitchSlider::kTickColour);    // the 10 % tick
+    EXPECT_EQ(PixelAt(image, 46, 10), DJPitchSlider::kGrooveColour);
+    EXPECT_EQ(PixelAt(image, 412, 0), textBackground);
+    EXPECT_GT(CountOtherThan(image, QRect(412, 1, 40, 10), textBackground), 0) << "Pitch";
+    EXPECT_GT(CountOtherThan(image, QRect(412, 11, 40, 11), textBackground), 0) << "value";
+}
+
+TEST_F(FadersTest, VerticalSliderPaintsGrooveTicksAndThumb)
+{
+    const LGuiColorRef background = LGuiColorRef::FromRGB(41, 46, 47);
+    DJVerticalSlider slider(background, 50);
+    Place(slider, kEqId, 22, 90);  // travel 82, centre column 11
+    QImage image = PaintToImage(slider);
+    EXPECT_EQ(PixelAt(image, 10, 20), DJVerticalSlider::kGrooveDark);
+    EXPECT_EQ(PixelAt(image, 11, 20), DJVerticalSlider::kGrooveLight);
+    EXPECT_EQ(PixelAt(image, 9, 20), DJVerticalSlider::kGrooveShade);
+    EXPECT_EQ(PixelAt(image, 10, 3), background);
+    EXPECT_EQ(PixelAt(image, 10, 86), background);
+    for (const auto& [x, y] : {std::pair{5, 4}, {7, 4}, {13, 85}, {15, 85}})
+        EXPECT_EQ(PixelAt(image, x, y), DJVerticalSlider::kTickColour) << x << "," << y;
+    for (const auto& [x, y] : {std::pair{8, 4}, {12, 85}, {16, 85}, {4, 4}, {6, 20}})
+        EXPECT_EQ(PixelAt(image, x, y), background) << x << "," << y;
+    // Thumb at row trunc(50 x 82 / 101) = 40: bars on rows 41..47 from column 4 to 13.
+    for (const int y : {41, 43, 45, 47})
+        EXPECT_EQ(PixelAt(image, 8, y), DJVerticalSlider::kThumbDarkBar) << y;
+    for (const int y : {42, 44, 46}) {
+        EXPECT_EQ(PixelAt(image, 8, y), DJVerticalSlider::kThumbLightBar) << y;
+        EXPECT_EQ(PixelAt(image, 4, y), DJVerticalSlider::kThumbColour) << y;
+        EXPECT_EQ(PixelAt(image, 13, y), DJVerticalSlider::kThumbColour) << y;
+    }
+    EXPECT_EQ(PixelAt(image, 8, 40), background);
+    EXPECT_EQ(PixelAt(image, 8, 48), background);
+    EXPECT_EQ(PixelAt(image, 14, 44), background);
+
+    slider.SetPosition(100);
+    image = PaintToImage(slider);
+    EXPECT_EQ(PixelAt(image, 8, 82), DJVerticalSlider::kThumbDarkBar);
+    EXPECT_EQ(PixelAt(image, 8, 88), DJVerticalSlider::kThumbDarkBar);
+    EXPECT_EQ(PixelAt(image, 8, 89), background);
+}
+
+TEST_F(FadersTest, VerticalSliderLabelSitsUnderTheTravel)
+{
+    const LGuiColorRef background = LGuiColorRef::FromRGB(41, 46, 47);
+    DJVerticalSlider slider(background, 100, "Damp");
+    Place(slider, kEqId, 30, 105);  // travel 85; label in rows 93..104
+    const QImage image = PaintToImage(slider);
+    EXPECT_GT(CountOtherThan(image, QRect(0, 93, 30, 12), background), 0);
+    EXPECT_EQ(PixelAt(image, 8, 91), DJVerticalSlider::kThumbDarkBar);  // thumb at row 84
+    slider.ShowLabel(false);
+    EXPECT_EQ(slider.GetTravel(), 97);
+}
+
+TEST_F(FadersTest, DBEditPaintsTrackAndThumb)
+{
+    LDBEditCustom volume;
+    Place(volume, kVolumeId, 200, 8);
+    // Level 0: the thumb is drawn over columns 151..161.
+    const QImage image = PaintToImage(volume);
+    EXPECT_EQ(PixelAt(image, 50, 3), LDBEditCustom::kTrackLow);
+    EXPECT_EQ(PixelAt(image, 150, 3), LDBEditCustom::kTrackLow);
+    EXPECT_EQ(PixelAt(image, 180, 3), LDBEditCustom::kTrackHigh);
+    EXPECT_EQ(PixelAt(image, 162, 3), LDBEditCustom::kTrackHigh);
+    for (const int x : {151, 161})
+        EXPECT_EQ(PixelAt(image, x, 4), LDBEditCustom::kTrackHigh) << x;
+    for (const auto& [x, y] : {std::pair{152, 1}, {156, 4}, {160, 6}})
+        EXPECT_EQ(PixelAt(image, x, y), LDBEditCustom::kThumbInner) << x << "," << y;
+    EXPECT_EQ(PixelAt(image, 0, 1), LDBEditCustom::kTrackLow);   // end caps
+    EXPECT_EQ(PixelAt(image, 199, 6), LDBEditCustom::kTrackHigh);
+
+    volume.SetLevel(LdBValue{12});
+    const QImage top = PaintToImage(volume);
+    EXPECT_EQ(PixelAt(top, 194, 4), LDBEditCustom::kThumbInner);  // the whole thumb inside
+    EXPECT_EQ(PixelAt(top, 199, 4), LDBEditCustom::kTrackHigh);
 }
 
 }  // namespace
