@@ -453,4 +453,28 @@ TEST_F(FadersTest, DBEditPaintsTrackAndThumb)
     EXPECT_EQ(PixelAt(top, 199, 4), LDBEditCustom::kTrackHigh);
 }
 
+TEST_F(FadersTest, OddSizesPaintWithoutHarm)
+{
+    const QSize sizes[] = {{0, 0}, {1, 1}, {5, 3}, {39, 22}, {53, 22}, {3000, 200}};
+    int id = 1000;
+    for (const QSize size : sizes) {
+        DJPitchSlider pitch;
+        DJVerticalSlider slider(LGuiColorRef::FromRGB(41, 46, 47), 30, "Time");
+        LDBEditCustom volume;
+        Place(pitch, ++id, size.width(), size.height());
+        Place(slider, ++id, size.width(), size.height());
+        Place(volume, ++id, size.width(), size.height());
+        for (LPaintControl* control : {static_cast<LPaintControl*>(&pitch),
+                                       static_cast<LPaintControl*>(&slider),
+                                       static_cast<LPaintControl*>(&volume)}) {
+            control->EvLButtonDown(size.width() / 2, size.height() / 2);
+            control->EvMouseMove(-size.width(), size.height() * 2);
+            control->EvLButtonUp(0, 0);
+            EXPECT_EQ(PaintToImage(*control).size(), size);
+        }
+        EXPECT_GE(pitch.GetTravel(), 1);
+        EXPECT_GE(slider.GetTravel(), 1);
+    }
+}
+
 }  // namespace
