@@ -1,10 +1,10 @@
 #pragma once
 
 #include "base/LEventQueue.h"
+#include "support/QtTestApp.h"
 #include "ui/LPaintControl.h"
 #include "ui/LWindow.h"
 
-#include <QApplication>
 #include <QImage>
 #include <QPainter>
 
@@ -18,16 +18,10 @@ inline void PrintTo(const LGuiColorRef& colour, std::ostream* out)
 
 namespace fadertest {
 
-// The Qt application every control needs, made once for the test program and kept.
+// The Qt application every control needs: the ui tests' shared one.
 inline void EnsureApplication()
 {
-    if (QCoreApplication::instance())
-        return;
-    static int argc = 1;
-    static char name[] = "ui_tests";
-    static char* argv[] = {name, nullptr};
-    static QApplication* application = new QApplication(argc, argv);
-    (void)application;
+    QtTestApp();
 }
 
 struct Message {
@@ -62,14 +56,20 @@ inline size_t PendingRepaints()
     return LEventQueue::ForCurrentThread()->GetPendingCount();
 }
 
-// Paints `control` at its size into an image first filled with `sentinel`, through the
-// toolkit's own preparation of a paint.
+// Paints `control` at its size into an image first filled with `sentinel`, prepared as the
+// toolkit prepares a paint: anti-aliasing off, coordinates shifted by half a pixel.
 inline QImage PaintToImage(LPaintControl& control, QColor sentinel = QColor(255, 0, 255))
 {
     QImage image(control.GetWidth(), control.GetHeight(), QImage::Format_RGB32);
+    PaintData data;
+    if (image.isNull()) {  // nothing to paint on: the control must cope with no context
+        control._PaintNow(data);
+        return image;
+    }
     image.fill(sentinel);
     QPainter painter(&image);
-    PaintData data;
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    painter.translate(0.5, 0.5);
     data.context = &painter;
     data.width = static_cast<float>(control.GetWidth());
     data.height = static_cast<float>(control.GetHeight());
