@@ -5,6 +5,9 @@
 #include "ui/DJVerticalSlider.h"
 #include "ui/LDBEditCustom.h"
 
+#include <QCursor>
+#include <QGuiApplication>
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -120,6 +123,8 @@ TEST_F(FadersTest, DragOnTheThumbMovesOneStepAPixel)
     slider.EvLButtonDown(205, 10);
     ASSERT_TRUE(slider.IsDragging());
     EXPECT_TRUE(slider.IsCaptured());
+    ASSERT_NE(QGuiApplication::overrideCursor(), nullptr) << "the pointer hides while dragging";
+    EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
     EXPECT_EQ(slider.GetDragStartX(), 205);
     const int start = slider.GetPitch();
     EXPECT_EQ(start, 498);  // round(199 / 400 x 1000)
@@ -138,6 +143,7 @@ TEST_F(FadersTest, DragOnTheThumbMovesOneStepAPixel)
     slider.EvLButtonUp(205 + 3, 10);
     EXPECT_FALSE(slider.IsDragging());
     EXPECT_FALSE(slider.IsCaptured());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
     EXPECT_EQ(slider.GetDragStartX(), 6 + (501 * 400 + 500) / 1000);
 }
 
@@ -150,6 +156,7 @@ TEST_F(FadersTest, PressOutsideTheThumbJumpsAndTheMoveAfterItDoesNothing)
         slider.SetPitch(500);
         slider.EvLButtonDown(x, 10);
         EXPECT_FALSE(slider.IsDragging()) << x;
+        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr) << x;
         const int jumped = std::clamp(slider.MapPixelToPitch(x), 0, 1000);
         EXPECT_EQ(slider.GetPitch(), jumped) << x;
         slider.EvMouseMove(x + 30, 10);

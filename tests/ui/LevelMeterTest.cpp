@@ -107,22 +107,6 @@ TEST_F(LevelMeterTest, ScaleStepAndPixelsFollowTheWidth)
     EXPECT_NE(meter.GetPixelColours()[199], kRed);
 }
 
-TEST_F(LevelMeterTest, LevelImageHasOneColourAColumn)
-{
-    LDBDisplay2 meter;
-    Place(meter, 120, 6);
-    meter.CalculateColours(120);
-    meter.CreateLevelBitmap(120, 6);
-    const QImage& image = meter.GetLevelImage().GetImage();
-    ASSERT_EQ(image.size(), QSize(120, 6));
-    for (const int x : {0, 30, 59, 60, 119})
-        for (const int y : {0, 5})
-            EXPECT_EQ(PixelAt(image, x, y), meter.GetPixelColours()[static_cast<size_t>(x)])
-                << x << "," << y;
-    meter.CreateLevelBitmap(0, 6);  // no size: no image, and painting it draws nothing
-    EXPECT_FALSE(meter.GetLevelImage().IsValid());
-}
-
 // 200 by 14 without scale: two bars of 6 rows (0..5 and, taking the rest, 7..13) with row 6
 // between them.
 TEST_F(LevelMeterTest, BarsReadTwelveDBLowAndAboveZeroReadRedAtTheRightEnd)
@@ -309,7 +293,8 @@ TEST_F(LevelMeterTest, OddSizesAndChannelCountsPaintWithoutHarm)
 {
     const struct {
         int width, height, channels;
-    } cases[] = {{1, 1, 2}, {14, 3, 2}, {200, 1, 2}, {200, 14, 0}, {200, 14, 255}, {3, 40, 1}};
+    } cases[] = {{0, 0, 2},    {1, 1, 2},      {14, 3, 2}, {200, 1, 2},
+                 {200, 14, 0}, {200, 14, 255}, {3, 40, 1}};
     int id = kMeterId;
     for (const auto& c : cases) {
         for (const bool designTwo : {false, true}) {
