@@ -205,6 +205,7 @@ void DJPitchSlider::_PaintText(PaintData& data, int sliderWidth, int height) con
     FillRect(data, _textBackground, sliderWidth, 0, _valueWidth, height);
     LPaintSurface::SetFont(data.savedFont, data.font);
     data.font = _font;
+    data.font.SetColor(kTextColour);
     DrawText(data, "Pitch", sliderWidth + 2, kLabelY, _valueWidth, kValueY - kLabelY,
              LHAlignment::kCentre);
     DrawText(data, _text.data(), sliderWidth + 2, kValueY, _valueWidth,

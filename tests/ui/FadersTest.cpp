@@ -203,21 +203,6 @@ TEST_F(FadersTest, RightButtonAsksTheParentForTheMenu)
                                                      {kMenuMessage, kVolumeId, 0}}));
 }
 
-TEST(VerticalSliderMaths, TravelAndPositionOfAPixel)
-{
-    EXPECT_EQ(DJVerticalSlider::TravelForHeight(90, false), 82);
-    EXPECT_EQ(DJVerticalSlider::TravelForHeight(105, true), 85);
-    EXPECT_EQ(DJVerticalSlider::TravelForHeight(3, true), 1);
-    const struct {
-        int y, position;
-    } cases[] = {{-5, 0}, {0, 0}, {41, 50}, {81, 98}, {82, 100}, {83, 100}, {INT_MAX, 100},
-                 {INT_MIN, 0}};
-    for (const auto& c : cases)
-        EXPECT_EQ(DJVerticalSlider::MapPixelToPosition(c.y, 82), c.position) << c.y;
-    EXPECT_EQ(DJVerticalSlider::ThumbTop(100, 82), 81);  // 100/101 of the travel
-    EXPECT_EQ(DJVerticalSlider::ThumbTop(50, 82), 40);
-}
-
 TEST_F(FadersTest, VerticalSliderJumpsDragsAndClamps)
 {
     DJVerticalSlider slider(LGuiColorRef::FromRGB(41, 46, 47), 250, "Mix");
@@ -260,15 +245,9 @@ TEST_F(FadersTest, VerticalSliderWheelMovesTwoStepsANotch)
     EXPECT_EQ(CountMessages(kSliderMessage), 9);
 }
 
-TEST(DBEditMaths, ThumbAndPixelMapping)
+TEST(DBEditMaths, PixelToDBWithGrabOffsetAndEnds)
 {
     // 200 wide, -48..12 dB: 10 pixels for 3 dB.
-    EXPECT_EQ(LDBEditCustom::ThumbPosition(0, -48, 60, 200), 160);
-    EXPECT_EQ(LDBEditCustom::ThumbPosition(-48, -48, 60, 200), 0);
-    EXPECT_EQ(LDBEditCustom::ThumbPosition(12, -48, 60, 200), 200);
-    EXPECT_EQ(LDBEditCustom::ThumbDrawLeft(200, 11, 200), 189);
-    EXPECT_EQ(LDBEditCustom::ThumbDrawLeft(0, 11, 200), 0);
-    EXPECT_EQ(LDBEditCustom::ThumbDrawLeft(100, 11, 5), 0);
     const struct {
         int x, grab, db;
     } cases[] = {
@@ -369,18 +348,16 @@ TEST_F(FadersTest, PitchSliderPaintsGrooveThumbAndText)
     for (const auto& c : cases) {
         slider.SetPitch(c.pitch);
         const QImage image = PaintToImage(slider);
-        const int right = c.left + 6;
-        for (const int x : {c.left, right})
-            EXPECT_EQ(PixelAt(image, x, 10), DJPitchSlider::kThumbFrameColour) << c.pitch;
-        EXPECT_EQ(PixelAt(image, c.left + 1, 2), DJPitchSlider::kThumbFrameColour);
-        EXPECT_EQ(PixelAt(image, c.left + 1, 19), DJPitchSlider::kThumbFrameColour);
+        // Frame on columns left and left + 6 and rows 2 and 19; the centre line in rows 6..15.
+        const std::pair<int, int> frame[] = {{c.left, 10}, {c.left + 6, 10}, {c.left + 1, 2},
+                                             {c.left + 1, 19}};
+        for (const auto& [x, y] : frame)
+            EXPECT_EQ(PixelAt(image, x, y), DJPitchSlider::kThumbFrameColour) << c.pitch;
         for (const int y : {3, 5, 16, 18})
-            EXPECT_EQ(PixelAt(image, c.left + 3, y), DJPitchSlider::kThumbFillColour)
-                << c.pitch << " row " << y;
+            EXPECT_EQ(PixelAt(image, c.left + 3, y), DJPitchSlider::kThumbFillColour) << c.pitch;
         for (const int y : {6, 15})
             EXPECT_EQ(PixelAt(image, c.left + 3, y), DJPitchSlider::kTickColour) << c.pitch;
-        EXPECT_NE(PixelAt(image, c.left - 1, 10), DJPitchSlider::kThumbFrameColour);
-        EXPECT_NE(PixelAt(image, right + 1, 10), DJPitchSlider::kThumbFrameColour);
+        EXPECT_NE(PixelAt(image, c.left + 7, 10), DJPitchSlider::kThumbFrameColour);
     }
     slider.SetPitch(625);
     const QImage image = PaintToImage(slider);
