@@ -137,6 +137,26 @@ TEST_F(LevelMeterTest, BarsReadTwelveDBLowAndAboveZeroReadRedAtTheRightEnd)
     EXPECT_TRUE(meter.IsTimerRunning());
 }
 
+// Design two: bars over the width less 14, and a light in those 14 pixels that is red while
+// a channel reads 0 dB.
+TEST_F(LevelMeterTest, DesignTwoLightsRedAtTheTop)
+{
+    LDBDisplay2 meter;
+    meter.SetDesignTwo(true);
+    meter.SetBackgroundColor(kBackground);
+    Place(meter, 214, 10);
+    meter.SetLevel(Levels({12, -127}));
+    QImage image = PaintToImage(meter);
+    EXPECT_EQ(PixelAt(image, 199, 2), meter.GetPixelColours()[199]);
+    EXPECT_EQ(PixelAt(image, 200, 2), kWhite);  // the peak, just past the bar
+    EXPECT_EQ(PixelAt(image, 201, 2), kBackground);
+    EXPECT_EQ(PixelAt(image, 207, 5), kRed);
+    meter.SetLevel(Levels({11, -127}));
+    image = PaintToImage(meter);
+    EXPECT_NE(PixelAt(image, 207, 5), kRed);
+    EXPECT_NE(PixelAt(image, 207, 5), kBackground);
+}
+
 TEST_F(LevelMeterTest, NarrowMeterLabelsEveryTwelveDB)
 {
     LDBDisplay2 meter;
