@@ -41,8 +41,6 @@ LDBDisplay2::LDBDisplay2()
     _level.channels = 1;
 }
 
-LDBDisplay2::~LDBDisplay2() = default;
-
 void LDBDisplay2::SetLevel(const LDBMC& level)
 {
     _level = level;
