@@ -90,8 +90,8 @@ void DrawCueFlag(QPainter& painter, qreal x, const QColor& colour)
 {
     painter.setPen(Qt::NoPen);
     painter.setBrush(colour);
-    painter.drawRect(QRectF(x, 1, 1.5, 10));
-    FillPolygon(painter, Triangle({x + 1.5, 1}, {x + 6.5, 3.25}, {x + 1.5, 5.5}), colour);
+    painter.drawRect(QRectF(x, 1, 2, 10));
+    FillPolygon(painter, Triangle({x + 2, 1}, {x + 7, 3.5}, {x + 2, 6}), colour);
 }
 
 void DrawPlay(QPainter& painter, const ImageSpec& spec)
@@ -104,8 +104,8 @@ void DrawCuePause(QPainter& painter, const ImageSpec& spec)
     const QColor colour = ToQColor(spec.colour);
     DrawCueFlag(painter, 1, colour);
     painter.setBrush(colour);
-    painter.drawRect(QRectF(9, 2, 2.5, 8));
-    painter.drawRect(QRectF(13, 2, 2.5, 8));
+    painter.drawRect(QRectF(8, 2, 3, 8));
+    painter.drawRect(QRectF(12, 2, 3, 8));
 }
 
 void DrawCuePlay(QPainter& painter, const ImageSpec& spec)
@@ -120,8 +120,8 @@ void DrawSetCue(QPainter& painter, const ImageSpec& spec)
     const QColor colour = ToQColor(spec.colour);
     DrawCueFlag(painter, 1, colour);
     painter.setBrush(colour);
-    painter.drawRect(QRectF(8.5, 5, 7, 2));
-    painter.drawRect(QRectF(11, 2.5, 2, 7));
+    painter.drawRect(QRectF(9, 5, 6, 2));
+    painter.drawRect(QRectF(11, 2, 2, 8));
 }
 
 void DrawLoop(QPainter& painter, const ImageSpec& spec)
@@ -131,8 +131,8 @@ void DrawLoop(QPainter& painter, const ImageSpec& spec)
     loop.addRoundedRect(QRectF(2.5, 2.5, 11, 7), 3.5, 3.5);
     StrokePath(painter, loop, colour, kGlyphStrokePx);
     // Heads on the top run (going right) and the bottom run (going left).
-    FillPolygon(painter, Triangle({7, 0.5}, {7, 4.5}, {10.5, 2.5}), colour);
-    FillPolygon(painter, Triangle({9, 7.5}, {9, 11.5}, {5.5, 9.5}), colour);
+    FillPolygon(painter, Triangle({6.5, 0}, {6.5, 5}, {10.5, 2.5}), colour);
+    FillPolygon(painter, Triangle({9.5, 7}, {9.5, 12}, {5.5, 9.5}), colour);
 }
 
 void DrawMenuArrow(QPainter& painter, const ImageSpec& spec)
@@ -159,8 +159,8 @@ void DrawKillUp(QPainter& painter, const ImageSpec& spec)
     const QColor colour = ToQColor(spec.colour);
     QPainterPath glyph;
     glyph.addEllipse(QPointF(6, 6), 4.75, 4.75);
-    glyph.moveTo(2.6, 9.4);
-    glyph.lineTo(9.4, 2.6);
+    glyph.moveTo(2.6, 2.6);
+    glyph.lineTo(9.4, 9.4);
     StrokePath(painter, glyph, colour, 1.5);
 }
 
@@ -171,8 +171,8 @@ void DrawKillDown(QPainter& painter, const ImageSpec& spec)
     painter.setBrush(ToQColor(spec.colour));
     painter.drawEllipse(QPointF(6, 6), 5.75, 5.75);
     QPainterPath slash;
-    slash.moveTo(2.8, 9.2);
-    slash.lineTo(9.2, 2.8);
+    slash.moveTo(2.8, 2.8);
+    slash.lineTo(9.2, 9.2);
     StrokePath(painter, slash, ToQColor(DJPalette::kScanningText), 1.75);
 }
 

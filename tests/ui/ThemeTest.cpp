@@ -217,7 +217,7 @@ const KeyPixel kKeyPixels[] = {
     {DJImage::kBendUpDown, 2, 5, Expect::kColour, kGlyphDown},
     {DJImage::kBendUpDown, 6, 0, Expect::kTransparent, kNone},
     {DJImage::kLoopMenuUp, 4, 2, Expect::kColour, kGlyphUp},
-    {DJImage::kKillDown, 8, 8, Expect::kColour, LGuiColorRef::FromRGB(154, 71, 71)},
+    {DJImage::kKillDown, 8, 4, Expect::kColour, LGuiColorRef::FromRGB(154, 71, 71)},
     {DJImage::kDeckCornerTopLeft, 0, 0, Expect::kColour, kWindow},
     {DJImage::kDeckCornerTopLeft, 5, 5, Expect::kTransparent, kNone},
     {DJImage::kDeckCornerTopRight, 5, 0, Expect::kColour, kWindow},
@@ -368,7 +368,7 @@ TEST_F(ThemeTest, KillAndEffectButtons)
         EXPECT_EQ(killImage.pixelColor(19, 19), kFrame);
         EXPECT_EQ(killImage.pixelColor(2, 2), kFace);
         // The 12 by 12 kill image at (4, 4): its disc is red only when lit.
-        EXPECT_EQ(killImage.pixelColor(12, 12) == QColor(154, 71, 71), lit);
+        EXPECT_EQ(killImage.pixelColor(12, 8) == QColor(154, 71, 71), lit);
 
         ControlCanvas onOff(16, 17);
         theme.DrawFxOnOffButton(onOff.data, lit);
