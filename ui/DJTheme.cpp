@@ -186,16 +186,19 @@ void DJTheme::DrawMenuButton(PaintData& data, bool lit, const char* text) const
 void DJTheme::DrawFxItem(PaintData& data, bool lit, const char* text) const
 {
     _FillFaceOrLit(data, lit);
-    // A sunken frame: dark along the top and left, light along the bottom and right.
-    const float right = data.x + data.width - 1;
-    const float bottom = data.y + data.height - 1;
-    Surface::MoveTo(data, data.x, bottom);
-    Surface::LineTo(data, data.x, data.y);
-    Surface::LineTo(data, right, data.y);
+    // A sunken frame: dark along the top and left, light along the bottom and right. Lines
+    // end before their end point, so each side runs one pixel past the corner it reaches.
+    const float left = data.x, top = data.y;
+    const float right = data.x + data.width - 1, bottom = data.y + data.height - 1;
+    Surface::MoveTo(data, left, bottom + 1);
+    Surface::LineTo(data, left, top);
+    Surface::MoveTo(data, left, top);
+    Surface::LineTo(data, right + 1, top);
     Surface::StrokePath(data, fxFrameDarkPen.GetColor(), fxFrameDarkPen.GetWidth());
-    Surface::MoveTo(data, right, data.y + 1);
-    Surface::LineTo(data, right, bottom);
-    Surface::LineTo(data, data.x + 1, bottom);
+    Surface::MoveTo(data, right, top + 1);
+    Surface::LineTo(data, right, bottom + 1);
+    Surface::MoveTo(data, left + 1, bottom);
+    Surface::LineTo(data, right + 1, bottom);
     Surface::StrokePath(data, fxFrameLightPen.GetColor(), fxFrameLightPen.GetWidth());
     _DrawText(data, smallLabelFont, labelText, text, data.x + kFxTextX, data.y + kFxTextY);
 }

@@ -1,5 +1,6 @@
 #include "ui/DJTheme.h"
 #include "ui/DJThemePalette.h"
+#include "ui/LQtConvert.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -46,10 +47,7 @@ namespace {
 constexpr qreal kMaxDevicePixelRatio = 8;  // beyond any screen; guards absurd sizes
 constexpr qreal kGlyphStrokePx = 1.6;
 
-QColor ToQColor(LGuiColorRef colour)
-{
-    return QColor(colour.Red8(), colour.Green8(), colour.Blue8());
-}
+using LQtConvert::ToQColor;
 
 // Where the quarter circle of a corner mask has its centre.
 enum class Corner : int { kTopLeft, kTopRight, kBottomRight, kBottomLeft };
