@@ -34,7 +34,7 @@ constexpr float kBottomTextPaddingPx = 2;
 constexpr const char* kSettingsSection = "Settings";
 constexpr const char* kMetalKey = "Metal";
 
-LGuiFont MakeFont(int heightPx, bool bold, LGuiColorRef colour)
+LGuiFont _MakeFont(int heightPx, bool bold, LGuiColorRef colour)
 {
     LGuiFont font;
     font.CreateFont(heightPx, bold, false, false, colour);
@@ -43,7 +43,7 @@ LGuiFont MakeFont(int heightPx, bool bold, LGuiColorRef colour)
 
 // `font`, or the largest smaller size of it in which `text` fits `width`. The buttons' widths
 // are tight for the pinned family; a smaller text beats one that spills over the frame.
-LGuiFont FitFont(const PaintData& data, const LGuiFont& font, const char* text, float width)
+LGuiFont _FitFont(const PaintData& data, const LGuiFont& font, const char* text, float width)
 {
     PaintData probe;
     probe.context = data.context;
@@ -113,12 +113,12 @@ DJTheme::DJTheme()
       playLinePen(DJPalette::kPlayLinePen, DJPalette::kThinPenWidthPx),
       cueLinePen(DJPalette::kCueLinePen, DJPalette::kThinPenWidthPx),
       beatTickPen(DJPalette::kBeatTickPen, DJPalette::kBeatTickPenWidthPx),
-      smallLabelFont(MakeFont(kSmallLabelFontPx, false, DJPalette::kConsoleSurface)),
-      menuButtonFont(MakeFont(kMenuButtonFontPx, false, DJPalette::kLabelGrey)),
-      infoFont(MakeFont(kInfoFontPx, false, DJPalette::kInfoText)),
-      boldFont(MakeFont(kBoldFontPx, true, DJPalette::kSyncPlainText)),
-      deckLetterFont(MakeFont(kDeckLetterFontPx, true, DJPalette::kDeckLetter)),
-      progressFont(MakeFont(kProgressFontPx, false, DJPalette::kAutoPlayBoxFrame))
+      smallLabelFont(_MakeFont(kSmallLabelFontPx, false, DJPalette::kConsoleSurface)),
+      menuButtonFont(_MakeFont(kMenuButtonFontPx, false, DJPalette::kLabelGrey)),
+      infoFont(_MakeFont(kInfoFontPx, false, DJPalette::kInfoText)),
+      boldFont(_MakeFont(kBoldFontPx, true, DJPalette::kSyncPlainText)),
+      deckLetterFont(_MakeFont(kDeckLetterFontPx, true, DJPalette::kDeckLetter)),
+      progressFont(_MakeFont(kProgressFontPx, false, DJPalette::kAutoPlayBoxFrame))
 {
     DJThemeRegisterImages();
     auto images = std::make_shared<Images>();
@@ -205,7 +205,7 @@ void DJTheme::DrawMenuButton(PaintData& data, bool lit, const char* text) const
     Surface::DrawImage(data, GetImage(lit ? DJImage::kLoopMenuDown : DJImage::kLoopMenuUp),
                        data.x + kMenuArrowX, data.y + kMenuArrowY);
     // The text ends before the arrow.
-    const LGuiFont font = FitFont(data, menuButtonFont, text, kMenuArrowX - kMenuTextX - 1);
+    const LGuiFont font = _FitFont(data, menuButtonFont, text, kMenuArrowX - kMenuTextX - 1);
     _DrawText(data, font, menuButtonText, text, data.x + kMenuTextX, data.y + kMenuTextY);
 }
 
@@ -266,7 +266,7 @@ void DJTheme::DrawBottomButton(PaintData& data, const char* text, bool lit) cons
                       data.width - 2, data.height - 2);
     // Light text on the dark lit face, dark text on the plain one.
     const LGuiFont font =
-        FitFont(data, data.font, text, data.width - 2 - 2 * kBottomTextPaddingPx);
+        _FitFont(data, data.font, text, data.width - 2 - 2 * kBottomTextPaddingPx);
     _DrawText(data, font, lit ? bottomFace : labelText, text, data.x, data.y, data.width,
               data.height, LHAlignment::kCentre, LVAlignment::kCentre);
 }
