@@ -13,7 +13,10 @@ class LWindow;
 // A number of -1 or 0 sends nothing for that edge; leaving the button cancels nothing.
 class LCoolButtonContainer {
 public:
+    LCoolButtonContainer();
     virtual ~LCoolButtonContainer();
+    LCoolButtonContainer(const LCoolButtonContainer&) = delete;
+    LCoolButtonContainer& operator=(const LCoolButtonContainer&) = delete;
 
     void CoolButtonContainerInit(LWindow* window);
     // Command(id) at the press only.
@@ -32,6 +35,8 @@ public:
 
 private:
     class Button;
+    void _AddButton(int id, std::unique_ptr<Button> button);
+
     LWindow* _window = nullptr;
     std::map<int, std::unique_ptr<Button>> _buttons;
 };
