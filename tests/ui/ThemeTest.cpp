@@ -2,11 +2,11 @@
 
 #include "app/LSettings.h"
 #include "base/LFile.h"
+#include "support/QtTestApp.h"
 #include "support/TestHome.h"
+#include "ui/PaintCanvas.h"
 
-#include <QApplication>
 #include <QBuffer>
-#include <QCryptographicHash>
 #include <QPainter>
 
 #include <gtest/gtest.h>
@@ -18,17 +18,6 @@
 #include <vector>
 
 namespace {
-
-void EnsureApplication()
-{
-    if (QCoreApplication::instance() == nullptr) {
-        static int argc = 1;
-        static char name[] = "ui_tests";
-        static char* argv[] = {name, nullptr};
-        static QApplication* application = new QApplication(argc, argv);
-        (void)application;
-    }
-}
 
 // Every number of the theme's image table, and the sizes fixed by the panels' layouts.
 const int kAllNumbers[] = {332, 333, 327, 336, 326, 337, 328, 338, 325, 334, 329,
@@ -69,50 +58,12 @@ bool HasVisiblePixel(const QImage& image)
     return false;
 }
 
-// A hash of the pixels only (rows without their padding), independent of QImage's layout.
-std::string PixelHash(const QImage& image)
-{
-    const QImage pixels = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    QCryptographicHash hash(QCryptographicHash::Sha1);
-    for (int y = 0; y < pixels.height(); ++y) {
-        hash.addData(QByteArrayView(reinterpret_cast<const char*>(pixels.constScanLine(y)),
-                                    pixels.width() * 4));
-    }
-    return hash.result().toHex().left(16).toStdString();
-}
-
 class ThemeTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() { EnsureApplication(); }
+    static void SetUpTestSuite() { QtTestApp(); }
     void TearDown() override { LImageResources::SetDevicePixelRatio(0); }
 
     TestHome home;  // no override images but the test's own
-};
-
-// A control's paint as the toolkit sets it up: antialiasing off, half-pixel grid.
-class ControlCanvas {
-public:
-    ControlCanvas(int width, int height)
-        : image(width, height, QImage::Format_ARGB32_Premultiplied)
-    {
-        image.fill(Qt::magenta);
-        painter.begin(&image);
-        painter.setRenderHint(QPainter::Antialiasing, false);
-        painter.translate(0.5, 0.5);
-        data.context = &painter;
-        data.width = static_cast<float>(width);
-        data.height = static_cast<float>(height);
-        data.font.CreateFont(12, false, false, false, LGuiColorRef::FromRGB(0, 0, 0));
-    }
-    const QImage& Finish()
-    {
-        painter.end();
-        return image;
-    }
-
-    QImage image;
-    QPainter painter;
-    PaintData data;
 };
 
 TEST_F(ThemeTest, EveryNumberDrawsAtItsSizeAtBothRatios)
@@ -223,7 +174,7 @@ TEST_F(ThemeTest, DrawnImagesMatchTheirGoldenHashes)
             if (dump != nullptr) {
                 image.save(QString("%1/%2@%3x.png").arg(dump).arg(golden.number).arg(ratio));
             }
-            EXPECT_EQ(PixelHash(image), ratio == 1 ? golden.ratio1 : golden.ratio2)
+            EXPECT_EQ(ImageHash(image), ratio == 1 ? golden.ratio1 : golden.ratio2)
                 << golden.number << " at ratio " << ratio;
         }
     }
@@ -306,9 +257,9 @@ TEST_F(ThemeTest, ImageButtonPattern)
     LImageResources::SetDevicePixelRatio(1);
     const DJTheme theme;
     for (bool lit : {false, true}) {
-        ControlCanvas canvas(40, 22);
+        PaintCanvas canvas(40, 22);
         theme.DrawPlayControlButton(canvas.data, lit, DJImage::kPlayUp, DJImage::kPlayDown);
-        const QImage& image = canvas.Finish();
+        const QImage& image = canvas.Image();
         for (QPoint border : {QPoint(0, 0), QPoint(39, 0), QPoint(0, 21), QPoint(39, 21),
                               QPoint(20, 0), QPoint(0, 11), QPoint(39, 11), QPoint(20, 21)}) {
             EXPECT_EQ(image.pixelColor(border), kFrame) << border.x() << "," << border.y();
@@ -327,11 +278,11 @@ TEST_F(ThemeTest, ImageButtonCentresByTheDownImage)
 {
     LImageResources::SetDevicePixelRatio(1);
     const DJTheme theme;
-    ControlCanvas canvas(40, 22);
+    PaintCanvas canvas(40, 22);
     // The 8 by 10 light, placed where the 16 by 12 play image would be centred: at (12, 5),
     // so its middle is at (16, 10), not at the (20, 11) of its own centring.
     theme.DrawPlayControlButton(canvas.data, false, DJImage::kLightOn, DJImage::kPlayDown);
-    const QImage& image = canvas.Finish();
+    const QImage& image = canvas.Image();
     EXPECT_GT(image.pixelColor(16, 10).lightness(), 160) << Describe(image.pixelColor(16, 10));
     EXPECT_EQ(image.pixelColor(20, 13), kFace);
 }
@@ -347,9 +298,9 @@ TEST_F(ThemeTest, BottomButtonFillsAndKeepsItsTextInside)
     for (Button button : {Button{"Clear", 55}, {"- Remove", 55}, {"Export Playlist >>", 110}}) {
         for (bool lit : {false, true}) {
             const int w = button.width;
-            ControlCanvas canvas(w, 15);
+            PaintCanvas canvas(w, 15);
             theme.DrawBottomButton(canvas.data, button.text, lit);
-            const QImage& image = canvas.Finish();
+            const QImage& image = canvas.Image();
             const QColor face = lit ? QColor(100, 100, 100) : QColor(186, 186, 186);
             for (QPoint frame : {QPoint(0, 0), QPoint(w - 1, 0), QPoint(0, 14), QPoint(w - 1, 14),
                                  QPoint(0, 7), QPoint(w - 1, 7)}) {
@@ -375,9 +326,9 @@ TEST_F(ThemeTest, LightButtons)
     using Draw = void (DJTheme::*)(PaintData&, bool) const;
     for (Draw draw : {&DJTheme::DrawAutoPlayLightButton, &DJTheme::DrawRecordingLightButton}) {
         for (bool lit : {false, true}) {
-            ControlCanvas canvas(125, 12);
+            PaintCanvas canvas(125, 12);
             (theme.*draw)(canvas.data, lit);
-            const QImage& image = canvas.Finish();
+            const QImage& image = canvas.Image();
             EXPECT_EQ(image.pixelColor(120, 6), QColor(66, 66, 66));
             // The light is the 8 by 10 image at (0, 1); its middle is (4, 6).
             const QColor light = image.pixelColor(4, 6);
@@ -402,18 +353,18 @@ TEST_F(ThemeTest, KillAndEffectButtons)
     LImageResources::SetDevicePixelRatio(1);
     const DJTheme theme;
     for (bool lit : {false, true}) {
-        ControlCanvas kill(20, 20);
+        PaintCanvas kill(20, 20);
         theme.DrawKillButton(kill.data, lit);
-        const QImage& killImage = kill.Finish();
+        const QImage& killImage = kill.Image();
         EXPECT_EQ(killImage.pixelColor(0, 0), kFrame);
         EXPECT_EQ(killImage.pixelColor(19, 19), kFrame);
         EXPECT_EQ(killImage.pixelColor(2, 2), kFace);
         // The 12 by 12 kill image at (4, 4): its disc is red only when lit.
         EXPECT_EQ(killImage.pixelColor(12, 8) == QColor(154, 71, 71), lit);
 
-        ControlCanvas onOff(16, 17);
+        PaintCanvas onOff(16, 17);
         theme.DrawFxOnOffButton(onOff.data, lit);
-        const QImage& onOffImage = onOff.Finish();
+        const QImage& onOffImage = onOff.Image();
         const QColor fill = lit ? QColor(243, 241, 207) : kFace;
         EXPECT_EQ(onOffImage.pixelColor(0, 0), QColor(0, 0, 0));
         EXPECT_EQ(onOffImage.pixelColor(15, 16), QColor(0, 0, 0));
@@ -421,9 +372,9 @@ TEST_F(ThemeTest, KillAndEffectButtons)
         EXPECT_EQ(onOffImage.pixelColor(7, 8), QColor(66, 66, 66));  // inside the triangle
         EXPECT_EQ(onOffImage.pixelColor(13, 8), fill);
 
-        ControlCanvas item(80, 16);
+        PaintCanvas item(80, 16);
         theme.DrawFxItem(item.data, lit, "Reverb");
-        const QImage& itemImage = item.Finish();
+        const QImage& itemImage = item.Image();
         EXPECT_EQ(itemImage.pixelColor(0, 8), QColor(0, 0, 0));        // dark left
         EXPECT_EQ(itemImage.pixelColor(40, 0), QColor(0, 0, 0));       // dark top
         EXPECT_EQ(itemImage.pixelColor(79, 8), QColor(200, 200, 200));  // light right
@@ -441,9 +392,9 @@ TEST_F(ThemeTest, MenuButtonDrawsItsArrow)
     LImageResources::SetDevicePixelRatio(1);
     const DJTheme theme;
     for (bool lit : {false, true}) {
-        ControlCanvas canvas(47, 14);
+        PaintCanvas canvas(47, 14);
         theme.DrawMenuButton(canvas.data, lit, "Menu");
-        const QImage& image = canvas.Finish();
+        const QImage& image = canvas.Image();
         EXPECT_EQ(image.pixelColor(0, 0), kFace);
         EXPECT_EQ(image.pixelColor(44, 7), lit ? kPressed : kFace);
         // The 8 by 6 arrow at (33, 5): its middle column is the glyph colour.
@@ -455,10 +406,10 @@ TEST_F(ThemeTest, CornersGoToTheCornersOfTheRectangle)
 {
     LImageResources::SetDevicePixelRatio(1);
     const DJTheme theme;
-    ControlCanvas canvas(100, 60);
-    canvas.painter.fillRect(QRect(-1, -1, 102, 62), Rgb(kDeck));
+    PaintCanvas canvas(100, 60);
+    canvas.Painter().fillRect(QRect(-1, -1, 102, 62), Rgb(kDeck));
     theme.DrawDeckCorners(canvas.data);
-    const QImage& image = canvas.Finish();
+    const QImage& image = canvas.Image();
     for (QPoint outer : {QPoint(0, 0), QPoint(99, 0), QPoint(99, 59), QPoint(0, 59)}) {
         EXPECT_EQ(image.pixelColor(outer), Rgb(kWindow)) << outer.x() << "," << outer.y();
     }
@@ -478,10 +429,10 @@ TEST_F(ThemeTest, MissingImagesDrawNothingAndButtonsStillDraw)
 
     const DJTheme theme;
     EXPECT_FALSE(theme.GetImage(static_cast<DJImage>(999)).IsValid());
-    ControlCanvas canvas(40, 22);
+    PaintCanvas canvas(40, 22);
     theme.DrawPlayControlButton(canvas.data, true, static_cast<DJImage>(1),
                                 static_cast<DJImage>(2));
-    const QImage& drawn = canvas.Finish();
+    const QImage& drawn = canvas.Image();
     EXPECT_EQ(drawn.pixelColor(0, 0), kFrame);
     EXPECT_EQ(drawn.pixelColor(20, 11), kPressed);
 }
@@ -491,11 +442,11 @@ TEST_F(ThemeTest, TextsThatAreEmptyHugeOrBrokenDoNotStopTheButtons)
     const DJTheme theme;
     const std::string huge(100000, 'W');
     for (const char* text : {static_cast<const char*>(nullptr), "", "\xff\xfe\xc3", huge.c_str()}) {
-        ControlCanvas canvas(55, 15);
+        PaintCanvas canvas(55, 15);
         theme.DrawBottomButton(canvas.data, text, false);
         theme.DrawMenuButton(canvas.data, false, text);
         theme.DrawFxItem(canvas.data, true, text);
-        const QImage& image = canvas.Finish();
+        const QImage& image = canvas.Image();
         EXPECT_EQ(image.pixelColor(54, 14), QColor(200, 200, 200));  // the effect item's frame
     }
 }
@@ -509,7 +460,7 @@ TEST_F(ThemeTest, AbsurdRectanglesDrawWithoutHarm)
     };
     for (Box box : {Box{0, 0, 0, 0}, {0, 0, -30, -12}, {0, 0, 3, 2}, {-1e9f, 5, 1e9f, 1e9f},
                     {nan, nan, nan, nan}, {2, 2, 1e30f, 1e30f}}) {
-        ControlCanvas canvas(20, 20);
+        PaintCanvas canvas(20, 20);
         PaintData& data = canvas.data;
         data.x = box.x;
         data.y = box.y;
@@ -527,7 +478,7 @@ TEST_F(ThemeTest, AbsurdRectanglesDrawWithoutHarm)
         theme.DrawAutoPlayLightButton(data, true);
         theme.DrawRecordingLightButton(data, false);
         EXPECT_TRUE(data.path.empty());
-        EXPECT_FALSE(canvas.Finish().isNull());
+        EXPECT_FALSE(canvas.Image().isNull());
     }
 }
 
