@@ -4,6 +4,7 @@
 #include "base/LFile.h"
 #include "support/QtTestApp.h"
 #include "support/TestHome.h"
+#include "ui/LQtConvert.h"
 #include "ui/PaintCanvas.h"
 
 #include <QBuffer>
@@ -30,7 +31,7 @@ struct FixedSize {
 };
 const FixedSize kFixedSizes[] = {{360, 4, 8}, {365, 7, 7}, {355, 180, 276}};
 
-QColor Rgb(LGuiColorRef colour) { return QColor(colour.Red8(), colour.Green8(), colour.Blue8()); }
+using LQtConvert::ToQColor;
 
 // The device pixel under the centre of device-independent pixel (x, y).
 QColor PixelAt(const QImage& image, int x, int y)
@@ -91,14 +92,17 @@ TEST_F(ThemeTest, EveryNumberDrawsAtItsSizeAtBothRatios)
 
 TEST_F(ThemeTest, ThemeLoadsImagesAtTheResourceRatio)
 {
-    for (qreal ratio : {1.0, 2.0}) {
+    // A fractional ratio too: every image keeps its size in the window's pixels.
+    for (qreal ratio : {1.0, 1.5, 2.0}) {
         LImageResources::SetDevicePixelRatio(ratio);
         const DJTheme theme;
-        const LGuiImage& play = theme.GetImage(DJImage::kPlayUp);
-        ASSERT_TRUE(play.IsValid());
-        EXPECT_EQ(play.GetImage().devicePixelRatio(), ratio);
-        EXPECT_EQ(play.GetWidth(), 16);
-        EXPECT_EQ(play.GetHeight(), 12);
+        for (const DJThemeImageInfo& info : DJThemeImageTable()) {
+            const LGuiImage& image = theme.GetImage(info.number);
+            ASSERT_TRUE(image.IsValid());
+            EXPECT_EQ(image.GetImage().devicePixelRatio(), ratio);
+            EXPECT_EQ(image.GetWidth(), info.width) << static_cast<int>(info.number);
+            EXPECT_EQ(image.GetHeight(), info.height) << static_cast<int>(info.number);
+        }
     }
 }
 
@@ -239,7 +243,7 @@ TEST_F(ThemeTest, KeyPixelsOfTheImages)
                                       ") ratio " + std::to_string(ratio) + ": " +
                                       Describe(pixel);
             switch (key.expect) {
-                case Expect::kColour: EXPECT_EQ(pixel, Rgb(key.colour)) << where; break;
+                case Expect::kColour: EXPECT_EQ(pixel, ToQColor(key.colour)) << where; break;
                 case Expect::kTransparent: EXPECT_EQ(pixel.alpha(), 0) << where; break;
                 case Expect::kBright: EXPECT_GT(pixel.lightness(), 160) << where; break;
                 case Expect::kDark: EXPECT_LT(pixel.lightness(), 110) << where; break;
@@ -269,7 +273,7 @@ TEST_F(ThemeTest, ImageButtonPattern)
         EXPECT_EQ(image.pixelColor(4, 4), lit ? kPressed : kFace) << "lit " << lit;
         EXPECT_EQ(image.pixelColor(35, 17), lit ? kPressed : kFace) << "lit " << lit;
         // The 16 by 12 glyph sits at (12, 5): the play triangle's middle is at (20, 11).
-        EXPECT_EQ(image.pixelColor(20, 11), Rgb(lit ? kGlyphDown : kGlyphUp)) << "lit " << lit;
+        EXPECT_EQ(image.pixelColor(20, 11), ToQColor(lit ? kGlyphDown : kGlyphUp)) << "lit " << lit;
         EXPECT_EQ(image.pixelColor(13, 6), lit ? kPressed : kFace) << "lit " << lit;
     }
 }
@@ -398,7 +402,7 @@ TEST_F(ThemeTest, MenuButtonDrawsItsArrow)
         EXPECT_EQ(image.pixelColor(0, 0), kFace);
         EXPECT_EQ(image.pixelColor(44, 7), lit ? kPressed : kFace);
         // The 8 by 6 arrow at (33, 5): its middle column is the glyph colour.
-        EXPECT_EQ(image.pixelColor(37, 7), Rgb(lit ? kGlyphDown : kGlyphUp)) << "lit " << lit;
+        EXPECT_EQ(image.pixelColor(37, 7), ToQColor(lit ? kGlyphDown : kGlyphUp)) << "lit " << lit;
     }
 }
 
@@ -407,15 +411,15 @@ TEST_F(ThemeTest, CornersGoToTheCornersOfTheRectangle)
     LImageResources::SetDevicePixelRatio(1);
     const DJTheme theme;
     PaintCanvas canvas(100, 60);
-    canvas.Painter().fillRect(QRect(-1, -1, 102, 62), Rgb(kDeck));
+    canvas.Painter().fillRect(QRect(-1, -1, 102, 62), ToQColor(kDeck));
     theme.DrawDeckCorners(canvas.data);
     const QImage& image = canvas.Image();
     for (QPoint outer : {QPoint(0, 0), QPoint(99, 0), QPoint(99, 59), QPoint(0, 59)}) {
-        EXPECT_EQ(image.pixelColor(outer), Rgb(kWindow)) << outer.x() << "," << outer.y();
+        EXPECT_EQ(image.pixelColor(outer), ToQColor(kWindow)) << outer.x() << "," << outer.y();
     }
     for (QPoint inner : {QPoint(5, 5), QPoint(94, 5), QPoint(94, 54), QPoint(5, 54),
                          QPoint(50, 0), QPoint(0, 30)}) {
-        EXPECT_EQ(image.pixelColor(inner), Rgb(kDeck)) << inner.x() << "," << inner.y();
+        EXPECT_EQ(image.pixelColor(inner), ToQColor(kDeck)) << inner.x() << "," << inner.y();
     }
 }
 
@@ -513,9 +517,9 @@ TEST_F(ThemeTest, OverridePngOfTheRightSizeReplacesTheDrawnImage)
     EXPECT_EQ(PixelAt(theme.GetImage(DJImage::kPlayUp).GetImage(), 1, 1), red);
     const QImage& wrong = theme.GetImage(DJImage::kPlayDown).GetImage();
     EXPECT_EQ(wrong.size(), QSize(16, 12));
-    EXPECT_EQ(PixelAt(wrong, 8, 6), Rgb(kGlyphDown));
-    EXPECT_EQ(PixelAt(theme.GetImage(DJImage::kSetCueUp).GetImage(), 1, 6), Rgb(kGlyphUp));
-    EXPECT_EQ(PixelAt(theme.GetImage(DJImage::kSetCueDown).GetImage(), 1, 6), Rgb(kGlyphDown));
+    EXPECT_EQ(PixelAt(wrong, 8, 6), ToQColor(kGlyphDown));
+    EXPECT_EQ(PixelAt(theme.GetImage(DJImage::kSetCueUp).GetImage(), 1, 6), ToQColor(kGlyphUp));
+    EXPECT_EQ(PixelAt(theme.GetImage(DJImage::kSetCueDown).GetImage(), 1, 6), ToQColor(kGlyphDown));
 }
 
 TEST_F(ThemeTest, OverridePngAtRatioTwoIsTwiceTheSize)
