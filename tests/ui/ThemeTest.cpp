@@ -258,23 +258,26 @@ const QColor kFrame(66, 66, 66);
 
 TEST_F(ThemeTest, ImageButtonPattern)
 {
-    LImageResources::SetDevicePixelRatio(1);
-    const DJTheme theme;
-    for (bool lit : {false, true}) {
-        PaintCanvas canvas(40, 22);
-        theme.DrawPlayControlButton(canvas.data, lit, DJImage::kPlayUp, DJImage::kPlayDown);
-        const QImage& image = canvas.Image();
-        for (QPoint border : {QPoint(0, 0), QPoint(39, 0), QPoint(0, 21), QPoint(39, 21),
-                              QPoint(20, 0), QPoint(0, 11), QPoint(39, 11), QPoint(20, 21)}) {
-            EXPECT_EQ(image.pixelColor(border), kFrame) << border.x() << "," << border.y();
+    for (qreal ratio : {1.0, 2.0}) {
+        LImageResources::SetDevicePixelRatio(ratio);
+        const DJTheme theme;
+        for (bool lit : {false, true}) {
+            PaintCanvas canvas(40, 22, ratio);
+            theme.DrawPlayControlButton(canvas.data, lit, DJImage::kPlayUp, DJImage::kPlayDown);
+            const QImage& image = canvas.Image();
+            const std::string what = "ratio " + std::to_string(ratio) + " lit " + std::to_string(lit);
+            for (QPoint border : {QPoint(0, 0), QPoint(39, 0), QPoint(0, 21), QPoint(39, 21),
+                                  QPoint(20, 0), QPoint(0, 11), QPoint(39, 11), QPoint(20, 21)}) {
+                EXPECT_EQ(PixelAt(image, border.x(), border.y()), kFrame) << what;
+            }
+            EXPECT_EQ(PixelAt(image, 1, 11), kFace) << what;
+            EXPECT_EQ(PixelAt(image, 20, 1), kFace) << what;
+            EXPECT_EQ(PixelAt(image, 2, 2), lit ? kPressed : kFace) << what;
+            EXPECT_EQ(PixelAt(image, 37, 19), lit ? kPressed : kFace) << what;
+            // The 16 by 12 glyph sits at (12, 5): the play triangle's middle is at (20, 11).
+            EXPECT_EQ(PixelAt(image, 20, 11), ToQColor(lit ? kGlyphDown : kGlyphUp)) << what;
+            EXPECT_EQ(PixelAt(image, 13, 6), lit ? kPressed : kFace) << what;
         }
-        EXPECT_EQ(image.pixelColor(1, 11), kFace);
-        EXPECT_EQ(image.pixelColor(20, 1), kFace);
-        EXPECT_EQ(image.pixelColor(4, 4), lit ? kPressed : kFace) << "lit " << lit;
-        EXPECT_EQ(image.pixelColor(35, 17), lit ? kPressed : kFace) << "lit " << lit;
-        // The 16 by 12 glyph sits at (12, 5): the play triangle's middle is at (20, 11).
-        EXPECT_EQ(image.pixelColor(20, 11), ToQColor(lit ? kGlyphDown : kGlyphUp)) << "lit " << lit;
-        EXPECT_EQ(image.pixelColor(13, 6), lit ? kPressed : kFace) << "lit " << lit;
     }
 }
 
