@@ -265,7 +265,8 @@ TEST_F(ThemeTest, ImageButtonPattern)
             PaintCanvas canvas(40, 22, ratio);
             theme.DrawPlayControlButton(canvas.data, lit, DJImage::kPlayUp, DJImage::kPlayDown);
             const QImage& image = canvas.Image();
-            const std::string what = "ratio " + std::to_string(ratio) + " lit " + std::to_string(lit);
+            const std::string what =
+                "ratio " + std::to_string(ratio) + " lit " + std::to_string(lit);
             for (QPoint border : {QPoint(0, 0), QPoint(39, 0), QPoint(0, 21), QPoint(39, 21),
                                   QPoint(20, 0), QPoint(0, 11), QPoint(39, 11), QPoint(20, 21)}) {
                 EXPECT_EQ(PixelAt(image, border.x(), border.y()), kFrame) << what;
