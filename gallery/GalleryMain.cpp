@@ -32,6 +32,12 @@ void _PrintUsage(FILE* to)
                  "  --screenshot  render the window into FILE.png and exit (no display needed)\n");
 }
 
+bool _IsSet(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value && value[0];
+}
+
 // Answers an exit code when the program should end at once, else -1.
 int _ParseOptions(int argc, char** argv, Options& options)
 {
@@ -81,7 +87,8 @@ int main(int argc, char** argv)
         return code;
     }
     // A screenshot needs no display: without one it renders off screen.
-    if (!options.screenshot.empty() && !std::getenv("DISPLAY") && !std::getenv("QT_QPA_PLATFORM")) {
+    if (!options.screenshot.empty() && !_IsSet("DISPLAY") && !_IsSet("WAYLAND_DISPLAY") &&
+        !_IsSet("QT_QPA_PLATFORM")) {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
     }
     const char* why = nullptr;
