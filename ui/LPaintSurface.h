@@ -3,6 +3,7 @@
 #include "ui/LGuiImage.h"
 #include "ui/LGuiTypes.h"
 
+#include <string>
 #include <vector>
 
 class QPainter;
@@ -15,7 +16,14 @@ enum class LWrapping : int { kNone = 0, kWord = 1, kEllipsis = 2, kEllipsisEnd =
 
 // Drawing operations on one paint's state. Coordinates are float pixels of the control; the
 // toolkit has shifted them by half a pixel so that a one-pixel line at an integer coordinate
-// falls on one pixel row.
+// falls on one pixel row. The grid (ui/LPaintSurfaceGrid.h): coordinate g is the centre of
+// pixel g, and a shape covers the pixels whose centres it holds, left and top edges included.
+// So FillRect(x, y, w, h) covers pixels x .. x + w - 1; a line of width 1 from (a, y) to
+// (b, y) covers row y from pixel a up to b - 1 (butt ends), a line of width n covers n rows
+// centred on y (rows y - n/2 .. y - n/2 + n - 1, n/2 rounded down); images and text are placed
+// with their top-left corner at pixel (x, y). Fractional coordinates go to the next pixel
+// centre. The same drawing at device pixel ratio 2 is the ratio-1 drawing with each pixel
+// doubled. With anti-aliasing on, paths are drawn on their exact geometry instead.
 class LPaintSurface {
 public:
     // One paint call's state.
@@ -70,6 +78,16 @@ public:
     // for an empty text.
     static void _MeasureText(const PaintData& data, const char* text, float wrapWidth,
                              float* width, float* height);
+    // One line as DrawText lays it out: UTF-8 text and its width in pixels.
+    struct TextLine {
+        std::string text;
+        float width = 0;
+    };
+    // The lines DrawText draws for `text` at `width` with `wrapping`; each line's height is
+    // _TextLineHeight.
+    static std::vector<TextLine> _LayoutText(const PaintData& data, const char* text, float width,
+                                             LWrapping wrapping);
+    static float _TextLineHeight(const PaintData& data);
     // A linear gradient over the rectangle: top to bottom when `vertical`, else left to right.
     static void _FillRectGradient(PaintData& data, LGuiColorRef from, LGuiColorRef to,
                                   bool vertical, float x, float y, float width, float height);
