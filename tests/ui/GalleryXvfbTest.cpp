@@ -100,7 +100,7 @@ protected:
     {
         _gallery = Spawn({ORVANE_GALLERY_PATH, "--still"}, {});
         std::string id;
-        Run({"timeout", "30", "xdotool", "search", "--sync", "--onlyvisible", "--name",
+        RunProgram({"timeout", "30", "xdotool", "search", "--sync", "--onlyvisible", "--name",
              std::string("^") + kTitle + "$"},
             &id);
         return id.substr(0, id.find('\n'));
@@ -114,7 +114,7 @@ protected:
         const std::string shot = _folder / "shot.png";
         std::string report = "no screenshot";
         WaitFor([&] {
-            if (Run({"import", "-window", window, shot}) != 0) {
+            if (RunProgram({"import", "-window", window, shot}) != 0) {
                 return false;
             }
             report = Mismatches(QImage(QString::fromStdString(shot)), probes);
@@ -140,7 +140,7 @@ TEST_F(GalleryXvfbTest, CustomDrawnButtonShowsTheHotFrameOnlyUnderThePointer)
     ASSERT_FALSE(window.empty());
     const DJTheme& theme = DJThemeUser::GetTheme();
     std::string origin;
-    ASSERT_EQ(Run({"xdotool", "getwindowgeometry", "--shell", window}, &origin), 0);
+    ASSERT_EQ(RunProgram({"xdotool", "getwindowgeometry", "--shell", window}, &origin), 0);
     int x = 0, y = 0;
     ASSERT_EQ(std::sscanf(origin.c_str() + origin.find("X="), "X=%d\nY=%d", &x, &y), 2);
     const QPoint frame = Inside(kCustomButton, 0, kCustomButton.height / 2);

@@ -77,7 +77,7 @@ bool WaitExposed(QWidget* widget)
     });
 }
 
-int Run(const std::vector<std::string>& argv, std::string* output)
+int RunProgram(const std::vector<std::string>& argv, std::string* output)
 {
     std::string command;
     for (const auto& arg : argv) {
@@ -106,7 +106,7 @@ bool Xdotool(const std::vector<std::string>& arguments)
 {
     std::vector<std::string> argv{"xdotool"};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    return Run(argv) == 0;
+    return RunProgram(argv) == 0;
 }
 
 bool MovePointer(QPoint screen)
@@ -117,7 +117,7 @@ bool MovePointer(QPoint screen)
 QPoint PointerLocation()
 {
     std::string text;
-    if (Run({"xdotool", "getmouselocation", "--shell"}, &text) != 0) {
+    if (RunProgram({"xdotool", "getmouselocation", "--shell"}, &text) != 0) {
         return {-1, -1};
     }
     int x = -1, y = -1;

@@ -28,7 +28,7 @@ bool WaitExposed(QWidget* widget);
 
 // Runs a program from PATH and waits; answers its exit status (negative when it could not
 // run). Its standard output goes into `output` when given.
-int Run(const std::vector<std::string>& argv, std::string* output = nullptr);
+int RunProgram(const std::vector<std::string>& argv, std::string* output = nullptr);
 
 // xdotool with these arguments; true when it succeeded.
 bool Xdotool(const std::vector<std::string>& arguments);
