@@ -22,6 +22,7 @@ const DJTheme& _Theme()
 }
 
 constexpr LGuiColorRef kBlack = LGuiColorRef::FromRGB(0, 0, 0);
+constexpr int kVerticalStarts[kVerticalSliderCount] = {50, 20, 80, 0};  // positions
 
 // The image pairs of the deck's buttons: up, down.
 constexpr std::array<std::array<DJImage, 2>, 10> kPlayPairs{{
@@ -172,7 +173,21 @@ void GalleryWindow::InitDialog()
     _AddImages();
     _AddTexts();
     _AddGradientsAndRules();
+    _AddTips();
     EnableControls();
+}
+
+void GalleryWindow::_AddTips()
+{
+    static const LToolTip kTips[] = {
+        {kGalleryPlainButton, "One command at the press"},
+        {kGalleryUpDownButton, "One command at the press, one at the release"},
+        {kGalleryCustomButton, "Drawn by the window; the hot frame shows under the pointer"},
+        {kGallerySignalButton, "Starts or stops the meters' test signal"},
+        {kGalleryPitchSlider, "Drag the thumb for 0.1 % a pixel; double-click resets"},
+        {kGalleryDBFader, "Drag or wheel: one dB a notch. Right button: menu"},
+    };
+    AddTools(this, kTips, static_cast<int>(std::size(kTips)));
 }
 
 void GalleryWindow::DestroyDialog()
@@ -248,11 +263,11 @@ void GalleryWindow::_AddFaders()
     _Place(*_pitch, kGalleryPitchSlider, kPitchSlider);
 
     const char* labels[kVerticalSliderCount] = {"Lo", "Mid", "Hi", nullptr};
-    const int starts[kVerticalSliderCount] = {50, 20, 80, 0};
     for (int i = 0; i < kVerticalSliderCount; ++i) {
         const LGuiColor surface = _Theme().deckSurface;
-        auto slider = labels[i] ? std::make_unique<DJVerticalSlider>(surface, starts[i], labels[i])
-                                : std::make_unique<DJVerticalSlider>(surface, starts[i]);
+        const int start = kVerticalStarts[i];
+        auto slider = labels[i] ? std::make_unique<DJVerticalSlider>(surface, start, labels[i])
+                                : std::make_unique<DJVerticalSlider>(surface, start);
         slider->SetLabelFont(_Theme().smallLabelFont);
         Box box = kFirstVerticalSlider;
         box.x += i * (kVerticalSliderWidth + kVerticalSliderGap);
@@ -311,7 +326,8 @@ void GalleryWindow::_AddHelpers()
                   [&t](PaintData& d, bool lit) { t.DrawFxEditButton(d, lit); });
     _AddHelperRow(row++, "Effect on/off", 18, 18,
                   [&t](PaintData& d, bool lit) { t.DrawFxOnOffButton(d, lit); });
-    _AddHelperRow(row++, "Kill", 22, 20, [&t](PaintData& d, bool lit) { t.DrawKillButton(d, lit); });
+    _AddHelperRow(row++, "Kill", 22, 20,
+                  [&t](PaintData& d, bool lit) { t.DrawKillButton(d, lit); });
     _AddHelperRow(row++, "Bottom button", 90, 20,
                   [&t](PaintData& d, bool lit) { t.DrawBottomButton(d, "Library", lit); });
     _AddHelperRow(row++, "Auto play light", 90, 14,
@@ -465,6 +481,10 @@ void GalleryWindow::Command(int id)
 {
     char text[96];
     switch (id) {
+    case kGalleryResetFaders:
+        _ResetFaders();
+        std::snprintf(text, sizeof text, "Faders reset");
+        break;
     case kGallerySignalButton:
         _signalOn = !_signalOn;
         _StartSignal();
@@ -497,6 +517,9 @@ long GalleryWindow::EvInterWinMessage(int message, long data1, long data2)
     case DJFaderMessage::kLevelChanged:
         std::snprintf(text, sizeof text, "Fader at %d dB", _fader->GetLevel().GetDB());
         break;
+    case DJFaderMessage::kContextMenu:
+        _ShowFaderMenu();
+        return 0;
     default:
         std::snprintf(text, sizeof text, "Message %d from control %ld (%ld)", message, data1,
                       data2);
@@ -504,6 +527,26 @@ long GalleryWindow::EvInterWinMessage(int message, long data1, long data2)
     }
     _SetStatus(text);
     return 0;
+}
+
+// The chosen item arrives through Command.
+void GalleryWindow::_ShowFaderMenu()
+{
+    LPopupMenu menu;
+    menu.AddItem(kGalleryResetFaders, "Reset the faders");
+    menu.AddItem(kGallerySignalButton, "Test signal", true, _signalOn);
+    menu.AddSeparator();
+    menu.AddItem(kGalleryMenuDisabledItem, "Disabled item", false);
+    DisplayPopupMenu(menu);
+}
+
+void GalleryWindow::_ResetFaders()
+{
+    _pitch->SetPitch(DJPitchSlider::kPitchCentre);
+    for (size_t i = 0; i < _verticals.size(); ++i) {
+        _verticals[i]->SetPosition(kVerticalStarts[i]);
+    }
+    _fader->SetLevel(LdBValue(0));
 }
 
 void GalleryWindow::_SetStatus(const char* text)

@@ -26,6 +26,8 @@ enum GalleryId : int {
     kGalleryUpDownReleased = 202,
     kGalleryCustomPressed = 203,
     kGalleryCustomReleased = 204,
+    kGalleryResetFaders = 400,
+    kGalleryMenuDisabledItem = 401,
     kGalleryPitchSlider = 300,
     kGalleryFirstVerticalSlider = 310,
     kGalleryDBFader = 320,
@@ -85,6 +87,9 @@ private:
     void _StartSignal();
     void _FeedMeters();
     void _SetStatus(const char* text);
+    void _AddTips();
+    void _ShowFaderMenu();
+    void _ResetFaders();
 
     bool _signalOn;
     unsigned int _signalTick = 0;

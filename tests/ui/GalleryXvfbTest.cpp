@@ -146,8 +146,8 @@ TEST_F(GalleryXvfbTest, CustomDrawnButtonShowsTheHotFrameOnlyUnderThePointer)
     const QPoint frame = Inside(kCustomButton, 0, kCustomButton.height / 2);
 
     ASSERT_TRUE(MovePointer({x + kCustomButton.CentreX(), y + kCustomButton.CentreY()}));
-    EXPECT_EQ(PhotographUntilMatching(window, {{"hot frame", frame, theme.buttonFrameHotPen.GetColor()}}),
-              "");
+    const LGuiColorRef hot = theme.buttonFrameHotPen.GetColor();
+    EXPECT_EQ(PhotographUntilMatching(window, {{"hot frame", frame, hot}}), "");
     ASSERT_TRUE(MovePointer({x + kDeckGroupBlank.x, y + kDeckGroupBlank.y}));
     EXPECT_EQ(PhotographUntilMatching(window, {{"frame gone", frame, theme.bottomFrame}}), "");
 }
