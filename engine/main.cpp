@@ -6,10 +6,12 @@
 #include "engine/CmdCounts.h"
 #include "engine/LDebug.h"
 #include "engine/LInstaller.h"
+#include "ui/LGuiApplication.h"
 
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
+#include <vector>
 
 namespace {
 
@@ -50,6 +52,24 @@ void _PrintHelp()
         "command-line companion: see orvane-tool --help.\n");
 }
 
+// Without arguments the program is the windowed application. The window system is checked
+// first, so a missing display is a plain message and exit code 1 rather than Qt's abort.
+int _RunWindowed(int argc, char** argv)
+{
+    const char* why = nullptr;
+    if (!LGuiApplication::CanStart(&why)) {
+        std::fprintf(stderr, "%s\n", why);
+        return 1;
+    }
+    // Qt may take its own options out of the list; it gets a list of its own to edit.
+    std::vector<char*> qtArguments(argv, argv + argc + 1);
+    LGuiApplication application(argc, qtArguments.data());
+    // Until the main window exists there is nothing to show; say so rather than open an
+    // empty window.
+    _PrintHelp();
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -74,7 +94,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "orvane: unknown argument %s (see orvane --help)\n", gargv[1]);
         result = 2;
     } else {
-        _PrintHelp();
+        result = _RunWindowed(gargc, gargv);
     }
     FreeArguments();
     return result;

@@ -32,6 +32,8 @@ public:
 
 private:
     class Button;
+    void _AddButton(int id, std::unique_ptr<Button> button);
+
     LWindow* _window = nullptr;
     std::map<int, std::unique_ptr<Button>> _buttons;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <climits>
 #include <cstdint>
 
 class QPainter;
@@ -92,7 +93,7 @@ public:
     void SetWeight(int weight) { _weight = weight; }
 
     int GetHeight() const { return _height; }
-    int GetPixelSize() const { return _height < 0 ? -_height : _height; }
+    int GetPixelSize() const { return _height >= 0 ? _height : _height == INT_MIN ? INT_MAX : -_height; }
     // |height| x 0.75 rounded to nearest.
     int GetPointSize() const { return (GetPixelSize() * 3 + 2) / 4; }
     int GetWeight() const { return _weight; }

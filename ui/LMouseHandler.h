@@ -45,10 +45,14 @@ public:
     LWindow* GetMouseWindow() const { return _window; }
     int GetMouseControlId() const { return _id; }
 
+    // Toolkit side: the window is being destroyed; forget it.
+    virtual void _WindowGone();
+
 private:
     LWindow* _window = nullptr;
     int _id = 0;
     bool _captured = false;
+    bool _pointerHidden = false;
 };
 
 // Rectangles with a command for a press and one for entering. Over a region the pointer is the

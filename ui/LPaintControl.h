@@ -6,7 +6,11 @@
 #include "ui/LUpdateRequests.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
+#include <thread>
+
+class QTimer;
 
 class LWindow;
 
@@ -44,16 +48,26 @@ public:
     void SetDimWhenDisabled(bool dim) { _dimWhenDisabled = dim; }
     bool GetDimWhenDisabled() const { return _dimWhenDisabled; }
 
+    // Whether Paint covers every pixel of the control, so nothing behind it is drawn first.
+    void SetOpaquePaint(bool opaque);
+
     // Does nothing before Init; answers the handler's result, or 0.
     long SendParentInterWinMessage(int message, long data1, long data2);
 
     // Toolkit side, interface thread: the widget's size changed / it paints now.
     void _SetSize(int width, int height);
     void _PaintNow(PaintData& data);
+    void _WindowGone() override;
 
 private:
+    enum class QueueCode : unsigned int { kUpdate = 1, kThrottleLater = 2 };
+
     void _DeliverQueued(unsigned int code, const void* data, unsigned long size) override;
     void _PostIfFirst(bool wasEmpty);
+    // Interface thread: hands the merged requests to the widget, at most once a frame.
+    void _DeliverRequests();
+    void _FlushToWidget();
+    void _StartTrailingUpdate(unsigned int dueMs);
 
     LWindow* _window = nullptr;
     int _id = 0;
@@ -64,6 +78,12 @@ private:
     LUpdateRequests _requests;  // under _requestsMutex
     std::mutex _throttleMutex;
     LUpdateThrottle _throttle;  // under _throttleMutex
+    bool _opaque = false;
+    std::thread::id _interfaceThread;
+    // Interface thread only.
+    LUpdateThrottle _frameThrottle;
+    std::unique_ptr<QTimer> _frameTimer;
+    std::unique_ptr<QTimer> _trailingTimer;
 };
 
 // Paints from buffers prepared before paint time: Paint calls Prepaint.

@@ -184,7 +184,7 @@ void _AddParagraph(const QFont& font, const QFontMetricsF& metrics, QStringView 
         return;
     }
     QString text = paragraph.left(std::min(paragraph.size(), limits.maxCharsPerLine)).toString();
-    qreal advance = metrics.horizontalAdvance(text);
+    qreal advance = text.isEmpty() ? 0 : metrics.horizontalAdvance(text);
     const bool cut = wrapping == LWrapping::kEllipsis || wrapping == LWrapping::kEllipsisEnd;
     if (cut && bounded && advance > width) {
         text = metrics.elidedText(text, Qt::ElideRight, width);
@@ -405,12 +405,16 @@ void LPaintSurface::_MeasureText(const PaintData& data, const char* text, float 
                                  float* height)
 {
     float measuredWidth = 0, measuredHeight = 0;
-    if (text != nullptr && *text != '\0') {
-        const std::vector<TextLine> lines = _LayoutText(data, text, wrapWidth > 0 ? wrapWidth : 0,
-                                                        wrapWidth > 0 ? LWrapping::kWord : LWrapping::kNone);
-        for (const TextLine& line : lines)
-            measuredWidth = std::max(measuredWidth, line.width);
-        measuredHeight = _TextLineHeight(data) * lines.size();
+    if (text != nullptr && *text != '\0' && std::isfinite(wrapWidth)) {
+        const QFont font = LQtConvert::ToQFont(data.font);
+        const bool wrap = wrapWidth > 0;
+        const std::vector<_Line> lines = _Layout(font, QString::fromUtf8(text), wrap ? wrapWidth : 0,
+                                                 wrap ? LWrapping::kWord : LWrapping::kNone, _TextLimits());
+        qreal widest = 0;
+        for (const _Line& line : lines)
+            widest = std::max(widest, line.width);
+        measuredWidth = static_cast<float>(widest);
+        measuredHeight = static_cast<float>(_LineStep(QFontMetricsF(font)) * lines.size());
     }
     if (width)
         *width = measuredWidth;
