@@ -4,6 +4,7 @@
 #include "ui/LPaintSurface.h"
 
 #include <memory>
+#include <vector>
 
 // Numbers of the theme's images.
 enum class DJImage : int {
@@ -23,12 +24,25 @@ enum class DJImage : int {
     kGroupCornerBottomRight = 342, kGroupCornerBottomLeft = 341,
     kSmallCornerBottomLeft = 351, kSmallCornerBottomRight = 352,
     kSmallCornerTopRight = 354, kSmallCornerTopLeft = 353,
+    // Console corners: top left, top right, bottom right, bottom left.
     kConsoleCorner1 = 349, kConsoleCorner2 = 350, kConsoleCorner3 = 348, kConsoleCorner4 = 347,
     kTopStripEnd = 360,  // 4 by 8
     kBarMark = 365,      // 7 by 7
     kLightOn = 370, kLightOff = 371,
-    kConsoleBackground = 355,
+    kConsoleBackground = 355,  // 180 by 276
 };
+
+// One numbered image as the theme draws it: its size in device-independent pixels, and what
+// it is for.
+struct DJThemeImageInfo {
+    DJImage number;
+    int width;
+    int height;
+    const char* use;
+};
+
+// Every numbered image of the theme, in number order.
+const std::vector<DJThemeImageInfo>& DJThemeImageTable();
 
 // The one look of the deck and console panels: colours, brushes, pens, fonts, images, and the
 // drawing of the buttons every panel shares. Built on the interface thread.
@@ -42,6 +56,8 @@ public:
         syncPlainText, infoText, deckLetter, deckLetterBox, scanningBox, scanningText,
         waveBackground, dragBackground, loopBackground, beatStrip, cueFlag, previewWindow,
         autoPlayBox, autoPlayBoxFrame, autoPlayText;
+    // Text of labels and menu buttons; the window around the panels.
+    LGuiColorRef labelText, menuButtonText, windowBackground;
     LGuiSolidBrush deckSurfaceBrush, consoleSurfaceBrush, labelGreyBrush, buttonFaceBrush,
         pressedInnerBrush, waveBackgroundBrush;
 
@@ -55,8 +71,15 @@ public:
     // The image of a number; an empty image (which draws nothing) when it could not be made.
     const LGuiImage& GetImage(DJImage number) const;
 
+    // Corner images: the parts outside a quarter circle in the colour around the shape, the
+    // inside transparent, so drawn over a filled rectangle's corners they round it.
+    // DrawDeckCorners and DrawCornersSmall put theirs at the corners of data's rectangle.
     void DrawDeckCorners(PaintData& data) const;
     void DrawCornersSmall(PaintData& data) const;
+    // Four corner images at the corners of a rectangle (a raised group, the console).
+    void DrawCorners(PaintData& data, float x, float y, float width, float height,
+                     DJImage topLeft, DJImage topRight, DJImage bottomRight,
+                     DJImage bottomLeft) const;
     void DrawButtonBorder(PaintData& data) const;
     void DrawButtonBorderHot(PaintData& data) const;
     void DrawButtonBorder(PaintData& data, const LGuiPen& pen) const;
@@ -71,6 +94,14 @@ public:
     void DrawRecordingLightButton(PaintData& data, bool lit) const;
 
 private:
+    // Draws `text` in `font` and `colour` and gives data back its current font.
+    static void _DrawText(PaintData& data, const LGuiFont& font, LGuiColorRef colour,
+                          const char* text, float x, float y, float width = 0,
+                          float height = 0, LHAlignment hAlign = LHAlignment::kLeft,
+                          LVAlignment vAlign = LVAlignment::kTop);
+    void _FillFaceOrLit(PaintData& data, bool lit) const;
+    void _DrawLightButton(PaintData& data, bool lit, const char* text) const;
+
     struct Images;
     std::shared_ptr<const Images> _images;
 };
@@ -83,3 +114,11 @@ class DJThemeUser {
 public:
     static const DJTheme& GetTheme();
 };
+
+// The window frame setting, "Metal" in section "Settings". Linux window systems have no metal
+// frame, so the setting is kept and the frame does not change.
+enum class DJFrameLook : int { kPlain = -1, kUndecided = 0, kMetal = 1 };
+// Stores 1 (metal) or -1 (plain); false when the settings could not be written.
+bool DJThemeSetMetalLook(bool metal);
+// The stored look; a value above 0 is metal, below 0 plain, 0 or unset undecided.
+DJFrameLook DJThemeGetMetalLook();
