@@ -144,6 +144,8 @@ private:
     bool _pressing = false;
 };
 
+LCoolButtonContainer::LCoolButtonContainer() = default;
+
 LCoolButtonContainer::~LCoolButtonContainer() = default;
 
 void LCoolButtonContainer::CoolButtonContainerInit(LWindow* window)

@@ -13,6 +13,8 @@ class LWindow;
 // A number of -1 or 0 sends nothing for that edge; leaving the button cancels nothing.
 class LCoolButtonContainer {
 public:
+    // Out of line, as the destructor: Button is complete only there.
+    LCoolButtonContainer();
     virtual ~LCoolButtonContainer();
 
     void CoolButtonContainerInit(LWindow* window);
