@@ -15,7 +15,7 @@ measure() {  # measure LABEL [ARG...]
     pid=$!
     trap "kill $pid 2>/dev/null || true; wait $pid 2>/dev/null || true" EXIT
     timeout 30 xdotool search --sync --onlyvisible --name "^Orvane toolkit gallery$" >/dev/null
-    sleep 1  # let the first paints settle before counting
+    sleep 3  # the first paints and the fall of the meter peaks end before counting
     ticks() { awk "{ print \$14 + \$15 }" "/proc/$pid/stat"; }
     start=$(ticks); sleep "$seconds"; end=$(ticks)
     hz=$(getconf CLK_TCK)

@@ -174,6 +174,9 @@ void GalleryWindow::InitDialog()
     _AddTexts();
     _AddGradientsAndRules();
     _AddTips();
+    if (!_signalOn) {
+        _ShowStillLevel();
+    }
     EnableControls();
 }
 
@@ -505,7 +508,7 @@ void GalleryWindow::EnableControls()
 
 long GalleryWindow::EvInterWinMessage(int message, long data1, long data2)
 {
-    char text[96];
+    char text[DJPitchSlider::kTextCapacity + 64];
     switch (static_cast<DJFaderMessage>(message)) {
     case DJFaderMessage::kPitchChanged:
         std::snprintf(text, sizeof text, "Pitch %s (%d)", _pitch->GetText(), _pitch->GetPitch());
@@ -571,8 +574,20 @@ void GalleryWindow::_StartSignal()
         return;
     }
     TimerKill(kMeterTimer);
+    _ShowStillLevel();
+}
+
+// Without the signal the meters hold one level, so their colours still show: the left
+// channel into the red, the right one in the green.
+void GalleryWindow::_ShowStillLevel()
+{
+    constexpr int kLeftDb = 10, kRightDb = -18;
+    LDBMC level;
+    level.channels = 2;
+    level.level[0] = LdBValue(kLeftDb);
+    level.level[1] = LdBValue(kRightDb);
     for (auto& meter : _meters) {
-        meter->Clear();
+        meter->SetLevel(level);
     }
 }
 

@@ -86,6 +86,7 @@ private:
     void _PaintHelperLabels(PaintData& data) const;
     void _StartSignal();
     void _FeedMeters();
+    void _ShowStillLevel();
     void _SetStatus(const char* text);
     void _AddTips();
     void _ShowFaderMenu();

@@ -111,6 +111,10 @@ bool Xdotool(const std::vector<std::string>& arguments)
 
 bool MovePointer(QPoint screen)
 {
+    // xdotool's --sync waits for a motion, and none comes when the pointer is there already.
+    if (PointerLocation() == screen) {
+        return true;
+    }
     return Xdotool({"mousemove", "--sync", std::to_string(screen.x()), std::to_string(screen.y())});
 }
 
