@@ -28,7 +28,7 @@ void _PrintUsage(FILE* to)
 {
     std::fprintf(to,
                  "Usage: orvane-gallery [--still] [--screenshot FILE.png]\n"
-                 "  --still       start with the meters' test signal off\n"
+                 "  --still       start with the meters' test signal off, so nothing moves\n"
                  "  --screenshot  render the window into FILE.png and exit (no display needed)\n");
 }
 
@@ -97,7 +97,11 @@ int main(int argc, char** argv)
         return kExitFailed;
     }
     LGuiApplication application(argc, argv);
-    GalleryWindow window(!options.still && options.screenshot.empty());
+    GalleryMeters meters = options.still ? GalleryMeters::kSilent : GalleryMeters::kMoving;
+    if (!options.screenshot.empty()) {
+        meters = GalleryMeters::kHeld;
+    }
+    GalleryWindow window(meters);
     window.CreateTopLevel(GalleryLayout::kTitle, GalleryLayout::kWindowWidth,
                           GalleryLayout::kWindowHeight);
     if (!options.screenshot.empty()) {

@@ -153,7 +153,7 @@ void _PaintImageTile(PaintData& data, DJImage number)
 
 }  // namespace
 
-GalleryWindow::GalleryWindow(bool signalOn) : _signalOn(signalOn) {}
+GalleryWindow::GalleryWindow(GalleryMeters meters) : _meterMode(meters) {}
 
 GalleryWindow::~GalleryWindow() = default;
 
@@ -174,7 +174,7 @@ void GalleryWindow::InitDialog()
     _AddTexts();
     _AddGradientsAndRules();
     _AddTips();
-    if (!_signalOn) {
+    if (_meterMode == GalleryMeters::kHeld) {
         _ShowStillLevel();
     }
     EnableControls();
@@ -489,10 +489,12 @@ void GalleryWindow::Command(int id)
         std::snprintf(text, sizeof text, "Faders reset");
         break;
     case kGallerySignalButton:
-        _signalOn = !_signalOn;
+        _meterMode = _meterMode == GalleryMeters::kMoving ? GalleryMeters::kSilent
+                                                          : GalleryMeters::kMoving;
         _StartSignal();
         EnableControls();
-        std::snprintf(text, sizeof text, "Test signal %s", _signalOn ? "on" : "off");
+        std::snprintf(text, sizeof text, "Test signal %s",
+                      _meterMode == GalleryMeters::kMoving ? "on" : "off");
         break;
     default:
         std::snprintf(text, sizeof text, "Command %d", id);
@@ -503,7 +505,7 @@ void GalleryWindow::Command(int id)
 
 void GalleryWindow::EnableControls()
 {
-    SetCoolButtonDown(kGallerySignalButton, _signalOn);
+    SetCoolButtonDown(kGallerySignalButton, _meterMode == GalleryMeters::kMoving);
 }
 
 long GalleryWindow::EvInterWinMessage(int message, long data1, long data2)
@@ -537,7 +539,7 @@ void GalleryWindow::_ShowFaderMenu()
 {
     LPopupMenu menu;
     menu.AddItem(kGalleryResetFaders, "Reset the faders");
-    menu.AddItem(kGallerySignalButton, "Test signal", true, _signalOn);
+    menu.AddItem(kGallerySignalButton, "Test signal", true, _meterMode == GalleryMeters::kMoving);
     menu.AddSeparator();
     menu.AddItem(kGalleryMenuDisabledItem, "Disabled item", false);
     DisplayPopupMenu(menu);
@@ -569,16 +571,19 @@ void GalleryWindow::EvHide()
 
 void GalleryWindow::_StartSignal()
 {
-    if (_signalOn && IsShown()) {
+    if (_meterMode == GalleryMeters::kMoving && IsShown()) {
         TimerSet(kMeterTimer, kMeterTickMs);
         return;
     }
     TimerKill(kMeterTimer);
-    _ShowStillLevel();
+    if (_meterMode == GalleryMeters::kSilent) {
+        for (auto& meter : _meters) {
+            meter->Clear();
+        }
+    }
 }
 
-// Without the signal the meters hold one level, so their colours still show: the left
-// channel into the red, the right one in the green.
+// One level for a picture: the left channel into the red, the right one in the green.
 void GalleryWindow::_ShowStillLevel()
 {
     constexpr int kLeftDb = 10, kRightDb = -18;
@@ -593,7 +598,7 @@ void GalleryWindow::_ShowStillLevel()
 
 void GalleryWindow::EvTimer(int timerId)
 {
-    if (timerId != kMeterTimer || !_signalOn) {
+    if (timerId != kMeterTimer || _meterMode != GalleryMeters::kMoving) {
         return;
     }
     _FeedMeters();

@@ -37,12 +37,16 @@ enum GalleryId : int {
     kGalleryFirstTile = 1000,  // every other tile counts up from here
 };
 
+// What the level meters show: a moving test signal (while the window shows), silence, or one
+// held level. A held level keeps a meter repainting (its peak is caught again at each paint),
+// so it suits a single picture, not an idle window.
+enum class GalleryMeters { kMoving, kSilent, kHeld };
+
 // One window that shows every control, button look and theme image of the toolkit, and works
-// by mouse and wheel. The level meters follow a moving test signal while the window shows and
-// the signal is on.
+// by mouse and wheel.
 class GalleryWindow : public LWindow, public LCoolButtonContainer, public LPaintBackgroundCustom {
 public:
-    explicit GalleryWindow(bool signalOn);
+    explicit GalleryWindow(GalleryMeters meters);
     ~GalleryWindow() override;
 
     void InitDialog() override;
@@ -56,7 +60,7 @@ public:
     void CoolButtonCustomDraw(PaintData& data, int id) override;
     void PaintBackground(PaintData& data) override;
 
-    bool IsSignalOn() const { return _signalOn; }
+    GalleryMeters GetMeterMode() const { return _meterMode; }
     DJPitchSlider& GetPitchSlider() { return *_pitch; }
     DJVerticalSlider& GetVerticalSlider(int index) { return *_verticals.at(index); }
 
@@ -92,7 +96,7 @@ private:
     void _ShowFaderMenu();
     void _ResetFaders();
 
-    bool _signalOn;
+    GalleryMeters _meterMode;
     unsigned int _signalTick = 0;
     int _nextTileId = kGalleryFirstTile;
     std::unique_ptr<GalleryTile> _background;
