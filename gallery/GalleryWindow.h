@@ -61,6 +61,8 @@ public:
     void PaintBackground(PaintData& data) override;
 
     GalleryMeters GetMeterMode() const { return _meterMode; }
+    bool IsSignalRunning() const { return IsTimerSet(kMeterTimer); }
+    LDBDisplay2& GetMeter(int index) { return *_meters.at(index); }
     DJPitchSlider& GetPitchSlider() { return *_pitch; }
     DJVerticalSlider& GetVerticalSlider(int index) { return *_verticals.at(index); }
 

@@ -3,8 +3,12 @@
 #include "XvfbTestSupport.h"
 
 #include "gallery/GalleryLayout.h"
+#include "gallery/GalleryWindow.h"
 #include "support/TestHome.h"
 #include "ui/DJTheme.h"
+#include "ui/LDBDisplay2.h"
+
+#include <QWidget>
 
 #include <gtest/gtest.h>
 
@@ -182,6 +186,33 @@ TEST_F(GalleryXvfbTest, BadArgumentsFailAndWriteNothing)
     }
     struct stat info;
     EXPECT_NE(stat((_folder / "missing").c_str(), &info), 0) << "a folder was made";
+}
+
+// The meters' test signal runs only while the window shows, and a click on the Signal button
+// stops it and silences them.
+TEST(GalleryWindowXvfbTest, MetersMoveOnlyWhileTheWindowShowsAndTheSignalIsOn)
+{
+    GalleryWindow window(GalleryMeters::kMoving);
+    window.CreateTopLevel(kTitle, kWindowWidth, kWindowHeight);
+    EXPECT_FALSE(window.IsSignalRunning()) << "running before the window shows";
+    window.Show();
+    ASSERT_TRUE(WaitExposed(window.GetWidget()));
+    EXPECT_TRUE(WaitFor([&] { return window.IsSignalRunning(); }));
+    EXPECT_TRUE(WaitFor([&] { return window.GetMeter(0).GetLevel().channels == 2; }));
+
+    window.Hide();
+    EXPECT_TRUE(WaitFor([&] { return !window.IsSignalRunning(); }));
+    window.Show();
+    ASSERT_TRUE(WaitExposed(window.GetWidget()));
+    EXPECT_TRUE(WaitFor([&] { return window.IsSignalRunning(); }));
+
+    const QPoint button = window.GetWidget()->mapToGlobal(
+        QPoint(kSignalButton.CentreX(), kSignalButton.CentreY()));
+    ASSERT_TRUE(MovePointer(button));
+    ASSERT_TRUE(Xdotool({"click", "1"}));
+    EXPECT_TRUE(WaitFor([&] { return window.GetMeterMode() == GalleryMeters::kSilent; }));
+    EXPECT_FALSE(window.IsSignalRunning());
+    EXPECT_TRUE(window.GetMeter(0).GetLevel().level[0].IsSilent());
 }
 
 }  // namespace
