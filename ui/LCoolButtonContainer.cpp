@@ -1,6 +1,7 @@
 #include "ui/LCoolButtonContainer.h"
 
 #include "ui/LWindow.h"
+#include "ui/LQtConvert.h"
 #include "ui/LWindowImpl.h"
 
 #include <QPainter>
@@ -124,9 +125,9 @@ private:
         painter.fillRect(QRect(0, 0, GetWidth(), GetHeight()), face);
         painter.setPen(palette.color(QPalette::Mid));
         painter.drawRect(box);
-        QFont font(QStringLiteral("DejaVu Sans"));
-        font.setPixelSize(kPlainFontPixels);
-        painter.setFont(font);
+        LGuiFont font;
+        font.CreateFont(kPlainFontPixels, false, false, false, {});
+        painter.setFont(LQtConvert::ToQFont(font));
         painter.setPen(palette.color(QPalette::ButtonText));
         const LControlEntry* entry = window->_GetImpl().Find(GetId());
         if (entry && !entry->text.isEmpty()) {

@@ -34,14 +34,14 @@ bool _IsSet(const char* name)
 // are taken on trust. Qt aborts the process when it cannot connect, so this is asked first.
 bool _XServerReachable(const char* display)
 {
-    std::string spec = display;
-    if (spec.rfind("unix:", 0) == 0) {
-        spec.erase(0, 4);
+    std::string name = display;
+    if (name.rfind("unix:", 0) == 0) {
+        name.erase(0, 4);
     }
-    if (spec.empty() || spec[0] != ':') {
+    if (name.empty() || name[0] != ':') {
         return true;
     }
-    const std::string number = spec.substr(1, spec.find('.') - 1);
+    const std::string number = name.substr(1, name.find('.') - 1);
     if (number.empty() || number.find_first_not_of("0123456789") != std::string::npos) {
         return false;
     }
@@ -121,6 +121,7 @@ public:
         if (count == 0) {
             return;
         }
+        _drained += count;
         for (Waiter* waiter : _waiters) {
             if (waiter->result == Wait::kTimeout) {
                 waiter->result = Wait::kEvent;
@@ -135,8 +136,11 @@ public:
             return false;
         }
         _clearing = true;
+        const size_t drainedBefore = _drained;
+        bool dispatched = _queue->ClearEventQueue();
+        // Qt's turn may drain more of the queue through the application's notifier.
         QCoreApplication::processEvents(QEventLoop::AllEvents);
-        const bool dispatched = _queue->ClearEventQueue();
+        dispatched = dispatched || _drained != drainedBefore;
         _clearing = false;
         return dispatched;
     }
@@ -148,6 +152,7 @@ private:
     };
     std::shared_ptr<LEventQueue> _queue;
     std::vector<Waiter*> _waiters;  // nested waits, innermost last
+    size_t _drained = 0;            // events the application's notifier dispatched
     bool _clearing = false;
 };
 
@@ -173,15 +178,34 @@ struct LGuiApplication::Impl {
     LQtEventPump pump;
 };
 
+namespace {
+
+bool _XReachable()
+{
+    return _IsSet("DISPLAY") && _XServerReachable(std::getenv("DISPLAY"));
+}
+
+bool _WaylandReady()
+{
+    // Qt's Wayland client falls back to "wayland-0" when the variable is unset.
+    const char* name = std::getenv("WAYLAND_DISPLAY");
+    return _WaylandReachable(name && *name ? name : "wayland-0");
+}
+
+}  // namespace
+
 bool LGuiApplication::CanStart(const char** why)
 {
-    bool ok = false;
-    if (_IsSet("QT_QPA_PLATFORM")) {
-        ok = true;  // the caller chose a platform; Qt reports its own failures
-    } else if (_IsSet("DISPLAY") && _XServerReachable(std::getenv("DISPLAY"))) {
-        ok = true;
-    } else if (_IsSet("WAYLAND_DISPLAY") && _WaylandReachable(std::getenv("WAYLAND_DISPLAY"))) {
-        ok = true;
+    bool ok;
+    const std::string platform = _IsSet("QT_QPA_PLATFORM") ? std::getenv("QT_QPA_PLATFORM") : "";
+    if (platform.rfind("xcb", 0) == 0) {
+        ok = _XReachable();
+    } else if (platform.rfind("wayland", 0) == 0) {
+        ok = _WaylandReady();
+    } else if (!platform.empty()) {
+        ok = true;  // off screen, VNC and the like need no display
+    } else {
+        ok = _XReachable() || (_IsSet("WAYLAND_DISPLAY") && _WaylandReady());
     }
     if (why) {
         *why = ok ? "" : kNoDisplay;
@@ -194,8 +218,7 @@ namespace {
 // Chooses xcb where X is reachable, so window placement and pointer warps work.
 int& _PickPlatform(int& argc)
 {
-    if (!_IsSet("QT_QPA_PLATFORM") && _IsSet("DISPLAY") &&
-        _XServerReachable(std::getenv("DISPLAY"))) {
+    if (!_IsSet("QT_QPA_PLATFORM") && _XReachable()) {
         setenv("QT_QPA_PLATFORM", "xcb", 1);
     }
     return argc;

@@ -14,6 +14,11 @@ LPaintControl::LPaintControl() : _interfaceThread(std::this_thread::get_id()) {}
 
 LPaintControl::~LPaintControl()
 {
+    _Unbind();
+}
+
+void LPaintControl::_Unbind()
+{
     if (_window) {
         LControlEntry* entry = _window->_GetImpl().Find(_id);
         if (entry && entry->paint == this) {
@@ -28,6 +33,7 @@ void LPaintControl::Init(LWindow* window, int id)
     if (!entry || !entry->widget) {
         return;
     }
+    _Unbind();
     _window = window;
     _id = id;
     entry->paint = this;

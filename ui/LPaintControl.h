@@ -34,6 +34,7 @@ public:
 
     // Asks for a repaint, of the whole control or of an area. From any thread: requests are
     // merged (see LUpdateRequests) and at most one event waits on the interface thread's queue.
+    // The widget is asked to repaint at most once per 16 ms; requests meanwhile wait merged.
     void Update();
     void Update(int x, int y, int width, int height);
     // Update() at most once per 16 ms; a request dropped inside the window is delivered at
@@ -64,6 +65,8 @@ private:
 
     void _DeliverQueued(unsigned int code, const void* data, unsigned long size) override;
     void _PostIfFirst(bool wasEmpty);
+    // Lets go of the control this object was bound to.
+    void _Unbind();
     // Interface thread: hands the merged requests to the widget, at most once a frame.
     void _DeliverRequests();
     void _FlushToWidget();

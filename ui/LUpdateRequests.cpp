@@ -25,6 +25,16 @@ LUpdateRequests::Rect _Union(const LUpdateRequests::Rect& a, const LUpdateReques
     return {left, top, right - left, bottom - top};
 }
 
+// Keeps coordinates far from the int limits so sums of position and size cannot overflow; no
+// screen is near these sizes.
+LUpdateRequests::Rect _Bounded(const LUpdateRequests::Rect& area)
+{
+    constexpr int kLimitPixels = 1 << 24;
+    const int left = std::clamp(area.x, -kLimitPixels, kLimitPixels);
+    const int top = std::clamp(area.y, -kLimitPixels, kLimitPixels);
+    return {left, top, std::min(area.width, kLimitPixels), std::min(area.height, kLimitPixels)};
+}
+
 }  // namespace
 
 bool LUpdateRequests::AddWhole()
@@ -41,7 +51,7 @@ bool LUpdateRequests::AddArea(const Rect& area)
     if (_whole || area.width <= 0 || area.height <= 0) {
         return wasEmpty && !IsEmpty();
     }
-    Rect merged = area;
+    Rect merged = _Bounded(area);
     // A union can reach areas the new one alone did not, so merge until nothing is near.
     for (bool changed = true; changed;) {
         changed = false;

@@ -2,6 +2,7 @@
 
 #include "ui/LMouseHandler.h"
 #include "ui/LPaintControl.h"
+#include "ui/LQtConvert.h"
 #include "ui/LWindowImpl.h"
 
 #include <QDialog>
@@ -17,18 +18,22 @@ namespace {
 
 // The window's own widget: tells the window of its size, visibility and activation.
 template <typename Base>
-class LWindowWidget : public Base {
+class LWindowWidget : public Base, public LWindowLink {
 public:
     LWindowWidget(LWindow::Impl* impl, QWidget* parent) : Base(parent), _impl(impl) {}
+    void _Detach() override { _impl = nullptr; }
 
 protected:
+    // The window, unless it is going or gone.
+    LWindow* _Owner() const { return _impl && !_impl->dying ? _impl->owner : nullptr; }
+
     bool event(QEvent* event) override
     {
-        if (!_impl->dying) {
+        if (LWindow* owner = _Owner()) {
             if (event->type() == QEvent::WindowActivate) {
-                _impl->owner->EvActivate();
+                owner->EvActivate();
             } else if (event->type() == QEvent::WindowDeactivate) {
-                _impl->owner->EvDeactivate();
+                owner->EvDeactivate();
             }
         }
         return Base::event(event);
@@ -36,22 +41,22 @@ protected:
     void resizeEvent(QResizeEvent* event) override
     {
         Base::resizeEvent(event);
-        if (!_impl->dying && _impl->onResize) {
+        if (_Owner() && _impl->onResize) {
             _impl->onResize(event->size().width(), event->size().height());
         }
     }
     void showEvent(QShowEvent* event) override
     {
         Base::showEvent(event);
-        if (!_impl->dying) {
-            _impl->owner->EvShow();
+        if (LWindow* owner = _Owner()) {
+            owner->EvShow();
         }
     }
     void hideEvent(QHideEvent* event) override
     {
         Base::hideEvent(event);
-        if (!_impl->dying) {
-            _impl->owner->EvHide();
+        if (LWindow* owner = _Owner()) {
+            owner->EvHide();
         }
     }
 
@@ -67,9 +72,9 @@ protected:
     void closeEvent(QCloseEvent* event) override
     {
         QWidget::closeEvent(event);
-        if (!_impl->dying && !_impl->destroyed) {
+        if (LWindow* owner = _Owner(); owner && !_impl->destroyed) {
             _impl->destroyed = true;
-            _impl->owner->DestroyDialog();
+            owner->DestroyDialog();
         }
     }
 };
@@ -81,14 +86,14 @@ public:
 
     void accept() override
     {
-        if (!_impl->dying && _impl->owner->CmOk()) {
-            _impl->owner->Close(1);
+        if (LWindow* owner = _Owner(); owner && owner->CmOk()) {
+            owner->Close(1);
         }
     }
     void reject() override
     {
-        if (!_impl->dying && _impl->owner->CmCancel()) {
-            _impl->owner->Close(0);
+        if (LWindow* owner = _Owner(); owner && owner->CmCancel()) {
+            owner->Close(0);
         }
     }
 };
@@ -107,6 +112,40 @@ const LControlEntry* LWindow::Impl::Find(int id) const
 {
     auto it = controls.find(id);
     return it == controls.end() ? nullptr : &it->second;
+}
+
+void LWindow::Impl::DetachWidgets()
+{
+    for (auto& [id, entry] : controls) {
+        if (auto* link = dynamic_cast<LWindowLink*>(entry.widget.data())) {
+            link->_Detach();
+        }
+    }
+    if (auto* link = dynamic_cast<LWindowLink*>(widget.data())) {
+        link->_Detach();
+    }
+}
+
+void LWindow::Impl::Reset()
+{
+    for (auto& [id, entry] : controls) {
+        if (entry.mouse) {
+            entry.mouse->_WindowGone();
+        }
+        if (entry.paint) {
+            entry.paint->_WindowGone();
+        }
+    }
+    DetachWidgets();
+    controls.clear();
+    queue.reset();
+    if (widget) {
+        widget->hide();
+        widget->deleteLater();
+    }
+    widget = nullptr;
+    destroyed = false;
+    result = 0;
 }
 
 void LWindow::Impl::MakeWidget(QWidget* parent, bool dialog)
@@ -163,24 +202,17 @@ LWindow::LWindow() : _impl(std::make_unique<Impl>(this)) {}
 
 LWindow::~LWindow()
 {
+    *_impl->alive = false;
     _impl->dying = true;
-    // Handlers that outlive the window must not reach back into it.
-    for (auto& [id, entry] : _impl->controls) {
-        if (entry.mouse) {
-            entry.mouse->_WindowGone();
-        }
-        if (entry.paint) {
-            entry.paint->_WindowGone();
-        }
-    }
-    _impl->queue.reset();
-    if (_impl->widget) {
-        if (_impl->ownsWidget) {
-            delete _impl->widget.data();
-        } else {
-            _impl->widget->deleteLater();
-            _impl->widget->hide();
-        }
+    QWidget* widget = _impl->widget.data();
+    if (widget && _impl->ownsWidget) {
+        // Deleted now, with its controls, so nothing is left for the loop to delete later.
+        _impl->DetachWidgets();
+        _impl->widget = nullptr;
+        _impl->Reset();
+        delete widget;
+    } else {
+        _impl->Reset();
     }
 }
 
@@ -327,15 +359,9 @@ void LWindow::SetControlFont(int id, const LGuiFont& font)
     if (!entry || !entry->widget || !font.IsValid()) {
         return;
     }
-    QFont qfont(QStringLiteral("DejaVu Sans"));
-    qfont.setPixelSize(font.GetPixelSize());
-    qfont.setWeight(static_cast<QFont::Weight>(font.GetWeight()));
-    qfont.setItalic(font.IsItalic());
-    qfont.setUnderline(font.IsUnderline());
-    entry->widget->setFont(qfont);
+    entry->widget->setFont(LQtConvert::ToQFont(font));
     QPalette palette = entry->widget->palette();
-    const LGuiColorRef c = font.GetColor();
-    palette.setColor(QPalette::WindowText, QColor(c.Red8(), c.Green8(), c.Blue8()));
+    palette.setColor(QPalette::WindowText, LQtConvert::ToQColor(font.GetColor()));
     entry->widget->setPalette(palette);
 }
 
@@ -515,9 +541,10 @@ void LEmbeddedWindow::CreateEmbedded(LWindow* parent, int x, int y, int width, i
 int LDialog::Open(LWindow* parent, const char* title, int width, int height)
 {
     Impl& impl = _GetImpl();
-    if (impl.widget) {
-        return 0;  // already open
+    if (impl.widget && impl.widget->isVisible()) {
+        return 0;  // already open: a dialog runs once at a time
     }
+    impl.Reset();
     impl.MakeWidget(parent ? parent->GetWidget() : nullptr, true);
     impl.widget->setWindowTitle(QString::fromUtf8(title ? title : ""));
     impl.widget->resize(std::max(width, 1), std::max(height, 1));
@@ -534,8 +561,12 @@ int LDialog::_Run()
         return 0;
     }
     // The dialog may already have been closed from InitDialog.
-    if (!impl.destroyed) {
-        box->exec();
+    if (impl.destroyed) {
+        return impl.result;
     }
-    return impl.result;
+    const std::shared_ptr<bool> alive = impl.alive;
+    const int answer = box->exec();
+    // Something inside the loop may have destroyed the dialog object; Qt's answer is then all
+    // that is left.
+    return *alive ? impl.result : answer;
 }

@@ -42,6 +42,9 @@ LControlWidget::LControlWidget(LWindow* window, int id, QWidget* parent)
 
 LControlEntry* LControlWidget::_Entry() const
 {
+    if (!_window) {
+        return nullptr;
+    }
     LWindow::Impl& impl = _window->_GetImpl();
     return impl.dying ? nullptr : impl.Find(_id);
 }

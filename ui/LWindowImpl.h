@@ -33,12 +33,21 @@ struct LControlEntry {
     QString text;
 };
 
+// A widget that calls back into its window. A window that goes before its widgets (an embedded
+// panel's widget is deleted later, from the loop) cuts the link first.
+class LWindowLink {
+public:
+    virtual ~LWindowLink() = default;
+    virtual void _Detach() = 0;
+};
+
 // The self-drawn control widget: paints through the bound LPaintControl and hands mouse events
 // to the bound LMouseCapture by the capture rule.
-class LControlWidget : public QWidget {
+class LControlWidget : public QWidget, public LWindowLink {
 public:
     LControlWidget(LWindow* window, int id, QWidget* parent);
     int GetId() const { return _id; }
+    void _Detach() override { _window = nullptr; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -81,6 +90,9 @@ struct LWindow::Impl {
     explicit Impl(LWindow* owner) : owner(owner) {}
 
     LWindow* owner;
+    // False once the window is destroyed; modal loops hold a copy to know whether the window
+    // still exists when they return.
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
     QPointer<QWidget> widget;
     bool ownsWidget = false;     // top-level and dialog widgets are deleted with the window
     bool isDialog = false;
@@ -97,6 +109,10 @@ struct LWindow::Impl {
 
     LControlEntry* Find(int id);
     const LControlEntry* Find(int id) const;
+    // Cuts every widget's way back to the window (it is going).
+    void DetachWidgets();
+    // Unbinds the controls' handlers and drops the widgets: the window goes or opens anew.
+    void Reset();
     // Makes the window's own widget; `dialog` makes a modal dialog widget.
     void MakeWidget(QWidget* parent, bool dialog);
     LControlWidget* AddControlWidget(int id, LControlKind kind, int x, int y, int width,

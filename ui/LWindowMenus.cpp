@@ -6,6 +6,7 @@
 #include <QCursor>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPointer>
 
 namespace {
 
@@ -236,14 +237,38 @@ LPopupMenu& LPopupMenu::AddSubMenu(const char* text)
     return *item.submenu;
 }
 
+namespace {
+
+// Runs a modal widget made on the heap: the loop inside may delete its parent, and with it the
+// widget. Answers Qt's result, or `gone` when the widget went.
+template <typename Widget, typename Run>
+auto _RunModal(Widget* widget, Run run, decltype(run(widget)) gone)
+{
+    QPointer<Widget> guard(widget);
+    auto result = run(widget);
+    if (!guard) {
+        return gone;
+    }
+    delete widget;
+    return result;
+}
+
+}  // namespace
+
 int LWindow::DisplayPopupMenu(const LPopupMenu& menu)
 {
-    QMenu popup(_impl->widget.data());
-    _FillMenu(popup, menu);
+    auto* popup = new QMenu(_impl->widget.data());
+    _FillMenu(*popup, menu);
+    const std::shared_ptr<bool> alive = _impl->alive;
     // exec runs a nested loop, in which the program's queue keeps draining.
-    QAction* chosen = popup.exec(QCursor::pos());
-    const int id = chosen ? chosen->data().toInt() : 0;
-    if (id != 0) {
+    const int id = _RunModal(
+        popup,
+        [](QMenu* m) {
+            QAction* chosen = m->exec(QCursor::pos());
+            return chosen ? chosen->data().toInt() : 0;
+        },
+        0);
+    if (id != 0 && *alive) {
         Command(id);
     }
     return id;
@@ -253,17 +278,18 @@ int LWindow::DisplayPopupMenu(const LPopupMenu& menu)
 
 void LWindow::PopupBoxError(const char* text)
 {
-    QMessageBox box(QMessageBox::Critical, QString::fromUtf8(kAlertTitle), _Text(text),
-                    QMessageBox::Ok, _impl->widget.data());
-    box.exec();
+    auto* box = new QMessageBox(QMessageBox::Critical, QString::fromUtf8(kAlertTitle),
+                                _Text(text), QMessageBox::Ok, _impl->widget.data());
+    _RunModal(box, [](QMessageBox* b) { return b->exec(); }, 0);
 }
 
 bool LWindow::PopupBoxQueryYes(const char* text)
 {
-    QMessageBox box(QMessageBox::Question, QString::fromUtf8(kAlertTitle), _Text(text),
-                    QMessageBox::Yes | QMessageBox::No, _impl->widget.data());
-    box.setDefaultButton(QMessageBox::Yes);
-    return box.exec() == QMessageBox::Yes;
+    auto* box = new QMessageBox(QMessageBox::Question, QString::fromUtf8(kAlertTitle),
+                                _Text(text), QMessageBox::Yes | QMessageBox::No,
+                                _impl->widget.data());
+    box->setDefaultButton(QMessageBox::Yes);
+    return _RunModal(box, [](QMessageBox* b) { return b->exec(); }, 0) == QMessageBox::Yes;
 }
 
 void LWindow::GoToHelpPage(const char* /*section*/)

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 
 namespace {
@@ -32,6 +33,9 @@ public:
 LGuiApplication& QtTestApp()
 {
     if (!gApp) {
+        // Headless unless the runner chose a platform (the Xvfb tests choose xcb). Set here
+        // because ctest passes the discovered tests only the first entry of their environment.
+        setenv("QT_QPA_PLATFORM", "offscreen", 0);
         gApp = std::make_unique<LGuiApplication>(gArgc, gArgv);
     }
     return *gApp;

@@ -1,8 +1,13 @@
 #include "support/QtTestApp.h"
 #include "support/TestHome.h"
+#include "base/LEventPump.h"
+#include "base/LEventQueue.h"
 #include "ui/LGuiApplication.h"
 
+#include <QTimer>
+
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -47,6 +52,9 @@ TEST(GuiApplication, NoDisplayIsOneLineAndExitCodeOne)
         {"DISPLAY=:x"},
         {"XDG_RUNTIME_DIR=/nonexistent WAYLAND_DISPLAY=wayland-9"},
         {"WAYLAND_DISPLAY=/nonexistent/socket"},
+        {"QT_QPA_PLATFORM=xcb"},  // a platform that needs a display it cannot reach
+        {"QT_QPA_PLATFORM=xcb DISPLAY=:917"},
+        {"QT_QPA_PLATFORM=wayland XDG_RUNTIME_DIR=/nonexistent"},
     };
     for (const Case& c : cases) {
         const ProgramRun run = _RunWithout(c.environment, "");
@@ -76,4 +84,54 @@ TEST(GuiApplication, CanStartAndTheClock)
     const unsigned int a = LGuiApplication::NowMs();
     const unsigned int b = LGuiApplication::NowMs();
     EXPECT_LT(b - a, 1000u);  // monotonic: never goes back (which would wrap to a huge step)
+}
+
+namespace {
+
+class CountingReceiver : public LQueueReceiver {
+public:
+    int delivered = 0;
+    void Post() { _PostToQueue(0, nullptr, 0); }
+
+private:
+    void _DeliverQueued(unsigned int, const void*, unsigned long) override { ++delivered; }
+};
+
+}  // namespace
+
+// The pump of long tasks turns Qt's loop: queued events, a watched descriptor and Qt's own
+// timers all move while a task waits in it.
+TEST(GuiApplication, EventPumpTurnsQtAndTheQueue)
+{
+    QtTestApp();
+    LEventPump& pump = LGetEventPump();
+    CountingReceiver receiver;
+    EXPECT_EQ(pump.WaitAndDispatchOne(1, -1), LEventPump::Wait::kTimeout);
+
+    receiver.Post();
+    EXPECT_EQ(pump.WaitAndDispatchOne(kWaitForever, -1), LEventPump::Wait::kEvent);
+    EXPECT_EQ(receiver.delivered, 1);
+
+    // An event posted by a Qt timer while the pump waits wakes it.
+    bool timerRan = false;
+    QTimer::singleShot(1, [&] {
+        timerRan = true;
+        receiver.Post();
+    });
+    EXPECT_EQ(pump.WaitAndDispatchOne(kWaitForever, -1), LEventPump::Wait::kEvent);
+    EXPECT_TRUE(timerRan);
+    EXPECT_EQ(receiver.delivered, 2);
+
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    ASSERT_EQ(write(fds[1], "x", 1), 1);
+    EXPECT_EQ(pump.WaitAndDispatchOne(kWaitForever, fds[0]), LEventPump::Wait::kDescriptor);
+    close(fds[0]);
+    close(fds[1]);
+
+    receiver.Post();
+    receiver.Post();
+    EXPECT_TRUE(pump.ClearEventQueue());
+    EXPECT_EQ(receiver.delivered, 4);
+    EXPECT_FALSE(pump.ClearEventQueue());
 }

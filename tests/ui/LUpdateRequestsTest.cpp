@@ -44,6 +44,9 @@ TEST(UpdateRequests, MergeRule)
         {"union absorbs what the new area alone did not reach",
          {{36, 20, 5, 5}, {40, 0, 5, 5}, {0, 0, 37, 21}}, false, {{0, 0, 45, 25}}},
         {"empty areas are ignored", {{5, 5, 0, 10}, {5, 5, 10, -1}}, false, {}},
+        // Absurd areas are bounded rather than overflowing when merged.
+        {"huge areas", {{2147483600, 0, 2147483647, 10}, {16777216, 0, 5, 5}}, false,
+         {{16777216, 0, 16777216, 10}}},
     };
     for (const MergeCase& c : cases) {
         LUpdateRequests requests;

@@ -116,6 +116,12 @@ TEST(Window, ControlsByIdAndTheirSizes)
     window.SetControlRoundedCorners(42, 3);
     control.Init(&window, 42);
     EXPECT_EQ(control.GetId(), 1);
+
+    // Binding to another control lets go of the first.
+    control.Init(&window, 2);
+    EXPECT_EQ(window.GetPaintControl(1), nullptr);
+    EXPECT_EQ(window.GetPaintControl(2), &control);
+    EXPECT_EQ(control.GetWidth(), 40);
 }
 
 // Commands sent now arrive at once; posted ones arrive in their order on a later turn, and a
@@ -242,4 +248,97 @@ TEST(Alerts, QueryYesAnswersTheButtonPressed)
         EXPECT_EQ(window.PopupBoxQueryYes("Really?"), expected);
         EXPECT_EQ(title, QString("Orvane DJ Software"));
     }
+}
+
+// A dialog can be opened again; its controls are made anew by InitDialog.
+TEST(Dialog, OpensAgainWithFreshControls)
+{
+    QtTestApp();
+    struct Reopening : AskingDialog {
+        LPaintControl control;
+        void InitDialog() override
+        {
+            AskingDialog::InitDialog();
+            AddPaintControl(1, 0, 0, 20, 20, {});
+            control.Init(this, 1);
+        }
+    } dialog;
+    for (int round = 0; round < 2; ++round) {
+        QueuedCall ok([&] { static_cast<QDialog*>(dialog.GetWidget())->accept(); });
+        ok.Post();
+        EXPECT_EQ(dialog.Open(nullptr, "again", 100, 100), 1);
+        EXPECT_EQ(dialog.GetPaintControl(1), &dialog.control);
+        EXPECT_EQ(dialog.control.GetWindow(), &dialog);
+    }
+    EXPECT_EQ(dialog.log, (std::vector<std::string>{"init", "destroy", "init", "destroy"}));
+}
+
+// An embedded panel may go before or after the window it lives in.
+TEST(Window, EmbeddedPanelsGoInEitherOrder)
+{
+    QtTestApp();
+    auto top = std::make_unique<LWindow>();
+    top->CreateTopLevel("top", 200, 200);
+    top->Show();
+    auto first = std::make_unique<Panel>();
+    first->CreateEmbedded(top.get(), 0, 0, 50, 50);
+    first->AddPaintControl(1, 0, 0, 10, 10, {});
+    LPaintControl control;
+    control.Init(first.get(), 1);
+    first.reset();  // its widget is deleted from the loop; nothing may call back meanwhile
+    top->GetWidget()->resize(300, 300);
+    control.Update();
+    QtTestWaitFor([] { return false; }, 20);
+
+    Panel second;
+    second.CreateEmbedded(top.get(), 0, 0, 50, 50);
+    top.reset();  // deletes the panel's widget with its own
+    EXPECT_EQ(second.GetWidget(), nullptr);
+    second.AddPaintControl(2, 0, 0, 5, 5, {});
+    EXPECT_FALSE(second.IsControlValid(2));
+}
+
+// A dialog opened by a queued event (an engine notice that asks the user) still drains the
+// queue inside its loop, though the drain that opened it has not returned.
+TEST(Dialog, OpenedFromAQueuedEventStillDrains)
+{
+    QtTestApp();
+    AskingDialog dialog;
+    int answer = -1;
+    QueuedCall close([&] { static_cast<QDialog*>(dialog.GetWidget())->accept(); });
+    QueuedCall open([&] {
+        close.Post();
+        answer = dialog.Open(nullptr, "nested", 100, 100);
+    });
+    open.Post();
+    ASSERT_TRUE(QtTestWaitFor([&] { return answer != -1; }));
+    EXPECT_EQ(answer, 1);
+}
+
+// Labels take the font's pixel size, weight and colour; text may be changed or be absurd.
+TEST(Window, StaticTextFontAndOpaquePaint)
+{
+    QtTestApp();
+    LWindow window;
+    window.CreateTopLevel("labels", 200, 100);
+    window.AddStatic(7, "Level", 0, 0, 100, 20);
+    LGuiFont font;
+    font.CreateFont(-14, true, false, false, LGuiColorRef::FromRGB(200, 10, 20));
+    window.SetControlFont(7, font);
+    QWidget* label = window.GetControlHandle(7);
+    EXPECT_EQ(label->font().pixelSize(), 14);
+    EXPECT_EQ(label->font().weight(), QFont::Bold);
+    EXPECT_EQ(label->palette().color(QPalette::WindowText), QColor(200, 10, 20));
+    window.SetControlText(7, "\xff\xfe not UTF-8");
+    window.SetControlText(7, nullptr);
+    window.SetControlFont(7, LGuiFont{});  // an uncreated font changes nothing
+    EXPECT_EQ(label->font().pixelSize(), 14);
+
+    window.AddPaintControl(8, 0, 20, 50, 50, {});
+    LPaintControl control;
+    control.SetOpaquePaint(true);  // before Init: applied at Init
+    control.Init(&window, 8);
+    EXPECT_TRUE(window.GetControlHandle(8)->testAttribute(Qt::WA_OpaquePaintEvent));
+    control.SetOpaquePaint(false);
+    EXPECT_FALSE(window.GetControlHandle(8)->testAttribute(Qt::WA_OpaquePaintEvent));
 }
