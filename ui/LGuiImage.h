@@ -43,8 +43,10 @@ public:
 
 // The numbered image resources. A drawer makes the image at a device pixel ratio; a PNG named
 // "<number>.png" in the theme override folder ($XDG_DATA_HOME/Orvane/Theme) replaces it when
-// it loads and has the drawn image's size (at ratio 1, or twice it at ratio 2); else the drawn
-// image is used.
+// it is a regular file that loads and has the drawn image's size in device-independent pixels;
+// else the drawn image is used. At a ratio above 1 a "<number>@2x.png" of twice that size is
+// tried first; the PNG used is scaled to the drawn image's pixels where they differ (a 1x PNG
+// at ratio 2 is scaled up smoothly).
 namespace LImageResources {
 using Drawer = std::function<QImage(qreal devicePixelRatio)>;
 void Register(int number, Drawer drawer);

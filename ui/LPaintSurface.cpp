@@ -102,14 +102,18 @@ QPainterPath _ToPainterPath(const std::vector<PaintData::Point>& path, bool snap
 {
     QPainterPath result;
     result.setFillRule(Qt::WindingFill);
+    bool startsSubpath = true;  // a point that is not a number breaks the line there
     for (const PaintData::Point& point : path) {
-        if (!_IsFinite(point))
+        if (!_IsFinite(point)) {
+            startsSubpath = true;
             continue;
+        }
         const QPointF at = snap ? QPointF(SnapEdge(point.x), SnapEdge(point.y)) : QPointF(point.x, point.y);
-        if (point.move)
+        if (point.move || startsSubpath)
             result.moveTo(at);
         else
             result.lineTo(at);
+        startsSubpath = false;
     }
     return result;
 }
@@ -121,12 +125,13 @@ void _StrokeWithPen(QPainter& context, const std::vector<PaintData::Point>& path
     context.strokePath(_ToPainterPath(path, false), pen);
 }
 
-// The rectangle of the control that can show anything: the device, cut by the clip.
+// A rectangle that holds all the control can show: the device, cut by the clip. An image
+// gives its size in device pixels, a widget in device-independent ones; either holds the
+// device-independent area, so nothing visible is left out at any pixel ratio.
 QRectF _VisibleArea(const QPainter& context)
 {
     const QPaintDevice* device = context.device();
-    const qreal ratio = device->devicePixelRatioF();
-    QRectF area(0, 0, device->width() / ratio, device->height() / ratio);
+    QRectF area(0, 0, device->width(), device->height());
     bool invertible = false;
     const QTransform toUser = context.worldTransform().inverted(&invertible);
     if (invertible)
@@ -198,6 +203,7 @@ std::vector<_Line> _Layout(const QFont& font, const QString& text, qreal width, 
                            const _TextLimits& limits)
 {
     const QFontMetricsF metrics(font);
+    width = std::min<qreal>(width, LPaintSurfaceGrid::kMaxCoordinatePixels);  // Qt's text units overflow
     std::vector<_Line> lines;
     qsizetype start = 0;
     while (start <= text.size() && lines.size() < limits.maxLines) {
@@ -236,6 +242,39 @@ qreal _AlignedX(float width, qreal lineWidth, LHAlignment hAlign)
         return 0;
     const qreal room = width - lineWidth;
     return std::round(hAlign == LHAlignment::kCentre ? room / 2 : room);
+}
+
+qreal _Widest(const std::vector<_Line>& lines)
+{
+    qreal widest = 0;
+    for (const _Line& line : lines)
+        widest = std::max(widest, line.width);
+    return widest;
+}
+
+// Where DrawText puts its lines, in the control's coordinates.
+struct _TextPlacement {
+    qreal left = 0, top = 0;  // the box's left edge; the first line's top before snapping
+    qreal step = 0;           // pixels from one line's top to the next
+    qreal ascent = 0;         // pixels from a line's top to its baseline
+    qreal visibleTop = 0;
+    qreal bottom = 0;  // a line starting here or below is not drawn
+    float width = 0;
+    LHAlignment hAlign = LHAlignment::kLeft;
+};
+
+// Lines above the visible area are skipped; drawing stops at the first line below it.
+void _DrawLines(QPainter& context, const std::vector<_Line>& lines, const _TextPlacement& at)
+{
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const qreal lineTop = SnapEdge(at.top + at.step * i);
+        if (lineTop >= at.bottom)
+            break;
+        if (lineTop + at.step < at.visibleTop || lines[i].text.isEmpty())
+            continue;
+        const qreal lineX = at.left + _AlignedX(at.width, lines[i].width, at.hAlign);
+        context.drawText(QPointF(lineX, lineTop + at.ascent), lines[i].text);
+    }
 }
 
 }  // namespace
@@ -366,38 +405,39 @@ void LPaintSurface::DrawText(PaintData& data, const char* text, float x, float y
         return;
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(width) || !std::isfinite(height))
         return;
+    // Qt's text positions are fixed-point numbers that overflow far beyond any screen.
+    constexpr float kMax = float(LPaintSurfaceGrid::kMaxCoordinatePixels);
+    x = std::clamp(x, -kMax, kMax);
+    y = std::clamp(y, -kMax, kMax);
+    width = std::min(width, kMax);
+    height = std::min(height, kMax);
     QPainter& context = *data.context;
     const QFont font = LQtConvert::ToQFont(data.font);
     const QFontMetricsF metrics(font);
-    const qreal step = _LineStep(metrics);
     const QRectF visible = _VisibleArea(context);
+    _TextPlacement at;
+    at.step = _LineStep(metrics);
     const std::vector<_Line> lines =
-        _Layout(font, QString::fromUtf8(text), width, wrapping, _DrawLimits(visible, y, step));
+        _Layout(font, QString::fromUtf8(text), width, wrapping, _DrawLimits(visible, y, at.step));
 
-    qreal widest = 0;
-    for (const _Line& line : lines)
-        widest = std::max(widest, line.width);
-    const qreal total = step * lines.size();
-    qreal top = y;
+    const qreal total = at.step * lines.size();
+    at.top = y;
     if (vAlign == LVAlignment::kCentre && height > 0)
-        top += std::floor((height - total) / 2);
+        at.top += std::floor((height - total) / 2);
+    at.left = SnapEdge(x);
+    at.ascent = std::round(metrics.ascent());
+    at.visibleTop = visible.top();
+    at.bottom = height > 0 ? std::min<qreal>(visible.bottom(), SnapEdge(y + height)) : visible.bottom();
+    at.width = width;
+    at.hAlign = hAlign;
     if (data.fillTextBackground)
-        FillRect(data, data.textBackground, x, y, width > 0 ? width : float(std::ceil(widest)),
+        FillRect(data, data.textBackground, x, y, width > 0 ? width : float(std::ceil(_Widest(lines))),
                  height > 0 ? height : float(total));
 
     context.save();
     context.setFont(font);
     context.setPen(LQtConvert::ToQColor(data.font.GetColor()));
-    const qreal left = SnapEdge(x), ascent = std::round(metrics.ascent());
-    for (size_t i = 0; i < lines.size(); ++i) {
-        const qreal lineTop = SnapEdge(top + step * i);
-        if (lineTop > visible.bottom())
-            break;
-        if (lineTop + step < visible.top() || lines[i].text.isEmpty())
-            continue;
-        const qreal lineX = left + _AlignedX(width, lines[i].width, hAlign);
-        context.drawText(QPointF(lineX, lineTop + ascent), lines[i].text);
-    }
+    _DrawLines(context, lines, at);
     context.restore();
 }
 
@@ -410,10 +450,7 @@ void LPaintSurface::_MeasureText(const PaintData& data, const char* text, float 
         const bool wrap = wrapWidth > 0;
         const std::vector<_Line> lines = _Layout(font, QString::fromUtf8(text), wrap ? wrapWidth : 0,
                                                  wrap ? LWrapping::kWord : LWrapping::kNone, _TextLimits());
-        qreal widest = 0;
-        for (const _Line& line : lines)
-            widest = std::max(widest, line.width);
-        measuredWidth = static_cast<float>(widest);
+        measuredWidth = static_cast<float>(_Widest(lines));
         measuredHeight = static_cast<float>(_LineStep(QFontMetricsF(font)) * lines.size());
     }
     if (width)

@@ -70,6 +70,10 @@ public:
 
     // Draws UTF-8 `text` in the current font. Width 0 means unbounded; alignment needs a width.
     // Empty or null text draws nothing; bytes that are not UTF-8 draw as replacement marks.
+    // Lines are _TextLineHeight apart from the box's top, or centred in a height above 0 (an
+    // odd spare pixel goes below); with a height above 0, lines that would start below the
+    // box are left out.
+    // Only the part of a text that can show in the painter's area is laid out.
     static void DrawText(PaintData& data, const char* text, float x, float y, float width,
                          float height, LHAlignment hAlign = LHAlignment::kLeft,
                          LVAlignment vAlign = LVAlignment::kTop,

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
 // Qt needs its application object before fonts and images; one is made if no other test
@@ -20,6 +21,8 @@ inline void EnsureQtApplication()
 {
     if (QCoreApplication::instance() != nullptr)
         return;
+    // Headless also when the test program is run by hand.
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
     static int argc = 1;
     static char name[] = "ui_tests";
     static char* argv[] = {name, nullptr};

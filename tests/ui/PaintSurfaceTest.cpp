@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -258,6 +259,59 @@ TEST(PaintSurfaceTest, GoldenImagesOfThePrimitives)
                                                               std::to_string(int(ratio)));
         }
     }
+}
+
+// Every call with no painter, or with values that are not numbers, infinite or absurd, draws
+// nothing it should not and leaves the path empty where it draws one.
+TEST(PaintSurfaceTest, AbsurdArgumentsAndNoPainterAreHarmless)
+{
+    const float nan = std::nanf(""), inf = std::numeric_limits<float>::infinity();
+    const LGuiImage image(SolidImage(3, 3, 1, Qt::green));
+    const std::vector<std::function<void(PaintData&)>> calls = {
+        [&](PaintData& d) { PS::FillRect(d, kRed, nan, 0, 5, 5); },
+        [&](PaintData& d) { PS::FillRect(d, LGuiSolidBrush(kRed), 0, inf, 5, 5); },
+        [&](PaintData& d) { PS::StrokeRect(d, kRed, -7, nan, 1, 4, 4); },
+        [&](PaintData& d) { PS::StrokeRect(d, kRed, 1 << 30, 1, 1, nan, 4); },
+        [&](PaintData& d) { PS::MoveTo(d, nan, 1); PS::LineTo(d, 5, inf); PS::StrokePath(d, kRed, 1); },
+        [&](PaintData& d) { PS::MoveTo(d, 1, 1); PS::StrokePath(d, kRed, 1); },
+        [&](PaintData& d) { PS::MoveTo(d, 1, 1); PS::LineTo(d, 1, 1); PS::StrokePath(d, kRed, 5); },
+        [&](PaintData& d) { PS::MoveTo(d, 1, 1); PS::LineTo(d, 3, 3); PS::FillPath(d, kRed); },
+        [&](PaintData& d) { PS::MoveTo(d, nan, nan); PS::LineTo(d, nan, 2); PS::LineTo(d, 3, nan); PS::FillPath(d, kRed); },
+        [&](PaintData& d) { PS::MoveTo(d, nan, 0); PS::LineTo(d, 6, 6); PS::LineTo(d, 6, 6); PS::StrokePath(d, kRed, 1); },
+        [&](PaintData& d) { PS::SetAlpha(d, nan); PS::SetStrokeColor(d, kRed); PS::SetAntiAlias(d, true); },
+        [&](PaintData& d) { PS::DrawImage(d, image, nan, 0); },
+        [&](PaintData& d) { PS::DrawImage(d, image, 0, 0, -3, 3); },
+        [&](PaintData& d) { PS::DrawImage(d, LGuiImage(), 0, 0); },
+        [&](PaintData& d) { PS::DrawText(d, "text", nan, 0, 10, 10); },
+        [&](PaintData& d) { PS::DrawText(d, "text", 0, 0, inf, 10); },
+        [&](PaintData& d) { PS::DrawText(d, "text", 1e30f, 0, 1e30f, 1e30f, LHAlignment::kRight, LVAlignment::kCentre, LWrapping::kWord); },
+        [&](PaintData& d) { PS::DrawText(d, "text text", -1e30f, 0, 1e30f, 10, LHAlignment::kCentre, LVAlignment::kTop, LWrapping::kEllipsis); },
+        [&](PaintData& d) { PS::_FillRectGradient(d, kRed, kBlue, true, 0, 0, nan, 4); },
+        [&](PaintData& d) { PS::_FillRectGradient(d, kRed, kBlue, false, 0, 0, 0, 4); },
+    };
+    for (size_t i = 0; i < calls.size(); ++i) {
+        SCOPED_TRACE(i);
+        PaintData noPainter;
+        calls[i](noPainter);
+        PaintCanvas canvas(kCanvasWidth, kCanvasHeight);
+        calls[i](canvas.data);
+        EXPECT_TRUE(canvas.data.path.empty());
+        for (int y = 0; y < kCanvasHeight; ++y)
+            for (int x = 0; x < kCanvasWidth; ++x)
+                ASSERT_FALSE(canvas.IsSet(x, y)) << x << "," << y;
+    }
+    float width = 1, height = 1;
+    PaintData noPainter;
+    PS::_MeasureText(noPainter, "text", nan, &width, &height);
+    PS::_MeasureText(noPainter, "text", 0, nullptr, nullptr);
+    EXPECT_EQ(width, 0);
+}
+
+TEST(PaintSurfaceTest, StrokeColourIsThePaintersPen)
+{
+    PaintCanvas canvas(kCanvasWidth, kCanvasHeight);
+    PS::SetStrokeColor(canvas.data, LGuiColorRef{0x3C00, 0x1000, 0xFFFF});
+    EXPECT_EQ(canvas.Painter().pen().color(), QColor(60, 16, 255));
 }
 
 TEST(GuiColorTest, OnlyTheHighByteCounts)
