@@ -190,8 +190,10 @@ void DJPitchSlider::_PaintThumb(PaintData& data, int height) const
     int left = GetThumbLeft();
     if (_pitch == kPitchMax)
         left -= 1;  // keeps the thumb's frame inside the groove at the far end
-    StrokeRect(data, kThumbFrameColour, 1, left, 2, _thumbWidth - 1, height - 5);
-    FillRect(data, kThumbFillColour, left + 1, 2.5f, _thumbWidth - 2, height - 6);
+    // The frame's lines lie on columns left and left + thumbWidth - 1 and on rows 2 and
+    // height - 3; the fill is what lies inside them.
+    StrokeRect(data, kThumbFrameColour, 1, left, 2, _thumbWidth, height - 4);
+    FillRect(data, kThumbFillColour, left + 1, 3, _thumbWidth - 2, height - 6);
     const int centre = left + _thumbWidth / 2;
     MoveTo(data, centre, kThumbLineInset);
     LineTo(data, centre, height - kThumbLineInset);
@@ -203,6 +205,7 @@ void DJPitchSlider::_PaintText(PaintData& data, int sliderWidth, int height) con
     FillRect(data, _textBackground, sliderWidth, 0, _valueWidth, height);
     LPaintSurface::SetFont(data.savedFont, data.font);
     data.font = _font;
+    data.font.SetColor(kTextColour);
     DrawText(data, "Pitch", sliderWidth + 2, kLabelY, _valueWidth, kValueY - kLabelY,
              LHAlignment::kCentre);
     DrawText(data, _text.data(), sliderWidth + 2, kValueY, _valueWidth,

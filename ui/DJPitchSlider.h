@@ -38,6 +38,7 @@ public:
     int GetTravel() const { return _travel; }
     int GetDragStartX() const { return _dragStartX; }
 
+    // Face and size of the text; its colour stays the slider's text colour.
     void SetTextFont(const LGuiFont& font) { _font = font; }
     void SetTextBackground(LGuiColorRef colour) { _textBackground = colour; }
 

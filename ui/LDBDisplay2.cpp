@@ -41,8 +41,6 @@ LDBDisplay2::LDBDisplay2()
     _level.channels = 1;
 }
 
-LDBDisplay2::~LDBDisplay2() = default;
-
 void LDBDisplay2::SetLevel(const LDBMC& level)
 {
     _level = level;
@@ -255,6 +253,8 @@ void LDBDisplay2::TimerAction()
         settled = settled && peak.pixel == 0 && peak.holdCount >= peak.holdMax;
     }
     Update();
-    if (!settled)
+    if (settled)
+        _timer.Kill();  // a tick run early must not leave an earlier setting behind
+    else
         _timer.Set(kTickMs);
 }

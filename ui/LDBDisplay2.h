@@ -22,7 +22,6 @@ public:
     static constexpr int kDesignTwoReserve = 14; // pixels design two keeps at the right
 
     LDBDisplay2();
-    ~LDBDisplay2() override;
 
     void SetLevel(const LDBMC& level);
     const LDBMC& GetLevel() const { return _level; }
