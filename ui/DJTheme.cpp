@@ -26,14 +26,38 @@ constexpr float kKillImageX = 4, kKillImageY = 4;
 constexpr float kLightImageX = 0, kLightImageY = 1;
 constexpr float kLightTextX = 10, kLightTextY = 0;
 
+// Button texts shrink to fit, but not below this.
+constexpr int kMinFittedFontPx = 8;
+// Room kept between a bottom button's text and its frame, each side.
+constexpr float kBottomTextPaddingPx = 2;
+
 constexpr const char* kSettingsSection = "Settings";
 constexpr const char* kMetalKey = "Metal";
 
-LGuiFont MakeFont(int heightPx, bool bold, LGuiColorRef colour)
+LGuiFont _MakeFont(int heightPx, bool bold, LGuiColorRef colour)
 {
     LGuiFont font;
     font.CreateFont(heightPx, bold, false, false, colour);
     return font;
+}
+
+// `font`, or the largest smaller size of it in which `text` fits `width`. The buttons' widths
+// are tight for the pinned family; a smaller text beats one that spills over the frame.
+LGuiFont _FitFont(const PaintData& data, const LGuiFont& font, const char* text, float width)
+{
+    PaintData probe;
+    probe.context = data.context;
+    probe.font = font;
+    for (int px = font.GetPixelSize(); px > kMinFittedFontPx; --px) {
+        float textWidth = 0;
+        Surface::_MeasureText(probe, text, 0, &textWidth, nullptr);
+        if (textWidth <= width) {
+            break;
+        }
+        probe.font.CreateFont(px - 1, font.GetWeight() >= LGuiFont::kWeightBold, font.IsItalic(),
+                              font.IsUnderline(), font.GetColor());
+    }
+    return probe.font;
 }
 }  // namespace
 
@@ -89,12 +113,12 @@ DJTheme::DJTheme()
       playLinePen(DJPalette::kPlayLinePen, DJPalette::kThinPenWidthPx),
       cueLinePen(DJPalette::kCueLinePen, DJPalette::kThinPenWidthPx),
       beatTickPen(DJPalette::kBeatTickPen, DJPalette::kBeatTickPenWidthPx),
-      smallLabelFont(MakeFont(kSmallLabelFontPx, false, DJPalette::kConsoleSurface)),
-      menuButtonFont(MakeFont(kMenuButtonFontPx, false, DJPalette::kLabelGrey)),
-      infoFont(MakeFont(kInfoFontPx, false, DJPalette::kInfoText)),
-      boldFont(MakeFont(kBoldFontPx, true, DJPalette::kSyncPlainText)),
-      deckLetterFont(MakeFont(kDeckLetterFontPx, true, DJPalette::kDeckLetter)),
-      progressFont(MakeFont(kProgressFontPx, false, DJPalette::kAutoPlayBoxFrame))
+      smallLabelFont(_MakeFont(kSmallLabelFontPx, false, DJPalette::kConsoleSurface)),
+      menuButtonFont(_MakeFont(kMenuButtonFontPx, false, DJPalette::kLabelGrey)),
+      infoFont(_MakeFont(kInfoFontPx, false, DJPalette::kInfoText)),
+      boldFont(_MakeFont(kBoldFontPx, true, DJPalette::kSyncPlainText)),
+      deckLetterFont(_MakeFont(kDeckLetterFontPx, true, DJPalette::kDeckLetter)),
+      progressFont(_MakeFont(kProgressFontPx, false, DJPalette::kAutoPlayBoxFrame))
 {
     DJThemeRegisterImages();
     auto images = std::make_shared<Images>();
@@ -180,7 +204,9 @@ void DJTheme::DrawMenuButton(PaintData& data, bool lit, const char* text) const
     }
     Surface::DrawImage(data, GetImage(lit ? DJImage::kLoopMenuDown : DJImage::kLoopMenuUp),
                        data.x + kMenuArrowX, data.y + kMenuArrowY);
-    _DrawText(data, menuButtonFont, menuButtonText, text, data.x + kMenuTextX, data.y + kMenuTextY);
+    // The text ends before the arrow.
+    const LGuiFont font = _FitFont(data, menuButtonFont, text, kMenuArrowX - kMenuTextX - 1);
+    _DrawText(data, font, menuButtonText, text, data.x + kMenuTextX, data.y + kMenuTextY);
 }
 
 void DJTheme::DrawFxItem(PaintData& data, bool lit, const char* text) const
@@ -239,7 +265,8 @@ void DJTheme::DrawBottomButton(PaintData& data, const char* text, bool lit) cons
     Surface::FillRect(data, lit ? bottomLitFace : bottomFace, data.x + 1, data.y + 1,
                       data.width - 2, data.height - 2);
     // Light text on the dark lit face, dark text on the plain one.
-    const LGuiFont font = data.font;
+    const LGuiFont font =
+        _FitFont(data, data.font, text, data.width - 2 - 2 * kBottomTextPaddingPx);
     _DrawText(data, font, lit ? bottomFace : labelText, text, data.x, data.y, data.width,
               data.height, LHAlignment::kCentre, LVAlignment::kCentre);
 }

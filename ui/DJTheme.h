@@ -80,16 +80,26 @@ public:
     void DrawCorners(PaintData& data, float x, float y, float width, float height,
                      DJImage topLeft, DJImage topRight, DJImage bottomRight,
                      DJImage bottomLeft) const;
+    // A one-pixel frame just inside data's rectangle: button frame pen, hot pen, or `pen`.
     void DrawButtonBorder(PaintData& data) const;
     void DrawButtonBorderHot(PaintData& data) const;
     void DrawButtonBorder(PaintData& data, const LGuiPen& pen) const;
+    // The image button: face; when lit the pressed inner colour inset by 2; the down image if
+    // lit, else the up one, placed where the down image is centred; the frame.
     void DrawPlayControlButton(PaintData& data, bool lit, DJImage up, DJImage down) const;
+    // Face, lit inner, the menu arrow at (33, 5), the text at (4, 2) ending before the arrow.
     void DrawMenuButton(PaintData& data, bool lit, const char* text) const;
+    // An effect's name row: lit or face fill, a sunken frame, the text at (4, 2).
     void DrawFxItem(PaintData& data, bool lit, const char* text) const;
+    // Lit or face fill, a black frame, and an "E" or a triangle pointing right.
     void DrawFxEditButton(PaintData& data, bool lit) const;
     void DrawFxOnOffButton(PaintData& data, bool lit) const;
+    // Frame, face, and the kill image (down when lit) at (4, 4).
     void DrawKillButton(PaintData& data, bool lit) const;
+    // Frame colour, lit or plain face inside it, the text centred in the current font (a size
+    // smaller where it would not fit).
     void DrawBottomButton(PaintData& data, const char* text, bool lit) const;
+    // Dark fill, the light image on or off at (0, 1), the name at (10, 0).
     void DrawAutoPlayLightButton(PaintData& data, bool lit) const;
     void DrawRecordingLightButton(PaintData& data, bool lit) const;
 

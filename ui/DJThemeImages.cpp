@@ -62,21 +62,21 @@ struct ImageSpec {
     Corner corner;
 };
 
-QPolygonF Triangle(QPointF a, QPointF b, QPointF c)
+QPolygonF _Triangle(QPointF a, QPointF b, QPointF c)
 {
     QPolygonF polygon;
     polygon << a << b << c;
     return polygon;
 }
 
-void FillPolygon(QPainter& painter, const QPolygonF& polygon, const QColor& colour)
+void _FillPolygon(QPainter& painter, const QPolygonF& polygon, const QColor& colour)
 {
     painter.setPen(Qt::NoPen);
     painter.setBrush(colour);
     painter.drawPolygon(polygon);
 }
 
-void StrokePath(QPainter& painter, const QPainterPath& path, const QColor& colour, qreal width)
+void _StrokeQPath(QPainter& painter, const QPainterPath& path, const QColor& colour, qreal width)
 {
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(colour, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
@@ -84,86 +84,86 @@ void StrokePath(QPainter& painter, const QPainterPath& path, const QColor& colou
 }
 
 // A flag on a pole at the left of a cue glyph, its pole at `x`.
-void DrawCueFlag(QPainter& painter, qreal x, const QColor& colour)
+void _DrawCueFlag(QPainter& painter, qreal x, const QColor& colour)
 {
     painter.setPen(Qt::NoPen);
     painter.setBrush(colour);
     painter.drawRect(QRectF(x, 1, 2, 10));
-    FillPolygon(painter, Triangle({x + 2, 1}, {x + 7, 3.5}, {x + 2, 6}), colour);
+    _FillPolygon(painter, _Triangle({x + 2, 1}, {x + 7, 3.5}, {x + 2, 6}), colour);
 }
 
-void DrawPlay(QPainter& painter, const ImageSpec& spec)
+void _DrawPlay(QPainter& painter, const ImageSpec& spec)
 {
-    FillPolygon(painter, Triangle({4, 1}, {4, 11}, {13, 6}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({4, 1}, {4, 11}, {13, 6}), ToQColor(spec.colour));
 }
 
-void DrawCuePause(QPainter& painter, const ImageSpec& spec)
+void _DrawCuePause(QPainter& painter, const ImageSpec& spec)
 {
     const QColor colour = ToQColor(spec.colour);
-    DrawCueFlag(painter, 1, colour);
+    _DrawCueFlag(painter, 1, colour);
     painter.setBrush(colour);
     painter.drawRect(QRectF(8, 2, 3, 8));
     painter.drawRect(QRectF(12, 2, 3, 8));
 }
 
-void DrawCuePlay(QPainter& painter, const ImageSpec& spec)
+void _DrawCuePlay(QPainter& painter, const ImageSpec& spec)
 {
     const QColor colour = ToQColor(spec.colour);
-    DrawCueFlag(painter, 1, colour);
-    FillPolygon(painter, Triangle({9, 1.5}, {9, 10.5}, {15, 6}), colour);
+    _DrawCueFlag(painter, 1, colour);
+    _FillPolygon(painter, _Triangle({9, 1.5}, {9, 10.5}, {15, 6}), colour);
 }
 
-void DrawSetCue(QPainter& painter, const ImageSpec& spec)
+void _DrawSetCue(QPainter& painter, const ImageSpec& spec)
 {
     const QColor colour = ToQColor(spec.colour);
-    DrawCueFlag(painter, 1, colour);
+    _DrawCueFlag(painter, 1, colour);
     painter.setBrush(colour);
     painter.drawRect(QRectF(9, 5, 6, 2));
     painter.drawRect(QRectF(11, 2, 2, 8));
 }
 
-void DrawLoop(QPainter& painter, const ImageSpec& spec)
+void _DrawLoop(QPainter& painter, const ImageSpec& spec)
 {
     const QColor colour = ToQColor(spec.colour);
     QPainterPath loop;
     loop.addRoundedRect(QRectF(2.5, 2.5, 11, 7), 3.5, 3.5);
-    StrokePath(painter, loop, colour, kGlyphStrokePx);
+    _StrokeQPath(painter, loop, colour, kGlyphStrokePx);
     // Heads on the top run (going right) and the bottom run (going left).
-    FillPolygon(painter, Triangle({6.5, 0}, {6.5, 5}, {10.5, 2.5}), colour);
-    FillPolygon(painter, Triangle({9.5, 7}, {9.5, 12}, {5.5, 9.5}), colour);
+    _FillPolygon(painter, _Triangle({6.5, 0}, {6.5, 5}, {10.5, 2.5}), colour);
+    _FillPolygon(painter, _Triangle({9.5, 7}, {9.5, 12}, {5.5, 9.5}), colour);
 }
 
-void DrawMenuArrow(QPainter& painter, const ImageSpec& spec)
+void _DrawMenuArrow(QPainter& painter, const ImageSpec& spec)
 {
-    FillPolygon(painter, Triangle({0.5, 1}, {7.5, 1}, {4, 5.5}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({0.5, 1}, {7.5, 1}, {4, 5.5}), ToQColor(spec.colour));
 }
 
-void DrawHeadphones(QPainter& painter, const ImageSpec& spec)
+void _DrawHeadphones(QPainter& painter, const ImageSpec& spec)
 {
     const QColor colour = ToQColor(spec.colour);
     const QRectF band(2.5, 2, 11, 12);
     QPainterPath arc;
     arc.arcMoveTo(band, 180);
     arc.arcTo(band, 180, -180);
-    StrokePath(painter, arc, colour, kGlyphStrokePx);
+    _StrokeQPath(painter, arc, colour, kGlyphStrokePx);
     painter.setPen(Qt::NoPen);
     painter.setBrush(colour);
     painter.drawRoundedRect(QRectF(1, 7.5, 3.5, 6), 1.2, 1.2);
     painter.drawRoundedRect(QRectF(11.5, 7.5, 3.5, 6), 1.2, 1.2);
 }
 
-void DrawKillUp(QPainter& painter, const ImageSpec& spec)
+void _DrawKillUp(QPainter& painter, const ImageSpec& spec)
 {
     const QColor colour = ToQColor(spec.colour);
     QPainterPath glyph;
     glyph.addEllipse(QPointF(6, 6), 4.75, 4.75);
     glyph.moveTo(2.6, 2.6);
     glyph.lineTo(9.4, 9.4);
-    StrokePath(painter, glyph, colour, 1.5);
+    _StrokeQPath(painter, glyph, colour, 1.5);
 }
 
 // Lit: a red disc with a light stroke, plain to see on the button face.
-void DrawKillDown(QPainter& painter, const ImageSpec& spec)
+void _DrawKillDown(QPainter& painter, const ImageSpec& spec)
 {
     painter.setPen(Qt::NoPen);
     painter.setBrush(ToQColor(spec.colour));
@@ -171,20 +171,20 @@ void DrawKillDown(QPainter& painter, const ImageSpec& spec)
     QPainterPath slash;
     slash.moveTo(2.8, 2.8);
     slash.lineTo(9.2, 9.2);
-    StrokePath(painter, slash, ToQColor(DJPalette::kScanningText), 1.75);
+    _StrokeQPath(painter, slash, ToQColor(DJPalette::kScanningText), 1.75);
 }
 
-void DrawArrowLeft(QPainter& painter, const ImageSpec& spec)
+void _DrawArrowLeft(QPainter& painter, const ImageSpec& spec)
 {
-    FillPolygon(painter, Triangle({6.5, 0.5}, {6.5, 9.5}, {0.5, 5}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({6.5, 0.5}, {6.5, 9.5}, {0.5, 5}), ToQColor(spec.colour));
 }
 
-void DrawArrowRight(QPainter& painter, const ImageSpec& spec)
+void _DrawArrowRight(QPainter& painter, const ImageSpec& spec)
 {
-    FillPolygon(painter, Triangle({0.5, 0.5}, {0.5, 9.5}, {6.5, 5}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({0.5, 0.5}, {0.5, 9.5}, {6.5, 5}), ToQColor(spec.colour));
 }
 
-void DrawCorner(QPainter& painter, const ImageSpec& spec)
+void _DrawCorner(QPainter& painter, const ImageSpec& spec)
 {
     const qreal w = spec.width;
     const qreal h = spec.height;
@@ -205,7 +205,7 @@ void DrawCorner(QPainter& painter, const ImageSpec& spec)
 }
 
 // The right end of the top strip: outside a half disc on the left edge, in the surface colour.
-void DrawStripEnd(QPainter& painter, const ImageSpec& spec)
+void _DrawStripEnd(QPainter& painter, const ImageSpec& spec)
 {
     QPainterPath square;
     square.addRect(QRectF(0, 0, spec.width, spec.height));
@@ -216,12 +216,12 @@ void DrawStripEnd(QPainter& painter, const ImageSpec& spec)
     painter.drawPath(square.subtracted(halfDisc));
 }
 
-void DrawBarMark(QPainter& painter, const ImageSpec& spec)
+void _DrawBarMark(QPainter& painter, const ImageSpec& spec)
 {
-    FillPolygon(painter, Triangle({0, 0}, {7, 0}, {3.5, 7}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({0, 0}, {7, 0}, {3.5, 7}), ToQColor(spec.colour));
 }
 
-void DrawLight(QPainter& painter, QColor centre, QColor edge)
+void _DrawLight(QPainter& painter, QColor centre, QColor edge)
 {
     const QPointF middle(4, 5);
     QRadialGradient glow(middle, 3.75, QPointF(3.2, 4.2));
@@ -232,18 +232,18 @@ void DrawLight(QPainter& painter, QColor centre, QColor edge)
     painter.drawEllipse(middle, 3.5, 3.5);
 }
 
-void DrawLightOn(QPainter& painter, const ImageSpec&)
+void _DrawLightOn(QPainter& painter, const ImageSpec&)
 {
-    DrawLight(painter, ToQColor(DJPalette::kFxLit), ToQColor(DJPalette::kButtonFrameHotPen));
+    _DrawLight(painter, ToQColor(DJPalette::kFxLit), ToQColor(DJPalette::kButtonFrameHotPen));
 }
 
-void DrawLightOff(QPainter& painter, const ImageSpec&)
+void _DrawLightOff(QPainter& painter, const ImageSpec&)
 {
-    DrawLight(painter, ToQColor(DJPalette::kLabelGrey), ToQColor(DJPalette::kDeckSurface));
+    _DrawLight(painter, ToQColor(DJPalette::kLabelGrey), ToQColor(DJPalette::kDeckSurface));
 }
 
 // A record on a recessed plate, with a tone arm.
-void DrawConsole(QPainter& painter, const ImageSpec& spec)
+void _DrawConsole(QPainter& painter, const ImageSpec& spec)
 {
     const QRectF plate(0.5, 0.5, spec.width - 1, spec.height - 1);
     QLinearGradient shade(plate.topLeft(), plate.bottomLeft());
@@ -276,7 +276,7 @@ void DrawConsole(QPainter& painter, const ImageSpec& spec)
     arm.moveTo(pivot);
     arm.lineTo(pivot.x() - 6, 120);
     arm.lineTo(pivot.x() - 26, 150);
-    StrokePath(painter, arm, ToQColor(DJPalette::kButtonFace), 3);
+    _StrokeQPath(painter, arm, ToQColor(DJPalette::kButtonFace), 3);
     painter.setPen(Qt::NoPen);
     painter.setBrush(ToQColor(DJPalette::kLabelGrey));
     painter.drawEllipse(pivot, 7, 7);
@@ -295,51 +295,51 @@ constexpr Corner kTL = Corner::kTopLeft, kTR = Corner::kTopRight, kBR = Corner::
 
 // clang-format off
 const ImageSpec kImages[] = {
-    {DJImage::kLoopUp, 16, 12, "loop", DrawLoop, kUp, kTL},
-    {DJImage::kCuePlayUp, 16, 12, "cue play", DrawCuePlay, kUp, kTL},
-    {DJImage::kCuePauseUp, 16, 12, "cue pause", DrawCuePause, kUp, kTL},
-    {DJImage::kSetCueUp, 16, 12, "set cue mark", DrawSetCue, kUp, kTL},
-    {DJImage::kLoopMenuUp, 8, 6, "loop menu arrow", DrawMenuArrow, kUp, kTL},
-    {DJImage::kHeadphonesUp, 16, 14, "headphones", DrawHeadphones, kUp, kTL},
-    {DJImage::kPlayUp, 16, 12, "play", DrawPlay, kUp, kTL},
-    {DJImage::kPlayDown, 16, 12, "play, down", DrawPlay, kDown, kTL},
-    {DJImage::kLoopDown, 16, 12, "loop, down", DrawLoop, kDown, kTL},
-    {DJImage::kLoopMenuDown, 8, 6, "loop menu arrow, down", DrawMenuArrow, kDown, kTL},
-    {DJImage::kCuePauseDown, 16, 12, "cue pause, down", DrawCuePause, kDown, kTL},
-    {DJImage::kCuePlayDown, 16, 12, "cue play, down", DrawCuePlay, kDown, kTL},
-    {DJImage::kSetCueDown, 16, 12, "set cue mark, down", DrawSetCue, kDown, kTL},
-    {DJImage::kHeadphonesDown, 16, 14, "headphones, down", DrawHeadphones, kDown, kTL},
-    {DJImage::kGroupCornerBottomLeft, 4, 4, "group, bottom left", DrawCorner, kDeck, kBL},
-    {DJImage::kGroupCornerBottomRight, 4, 4, "group, bottom right", DrawCorner, kDeck, kBR},
-    {DJImage::kGroupCornerTopLeft, 4, 4, "group, top left", DrawCorner, kDeck, kTL},
-    {DJImage::kGroupCornerTopRight, 4, 4, "group, top right", DrawCorner, kDeck, kTR},
-    {DJImage::kKillUp, 12, 12, "kill", DrawKillUp, kUp, kTL},
-    {DJImage::kKillDown, 12, 12, "kill, down", DrawKillDown, kRed, kTL},
-    {DJImage::kConsoleCorner4, 6, 6, "console, bottom left", DrawCorner, kWindow, kBL},
-    {DJImage::kConsoleCorner3, 6, 6, "console, bottom right", DrawCorner, kWindow, kBR},
-    {DJImage::kConsoleCorner1, 6, 6, "console, top left", DrawCorner, kWindow, kTL},
-    {DJImage::kConsoleCorner2, 6, 6, "console, top right", DrawCorner, kWindow, kTR},
-    {DJImage::kSmallCornerBottomLeft, 4, 4, "small, bottom left", DrawCorner, kWindow, kBL},
-    {DJImage::kSmallCornerBottomRight, 4, 4, "small, bottom right", DrawCorner, kWindow, kBR},
-    {DJImage::kSmallCornerTopLeft, 4, 4, "small, top left", DrawCorner, kWindow, kTL},
-    {DJImage::kSmallCornerTopRight, 4, 4, "small, top right", DrawCorner, kWindow, kTR},
-    {DJImage::kConsoleBackground, 180, 276, "console background", DrawConsole, kDeck, kTL},
-    {DJImage::kTopStripEnd, 4, 8, "top strip end", DrawStripEnd, kDeck, kTL},
-    {DJImage::kDeckCornerTopRight, 6, 6, "deck, top right", DrawCorner, kWindow, kTR},
-    {DJImage::kDeckCornerTopLeft, 6, 6, "deck, top left", DrawCorner, kWindow, kTL},
-    {DJImage::kDeckCornerBottomRight, 6, 6, "deck, bottom right", DrawCorner, kWindow, kBR},
-    {DJImage::kDeckCornerBottomLeft, 6, 6, "deck, bottom left", DrawCorner, kWindow, kBL},
-    {DJImage::kBarMark, 7, 7, "bar mark", DrawBarMark, kWhite, kTL},
-    {DJImage::kBendDownUp, 7, 10, "bend down, fade left", DrawArrowLeft, kUp, kTL},
-    {DJImage::kBendDownDown, 7, 10, "bend down, fade left, down", DrawArrowLeft, kDown, kTL},
-    {DJImage::kBendUpUp, 7, 10, "bend up, fade right", DrawArrowRight, kUp, kTL},
-    {DJImage::kBendUpDown, 7, 10, "bend up, fade right, down", DrawArrowRight, kDown, kTL},
-    {DJImage::kLightOn, 8, 10, "light on", DrawLightOn, kUp, kTL},
-    {DJImage::kLightOff, 8, 10, "light off", DrawLightOff, kUp, kTL},
+    {DJImage::kLoopUp, 16, 12, "loop", _DrawLoop, kUp, kTL},
+    {DJImage::kCuePlayUp, 16, 12, "cue play", _DrawCuePlay, kUp, kTL},
+    {DJImage::kCuePauseUp, 16, 12, "cue pause", _DrawCuePause, kUp, kTL},
+    {DJImage::kSetCueUp, 16, 12, "set cue mark", _DrawSetCue, kUp, kTL},
+    {DJImage::kLoopMenuUp, 8, 6, "loop menu arrow", _DrawMenuArrow, kUp, kTL},
+    {DJImage::kHeadphonesUp, 16, 14, "headphones", _DrawHeadphones, kUp, kTL},
+    {DJImage::kPlayUp, 16, 12, "play", _DrawPlay, kUp, kTL},
+    {DJImage::kPlayDown, 16, 12, "play, down", _DrawPlay, kDown, kTL},
+    {DJImage::kLoopDown, 16, 12, "loop, down", _DrawLoop, kDown, kTL},
+    {DJImage::kLoopMenuDown, 8, 6, "loop menu arrow, down", _DrawMenuArrow, kDown, kTL},
+    {DJImage::kCuePauseDown, 16, 12, "cue pause, down", _DrawCuePause, kDown, kTL},
+    {DJImage::kCuePlayDown, 16, 12, "cue play, down", _DrawCuePlay, kDown, kTL},
+    {DJImage::kSetCueDown, 16, 12, "set cue mark, down", _DrawSetCue, kDown, kTL},
+    {DJImage::kHeadphonesDown, 16, 14, "headphones, down", _DrawHeadphones, kDown, kTL},
+    {DJImage::kGroupCornerBottomLeft, 4, 4, "group, bottom left", _DrawCorner, kDeck, kBL},
+    {DJImage::kGroupCornerBottomRight, 4, 4, "group, bottom right", _DrawCorner, kDeck, kBR},
+    {DJImage::kGroupCornerTopLeft, 4, 4, "group, top left", _DrawCorner, kDeck, kTL},
+    {DJImage::kGroupCornerTopRight, 4, 4, "group, top right", _DrawCorner, kDeck, kTR},
+    {DJImage::kKillUp, 12, 12, "kill", _DrawKillUp, kUp, kTL},
+    {DJImage::kKillDown, 12, 12, "kill, down", _DrawKillDown, kRed, kTL},
+    {DJImage::kConsoleCorner4, 6, 6, "console, bottom left", _DrawCorner, kWindow, kBL},
+    {DJImage::kConsoleCorner3, 6, 6, "console, bottom right", _DrawCorner, kWindow, kBR},
+    {DJImage::kConsoleCorner1, 6, 6, "console, top left", _DrawCorner, kWindow, kTL},
+    {DJImage::kConsoleCorner2, 6, 6, "console, top right", _DrawCorner, kWindow, kTR},
+    {DJImage::kSmallCornerBottomLeft, 4, 4, "small, bottom left", _DrawCorner, kWindow, kBL},
+    {DJImage::kSmallCornerBottomRight, 4, 4, "small, bottom right", _DrawCorner, kWindow, kBR},
+    {DJImage::kSmallCornerTopLeft, 4, 4, "small, top left", _DrawCorner, kWindow, kTL},
+    {DJImage::kSmallCornerTopRight, 4, 4, "small, top right", _DrawCorner, kWindow, kTR},
+    {DJImage::kConsoleBackground, 180, 276, "console background", _DrawConsole, kDeck, kTL},
+    {DJImage::kTopStripEnd, 4, 8, "top strip end", _DrawStripEnd, kDeck, kTL},
+    {DJImage::kDeckCornerTopRight, 6, 6, "deck, top right", _DrawCorner, kWindow, kTR},
+    {DJImage::kDeckCornerTopLeft, 6, 6, "deck, top left", _DrawCorner, kWindow, kTL},
+    {DJImage::kDeckCornerBottomRight, 6, 6, "deck, bottom right", _DrawCorner, kWindow, kBR},
+    {DJImage::kDeckCornerBottomLeft, 6, 6, "deck, bottom left", _DrawCorner, kWindow, kBL},
+    {DJImage::kBarMark, 7, 7, "bar mark", _DrawBarMark, kWhite, kTL},
+    {DJImage::kBendDownUp, 7, 10, "bend down, fade left", _DrawArrowLeft, kUp, kTL},
+    {DJImage::kBendDownDown, 7, 10, "bend down, fade left, down", _DrawArrowLeft, kDown, kTL},
+    {DJImage::kBendUpUp, 7, 10, "bend up, fade right", _DrawArrowRight, kUp, kTL},
+    {DJImage::kBendUpDown, 7, 10, "bend up, fade right, down", _DrawArrowRight, kDown, kTL},
+    {DJImage::kLightOn, 8, 10, "light on", _DrawLightOn, kUp, kTL},
+    {DJImage::kLightOff, 8, 10, "light off", _DrawLightOff, kUp, kTL},
 };
 // clang-format on
 
-QImage Render(const ImageSpec& spec, qreal devicePixelRatio)
+QImage _Render(const ImageSpec& spec, qreal devicePixelRatio)
 {
     if (!std::isfinite(devicePixelRatio) || devicePixelRatio <= 0 ||
         devicePixelRatio > kMaxDevicePixelRatio) {
@@ -381,7 +381,7 @@ void DJThemeRegisterImages()
     std::call_once(registered, [] {
         for (const ImageSpec& spec : kImages) {
             LImageResources::Register(static_cast<int>(spec.number),
-                                      [&spec](qreal ratio) { return Render(spec, ratio); });
+                                      [&spec](qreal ratio) { return _Render(spec, ratio); });
         }
     });
 }
