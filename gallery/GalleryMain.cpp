@@ -1,0 +1,112 @@
+// orvane-gallery: one window with every control, button look and theme image of the toolkit,
+// for developers and for the screenshot tests. Not installed.
+#include "base/LSafeWrite.h"
+#include "gallery/GalleryLayout.h"
+#include "gallery/GalleryWindow.h"
+#include "ui/LGuiApplication.h"
+
+#include <QBuffer>
+#include <QByteArray>
+#include <QPixmap>
+#include <QWidget>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+enum ExitCode : int { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
+
+struct Options {
+    bool still = false;
+    std::string screenshot;  // empty: run the window
+};
+
+void _PrintUsage(FILE* to)
+{
+    std::fprintf(to,
+                 "Usage: orvane-gallery [--still] [--screenshot FILE.png]\n"
+                 "  --still       start with the meters' test signal off, so nothing moves\n"
+                 "  --screenshot  render the window into FILE.png and exit (no display needed)\n");
+}
+
+bool _IsSet(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value && value[0];
+}
+
+// Answers an exit code when the program should end at once, else -1.
+int _ParseOptions(int argc, char** argv, Options& options)
+{
+    for (int i = 1; i < argc; ++i) {
+        const char* arg = argv[i];
+        if (std::strcmp(arg, "--help") == 0) {
+            _PrintUsage(stdout);
+            return kExitOk;
+        }
+        if (std::strcmp(arg, "--still") == 0) {
+            options.still = true;
+        } else if (std::strcmp(arg, "--screenshot") == 0 && i + 1 < argc && argv[i + 1][0]) {
+            options.screenshot = argv[++i];
+        } else {
+            std::fprintf(stderr, "orvane-gallery: unexpected argument '%s'\n", arg);
+            _PrintUsage(stderr);
+            return kExitUsage;
+        }
+    }
+    return -1;
+}
+
+// The window as it paints, into a PNG written whole or not at all.
+int _SaveScreenshot(GalleryWindow& window, const std::string& path)
+{
+    const QPixmap pixmap = window.GetWidget()->grab();
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (pixmap.isNull() || !pixmap.save(&buffer, "PNG")) {
+        std::fprintf(stderr, "orvane-gallery: could not render the window\n");
+        return kExitFailed;
+    }
+    if (!LSafeWriteFile(path.c_str(), png.constData(), static_cast<size_t>(png.size()))) {
+        std::fprintf(stderr, "orvane-gallery: cannot write %s\n", path.c_str());
+        return kExitFailed;
+    }
+    return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    if (const int code = _ParseOptions(argc, argv, options); code >= 0) {
+        return code;
+    }
+    // A screenshot needs no display: without one it renders off screen.
+    if (!options.screenshot.empty() && !_IsSet("DISPLAY") && !_IsSet("WAYLAND_DISPLAY") &&
+        !_IsSet("QT_QPA_PLATFORM")) {
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    }
+    const char* why = nullptr;
+    if (!LGuiApplication::CanStart(&why)) {
+        std::fprintf(stderr, "orvane-gallery: %s\n", why ? why : "no display");
+        return kExitFailed;
+    }
+    LGuiApplication application(argc, argv);
+    GalleryMeters meters = options.still ? GalleryMeters::kSilent : GalleryMeters::kMoving;
+    if (!options.screenshot.empty()) {
+        meters = GalleryMeters::kHeld;
+    }
+    GalleryWindow window(meters);
+    window.CreateTopLevel(GalleryLayout::kTitle, GalleryLayout::kWindowWidth,
+                          GalleryLayout::kWindowHeight);
+    if (!options.screenshot.empty()) {
+        return _SaveScreenshot(window, options.screenshot);
+    }
+    window.Show();
+    return application.Run();
+}
