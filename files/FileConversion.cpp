@@ -2,6 +2,7 @@
 
 #include "base/LProgressDialog.h"
 #include "base/LSafeWrite.h"
+#include "files/LCmdLineDecodeStream.h"
 #include "files/LFilesSettings.h"
 #include "files/LGenSource.h"
 #include "sound/LCrossMix.h"
@@ -80,12 +81,18 @@ LProcessResult Process(LProcessInterface& process, LPRSourceToSink& job)
     }
     const int channels = source->GetChannels();
     std::vector<int> buffer(size_t(kBlockFrames) * kBlocksPerRound * channels);
+    // A source that follows an outside decoder waits for it inside Read; a stop ends that wait.
+    LStreamingReadScope following(process);
     double progress = 0;
     for (int remaining = total; remaining > 0;) {
         if (process.IsToStop())
             return kProcessStopped;
         const int frames = std::min(remaining, kBlockFrames * kBlocksPerRound);
         source->Read(buffer.data(), frames);
+        if (process.IsToStop())
+            return kProcessStopped;
+        if (following.DecoderFailed())
+            return kProcessFailed;
         job.sink->Write(buffer.data(), frames);
         if (job.sink->GetError() & kSinkErrorFlag)
             return kProcessFailed;

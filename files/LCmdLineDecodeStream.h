@@ -1,0 +1,50 @@
+#pragma once
+
+#include "base/LProcessInterface.h"
+#include "sound/LSoundSource.h"
+
+#include <memory>
+#include <thread>
+
+struct LDecoderRun;
+
+// Reading a decoder's WAVE output while the decoder is still writing it, so that a conversion
+// runs alongside the decoder instead of after it.
+//
+// A decoder that knows the length writes a whole header first (flac, oggdec). Once it is
+// there, the output opens as a source whose end is the length announced, and whose Read waits
+// until the decoder has written the frames asked for, or has exited: it never reads past what
+// is written. When the decoder has exited the file is read as it was left, and a decoder that
+// wrote fewer frames than it announced has failed (see LStreamingReadScope).
+
+// The long task that reads, on its own thread, from a source that may wait for a decoder: a
+// stop asked of it ends those waits (the frames not yet written read as silence), and it hears
+// of a decoder that stopped short. Scopes nest; the innermost counts.
+class LStreamingReadScope {
+public:
+    explicit LStreamingReadScope(LProcessInterface& process);
+    ~LStreamingReadScope();
+    LStreamingReadScope(const LStreamingReadScope&) = delete;
+    LStreamingReadScope& operator=(const LStreamingReadScope&) = delete;
+
+    // True once a decoder read in this scope exited short of the length it announced.
+    bool DecoderFailed() const { return _decoderFailed; }
+
+    // For the sources: the scope of the calling thread, or null.
+    static LStreamingReadScope* Current();
+    bool IsToStop() { return _process.IsToStop(); }
+    void SetDecoderFailed() { _decoderFailed = true; }
+
+private:
+    LProcessInterface& _process;
+    LStreamingReadScope* _outer;
+    bool _decoderFailed = false;
+};
+
+// The output at `path` of `run` as a source that follows the decoder, once its header
+// announces a length; a closed source (error 1) while it does not yet (or never will: a
+// placeholder length). Takes over `helper` only on success.
+LSoundSource LOpenDecoderOutputWhileWritten(const std::shared_ptr<LDecoderRun>& run, std::thread& helper,
+                                            const char* path);
+// Whether the header at `path` is whole and tells the length (false for a placeholder).
+bool LDecoderOutputAnnouncesLength(const char* path);
