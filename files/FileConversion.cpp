@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -213,6 +214,11 @@ int FileConversion::CheckCache(OpaqueWindowPtr* owner)
 
 int FileConversion::Convert()
 {
+    // Declared first, so that it outlasts the source: a source that follows an outside decoder
+    // and is closed after a stop then abandons the decoder instead of waiting for it.
+    std::optional<LStreamingReadScope> following;
+    if (LProcessInterface* task = _GetTask())
+        following.emplace(*task);
     LSoundSource source;
     if (PrepareSoundSource(source) != kProcessFinished) {
         ConversionComplete(false);

@@ -57,6 +57,9 @@ public:
     bool GetSuccess() const { return _success; }
 
 protected:
+    // The task whose stop ends the job, where it has one of its own.
+    virtual LProcessInterface* _GetTask() { return nullptr; }
+
     char _sourcePath[LFile::kPathBytes] = "";
     char _cachedPath[LFile::kPathBytes] = "";
     bool _cachedPathValid = false;
@@ -153,6 +156,9 @@ public:
     void ConversionComplete(bool success) override;
     LProcessResult PrepareSoundSource(LSoundSource& source) override;
     LProcessResult ProcessSourceToSink(LPRSourceToSink& job) override;
+
+protected:
+    LProcessInterface* _GetTask() override { return &_counter; }
 
 private:
     void EvNotify() override;

@@ -332,13 +332,15 @@ LProcessResult _WaitForOutput(LProcessInterface& process, const std::shared_ptr<
             run->Abandon(helper);
             return kProcessStopped;
         }
+        // Also a decoder that has already finished: it is then read as it left its output, so
+        // that one that stopped short fails alike however fast it was.
+        stream = LOpenDecoderOutputWhileWritten(run, helper, output);
+        if (stream->GetError() == kErrNone)
+            return kProcessFinished;
         if (waited == kProcessFinished) {
             helper.join();
             return run->result.load();
         }
-        stream = LOpenDecoderOutputWhileWritten(run, helper, output);
-        if (stream->GetError() == kErrNone)
-            return kProcessFinished;
     }
 }
 

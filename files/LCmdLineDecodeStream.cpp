@@ -74,21 +74,27 @@ public:
     ~LDecoderOutputSource() override
     {
         _inner.Close();
-        if (_final)
-            _JoinHelper();
-        else
+        LStreamingReadScope* scope = LStreamingReadScope::Current();
+        if (!_final && (_giveUp->load() || (scope && scope->IsToStop())))
             _run->Abandon(_helper);
+        else
+            _JoinHelper();  // the decoder ends by itself; what it leaves goes with the source
         close(_fd);
     }
 
     void Read(int* buffer, int frames) override
     {
+        LStreamingReadScope* scope = LStreamingReadScope::Current();
+        if (scope && !_final)
+            scope->Watch(_giveUp);
         if (frames > 0 && !_final && !_Follow(int64_t(_inner->GetPositionSample()) + frames)) {
             // A stop: the reader will not use these frames, so nothing is waited for.
             std::fill(buffer, buffer + size_t(frames) * channels, 0);
             _inner->Seek(_inner->GetPositionSample() + frames);
             return;
         }
+        if (scope && _short)
+            scope->SetDecoderFailed();
         _inner->Read(buffer, frames);
     }
     int GetPositionSample() const override { return _inner->GetPositionSample(); }
@@ -144,10 +150,7 @@ private:
         _final = true;
         _JoinHelper();
         _Reopen();
-        const bool short_ = error != kErrNone || _inner->GetEndSample() < _announcedEnd;
-        if (short_)
-            if (LStreamingReadScope* scope = LStreamingReadScope::Current())
-                scope->SetDecoderFailed();
+        _short = error != kErrNone || _inner->GetEndSample() < _announcedEnd;
     }
 
     void _JoinHelper()
@@ -164,6 +167,8 @@ private:
     AnnouncedWave _wave;
     int _announcedEnd;  // frames
     bool _final = false;
+    bool _short = false;  // the decoder exited before writing what it announced
+    std::shared_ptr<std::atomic<bool>> _giveUp = std::make_shared<std::atomic<bool>>(false);
 };
 
 }  // namespace
@@ -175,7 +180,16 @@ LStreamingReadScope::LStreamingReadScope(LProcessInterface& process) : _process(
 
 LStreamingReadScope::~LStreamingReadScope()
 {
+    if (!_watched.empty() && _process.IsToStop())
+        for (const auto& giveUp : _watched)
+            giveUp->store(true);
     tCurrentScope = _outer;
+}
+
+void LStreamingReadScope::Watch(const std::shared_ptr<std::atomic<bool>>& giveUp)
+{
+    if (std::find(_watched.begin(), _watched.end(), giveUp) == _watched.end())
+        _watched.push_back(giveUp);
 }
 
 LStreamingReadScope* LStreamingReadScope::Current()

@@ -3,8 +3,10 @@
 #include "base/LProcessInterface.h"
 #include "sound/LSoundSource.h"
 
+#include <atomic>
 #include <memory>
 #include <thread>
+#include <vector>
 
 struct LDecoderRun;
 
@@ -20,9 +22,14 @@ struct LDecoderRun;
 // The long task that reads, on its own thread, from a source that may wait for a decoder: a
 // stop asked of it ends those waits (the frames not yet written read as silence), and it hears
 // of a decoder that stopped short. Scopes nest; the innermost counts.
+//
+// A source closed while its decoder still runs waits for the decoder to end, as a decoder run
+// to the end before reading would have been waited for; but a source read in a scope whose
+// task was stopped abandons its decoder instead, which then cleans up after itself.
 class LStreamingReadScope {
 public:
     explicit LStreamingReadScope(LProcessInterface& process);
+    // A stop asked of the task by now abandons the decoders of the sources read in the scope.
     ~LStreamingReadScope();
     LStreamingReadScope(const LStreamingReadScope&) = delete;
     LStreamingReadScope& operator=(const LStreamingReadScope&) = delete;
@@ -34,11 +41,14 @@ public:
     static LStreamingReadScope* Current();
     bool IsToStop() { return _process.IsToStop(); }
     void SetDecoderFailed() { _decoderFailed = true; }
+    // Remembers a source's flag, to be set when the scope ends stopped.
+    void Watch(const std::shared_ptr<std::atomic<bool>>& giveUp);
 
 private:
     LProcessInterface& _process;
     LStreamingReadScope* _outer;
     bool _decoderFailed = false;
+    std::vector<std::shared_ptr<std::atomic<bool>>> _watched;
 };
 
 // The output at `path` of `run` as a source that follows the decoder, once its header

@@ -120,10 +120,23 @@ TEST_F(FollowDecoder, TheCopyRunsWhileTheDecoderWritesAndNeverReadsPastIt)
 TEST_F(FollowDecoder, ADecoderThatStopsShortFailsTheConversionAndLeavesNothing)
 {
     InstallDecoder(Then::kExitShort);
+    // Gone before the conversion has read anything, or while it follows the decoder.
     std::ofstream(gate).close();
     FileConversion job(input.c_str());
     EXPECT_EQ(job.Convert(), 1);
     EXPECT_FALSE(job.GetSuccess());
+    ExpectCacheEmpty();
+
+    fs::remove(gate);
+    auto queue = LEventQueue::ForCurrentThread();
+    Recorder recorder;
+    FileConverterNotifyHandler handler(recorder);
+    FileConverter converter;
+    ASSERT_EQ(converter.ConvertFileForDeck(input.c_str(), nullptr, handler, 0, 0, 0, LSoundTime(), 0, 0), 1);
+    ASSERT_TRUE(queue->RunUntil([&] { return !recorder.progress.empty() && recorder.progress.back() > 0; }, 20000));
+    std::ofstream(gate).close();
+    ASSERT_TRUE(queue->RunUntil([&] { return !recorder.completions.empty(); }, 20000));
+    EXPECT_FALSE(recorder.completions[0]);
     ExpectCacheEmpty();
 }
 
