@@ -20,6 +20,11 @@ constexpr unsigned int kFollowPollMs = 2;       // how often a waiting Read look
 constexpr size_t kHeaderBytes = 4096;           // a header that is not whole in these is not followed
 constexpr uint32_t kPlaceholderLength = 0xffffff00;  // data sizes above it are placeholders
 
+// WAVE format tags of uncoded samples.
+constexpr int kTagPCM = 1;
+constexpr int kTagFloat = 3;
+constexpr int kTagExtensible = 0xfffe;
+
 struct AnnouncedWave {
     int64_t dataStart = 0;  // bytes
     uint32_t dataBytes = 0;
@@ -44,7 +49,13 @@ bool _ReadAnnouncedHeader(int fd, AnnouncedWave& wave)
         if (std::memcmp(head + at, "fmt ", 4) == 0) {
             if (size < 16 || at + 8 + 16 > held)
                 return false;
-            wave.blockAlign = head[at + 8 + 12] | head[at + 8 + 13] << 8;
+            const uint8_t* format = head + at + 8;
+            const int tag = format[0] | format[1] << 8;
+            if (tag != kTagPCM && tag != kTagFloat && tag != kTagExtensible)
+                return false;  // a coded format is not read frame by frame
+            const int channels = format[2] | format[3] << 8;
+            const int bits = format[14] | format[15] << 8;
+            wave.blockAlign = channels * ((bits + 7) / 8);  // as the reader counts a frame
         } else if (std::memcmp(head + at, "data", 4) == 0) {
             wave.dataStart = at + 8;
             wave.dataBytes = size;
@@ -138,6 +149,7 @@ private:
         LSoundSource fresh = LWaveFile::OpenSource(_path.c_str());
         if (fresh->GetError() != kErrNone) {
             error = kErrBadFormat;
+            _short = true;  // what is left cannot be read
             return;
         }
         fresh->Seek(_inner->GetPositionSample());
@@ -150,7 +162,7 @@ private:
         _final = true;
         _JoinHelper();
         _Reopen();
-        _short = error != kErrNone || _inner->GetEndSample() < _announcedEnd;
+        _short = _short || _inner->GetEndSample() < _announcedEnd;
     }
 
     void _JoinHelper()
