@@ -1,8 +1,9 @@
 #!/bin/sh
 # A track's load time: `orvane-tool cache` against the decoder alone, in the same run, on a
 # 5-minute 320 kbit/s MP3 (against `ffmpeg -ar 44100 -ac 2`), a FLAC file (against `flac -d`)
-# and an Ogg Vorbis file (against `oggdec`). Each cache run starts from an empty cache.
-# Usage: bench/cache_vs_decoders.sh [build/release/orvane-tool]
+# and an Ogg Vorbis file (against `oggdec`). Each cache run starts from an empty cache; the best
+# of RUNS (default 5) runs of each counts.
+# Usage: [RUNS=n] bench/cache_vs_decoders.sh [build/release/orvane-tool]
 set -eu
 tool=$(realpath "${1:-build/release/orvane-tool}")
 work=$(mktemp -d)
@@ -16,24 +17,34 @@ ffmpeg -v error -i "$work/in.wav" -c:a libmp3lame -b:a 320k "$work/in.mp3"
 flac -s -o "$work/in.flac" "$work/in.wav"
 oggenc -Q -o "$work/in.ogg" "$work/in.wav"
 
-best() {  # the best of three runs of a command, in seconds
-    b=""
-    for i in 1 2 3; do
-        rm -rf "$XDG_DATA_HOME/Orvane/Cache" "$work"/out.wav
-        s=$(date +%s.%N)
-        "$@" >/dev/null 2>&1
-        e=$(date +%s.%N)
-        t=$(echo "$e - $s" | bc)
-        if [ -z "$b" ] || [ "$(echo "$t < $b" | bc)" = 1 ]; then b=$t; fi
+runs=${RUNS:-5}
+
+seconds() {  # wall time of one run of a command, from an empty cache
+    rm -rf "$XDG_DATA_HOME/Orvane/Cache" "$work"/out.wav
+    s=$(date +%s.%N)
+    "$@" >/dev/null 2>&1
+    e=$(date +%s.%N)
+    echo "$e - $s" | bc
+}
+
+# name, input, then the decoder's command: the cache and the decoder run by turns, so that both
+# meet the same load on a shared machine, and the best run of each counts.
+compare() {
+    name=$1 input=$2
+    shift 2
+    bc_=""; bd=""
+    i=0
+    while [ $i -lt "$runs" ]; do
+        c=$(seconds "$tool" cache "$input")
+        d=$(seconds "$@")
+        if [ -z "$bc_" ] || [ "$(echo "$c < $bc_" | bc)" = 1 ]; then bc_=$c; fi
+        if [ -z "$bd" ] || [ "$(echo "$d < $bd" | bc)" = 1 ]; then bd=$d; fi
+        i=$((i + 1))
     done
-    echo "$b"
+    printf '%-5s cache %6.3f s   decoder alone %6.3f s   ratio %.2f (at most 1.5)\n' "$name" "$bc_" "$bd" \
+        "$(echo "$bc_ / $bd" | bc -l)"
 }
 
-report() {  # name, cache time, decoder time
-    printf '%-5s cache %6.3f s   decoder alone %6.3f s   ratio %.2f (at most 1.5)\n' "$1" "$2" "$3" \
-        "$(echo "$2 / $3" | bc -l)"
-}
-
-report mp3 "$(best "$tool" cache "$work/in.mp3")" "$(best ffmpeg -v error -y -i "$work/in.mp3" -ar 44100 -ac 2 "$work/out.wav")"
-report flac "$(best "$tool" cache "$work/in.flac")" "$(best flac -s -d -o "$work/out.wav" -F "$work/in.flac")"
-report ogg "$(best "$tool" cache "$work/in.ogg")" "$(best oggdec -Q -o "$work/out.wav" "$work/in.ogg")"
+compare mp3 "$work/in.mp3" ffmpeg -v error -y -i "$work/in.mp3" -ar 44100 -ac 2 "$work/out.wav"
+compare flac "$work/in.flac" flac -s -d -o "$work/out.wav" -F "$work/in.flac"
+compare ogg "$work/in.ogg" oggdec -Q -o "$work/out.wav" "$work/in.ogg"
