@@ -129,6 +129,28 @@ TEST_F(Install, ABadArchiveFailsAndInstallsNothing)
     EXPECT_EQ(Entries(ComponentFolder()), before);
 }
 
+TEST_F(Install, NothingOfAnArchiveReachesOutsideTheComponentFolder)
+{
+    // A link to a file of the system, and an entry named "../escaped.txt".
+    const std::string content = home / "hostile/inner";
+    fs::create_directories(content);
+    std::ofstream(content + "/oggdec") << "#!/bin/sh\n";
+    std::ofstream(home / "hostile/escaped.txt") << "out";
+    fs::create_symlink("/etc/passwd", content + "/passwd");
+    const std::string zip = home / "hostile.zip";
+    const char* const argv[] = {"sh", "-c", "cd \"$1\" && zip -q --symlinks \"$2\" oggdec passwd ../escaped.txt", "sh",
+                                content.c_str(), zip.c_str(), nullptr};
+    ASSERT_EQ(LRunProgram(argv), 0);
+    fs::remove(home / "hostile/escaped.txt");
+
+    ASSERT_EQ(LInstallZipComponentOptionallyDeleteZipFile("oggdec", zip.c_str(), false), R::kInstalled);
+    EXPECT_FALSE(fs::exists(fs::path(ComponentFolder()).parent_path() / "escaped.txt"));
+    EXPECT_FALSE(fs::exists(home / "hostile/escaped.txt"));
+    EXPECT_FALSE(fs::is_symlink(ComponentFolder() + "/passwd")) << "links are not installed";
+    char path[LFile::kPathBytes];
+    EXPECT_TRUE(LIsComponentInstalled("oggdec", path));
+}
+
 TEST_F(Install, WithoutUnzipTheResultSaysSo)
 {
     const std::string zip = MakeDecoderZip("good.zip", "oggdec");
