@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
 #include <thread>
@@ -97,6 +98,8 @@ LProcessResult Process(LProcessInterface& process, LPRSourceToSink& job)
         job.sink->Write(buffer.data(), frames);
         if (job.sink->GetError() & kSinkErrorFlag)
             return kProcessFailed;
+        if (job.writebackDescriptor >= 0)
+            sync_file_range(job.writebackDescriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
         remaining -= frames;
         progress += double(kBlockFrames * kBlocksPerRound) / total;
         process.SetProgress(std::min(progress, 1.0));
@@ -237,6 +240,7 @@ int FileConversion::Convert()
     LFile::_GetFileFromPath(job.title, _sourcePath);
     job.source = source;
     job.sink = LWaveFile::OpenSinkPCM(out.GetTemporaryPath(), kCacheRate, kCacheChannels, kCacheBits, 0);
+    job.writebackDescriptor = out.GetDescriptor();
     const LProcessResult result = ProcessSourceToSink(job);
     const bool sinkFailed = job.sink->GetError() & kSinkErrorFlag;
     job.sink.Close();  // the header is made true on close
