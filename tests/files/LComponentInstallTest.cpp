@@ -71,13 +71,17 @@ TEST_F(Install, AZippedDecoderIsFoundAndUsedByTheDecodePath)
 {
     if (!HaveProgram("ffmpeg"))
         GTEST_SKIP() << "ffmpeg is not installed";
+    // Odd names for both the user's data folder and the archive.
+    const std::string data = home / "data 'of' \"the\" user $HOME";
+    fs::create_directories(data);
+    setenv("XDG_DATA_HOME", data.c_str(), 1);
     const std::string zip = MakeDecoderZip("odd 'name' \"quoted\" [1] *.zip", "oggdec");
     ASSERT_EQ(LInstallZipComponentOptionallyDeleteZipFile("oggdec", zip.c_str(), true), R::kInstalled);
     EXPECT_FALSE(fs::exists(zip)) << "asked to delete the archive";
 
     char path[LFile::kPathBytes];
     ASSERT_TRUE(LIsComponentInstalled("oggdec", path));
-    EXPECT_EQ(std::string(path), ComponentFolder() + "/oggdec");
+    EXPECT_EQ(std::string(path), data + "/Orvane/Components/oggdec");
     struct stat info {};
     ASSERT_EQ(stat(path, &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0755u);
