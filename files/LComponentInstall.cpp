@@ -79,9 +79,11 @@ bool _MoveEntries(const fs::path& from, const fs::path& to)
 {
     std::error_code error;
     std::vector<fs::directory_entry> entries;
-    for (const fs::directory_entry& entry : fs::directory_iterator(from, error))
-        entries.push_back(entry);
-    bool moved = !error;
+    for (fs::directory_iterator walk(from, error), end; !error && walk != end; walk.increment(error))
+        entries.push_back(*walk);
+    if (error)
+        return false;
+    bool moved = true;
     for (const fs::directory_entry& entry : entries) {
         const fs::path target = to / entry.path().filename();
         const fs::file_status old = fs::symlink_status(target, error);
@@ -137,9 +139,10 @@ bool LZipFileExtractAllFiles(const char* zipPath, const char* folder, bool* noPr
     if (linkFolder.empty())
         return false;
     const std::string link = linkFolder + "/archive.zip";
-    const std::string absolute = zipPath[0] == '/' ? std::string(zipPath) : fs::absolute(zipPath).string();
+    std::error_code error;
+    const std::string absolute = zipPath[0] == '/' ? std::string(zipPath) : fs::absolute(zipPath, error).string();
     bool extracted = false;
-    if (symlink(absolute.c_str(), link.c_str()) == 0) {
+    if (!error && symlink(absolute.c_str(), link.c_str()) == 0) {
         const char* argv[] = {program, "-qq", "-o", "-P", kNoPassword, link.c_str(), "-d", folder, nullptr};
         extracted = LRunProgram(argv) == 0;
     }
