@@ -2,7 +2,8 @@
 # A track's load time: `orvane-tool cache` against the decoder alone, in the same run, on a
 # 5-minute 320 kbit/s MP3 (against `ffmpeg -ar 44100 -ac 2`), a FLAC file (against `flac -d`)
 # and an Ogg Vorbis file (against `oggdec`). Each cache run starts from an empty cache; the best
-# of RUNS (default 5) runs of each counts.
+# of RUNS (default 5) runs of each counts. CPU time is shown as well: on a loaded machine the
+# wall times mostly measure the load.
 # Usage: [RUNS=n] bench/cache_vs_decoders.sh [build/release/orvane-tool]
 set -eu
 tool=$(realpath "${1:-build/release/orvane-tool}")
@@ -19,30 +20,36 @@ oggenc -Q -o "$work/in.ogg" "$work/in.wav"
 
 runs=${RUNS:-5}
 
-seconds() {  # wall time of one run of a command, from an empty cache
+# One run of a command from an empty cache: "wall cpu" in seconds, the CPU time being user and
+# system time of the command and the programs it waited for (what a busy machine cannot bend).
+run() {
     rm -rf "$XDG_DATA_HOME/Orvane/Cache" "$work"/out.wav
     s=$(date +%s.%N)
-    "$@" >/dev/null 2>&1
+    /usr/bin/time -f '%U %S' -o "$work/cpu" "$@" >/dev/null 2>&1
     e=$(date +%s.%N)
-    echo "$e - $s" | bc
+    echo "$(echo "$e - $s" | bc) $(awk '{ print $1 + $2 }' "$work/cpu")"
 }
+
+below() { [ -z "$2" ] || [ "$(echo "$1 < $2" | bc)" = 1 ]; }
 
 # name, input, then the decoder's command: the cache and the decoder run by turns, so that both
 # meet the same load on a shared machine, and the best run of each counts.
 compare() {
     name=$1 input=$2
     shift 2
-    bc_=""; bd=""
+    cw=""; cc=""; dw=""; dc=""
     i=0
     while [ $i -lt "$runs" ]; do
-        c=$(seconds "$tool" cache "$input")
-        d=$(seconds "$@")
-        if [ -z "$bc_" ] || [ "$(echo "$c < $bc_" | bc)" = 1 ]; then bc_=$c; fi
-        if [ -z "$bd" ] || [ "$(echo "$d < $bd" | bc)" = 1 ]; then bd=$d; fi
+        c=$(run "$tool" cache "$input")
+        d=$(run "$@")
+        if below "${c% *}" "$cw"; then cw=${c% *}; fi
+        if below "${c#* }" "$cc"; then cc=${c#* }; fi
+        if below "${d% *}" "$dw"; then dw=${d% *}; fi
+        if below "${d#* }" "$dc"; then dc=${d#* }; fi
         i=$((i + 1))
     done
-    printf '%-5s cache %6.3f s   decoder alone %6.3f s   ratio %.2f (at most 1.5)\n' "$name" "$bc_" "$bd" \
-        "$(echo "$bc_ / $bd" | bc -l)"
+    printf '%-5s cache %6.3f s   decoder alone %6.3f s   ratio %.2f (at most 1.5)   CPU %.2f / %.2f s = %.2f\n' \
+        "$name" "$cw" "$dw" "$(echo "$cw / $dw" | bc -l)" "$cc" "$dc" "$(echo "$cc / $dc" | bc -l)"
 }
 
 compare mp3 "$work/in.mp3" ffmpeg -v error -y -i "$work/in.mp3" -ar 44100 -ac 2 "$work/out.wav"
