@@ -56,5 +56,6 @@ private:
 // placeholder length). Takes over `helper` only on success.
 LSoundSource LOpenDecoderOutputWhileWritten(const std::shared_ptr<LDecoderRun>& run, std::thread& helper,
                                             const char* path);
-// Whether the header at `path` is whole and tells the length (false for a placeholder).
+// Whether the output at `path` would be followed: a whole header of uncoded samples that tells
+// the length (not a placeholder).
 bool LDecoderOutputAnnouncesLength(const char* path);

@@ -1,4 +1,5 @@
 #include "files/FileConversion.h"
+#include "files/LCmdLineDecodeStream.h"
 #include "files/LFilesSettings.h"
 #include "sound/LWaveFile.h"
 #include "support/TestHome.h"
@@ -155,6 +156,67 @@ TEST_F(FollowDecoder, AStopEndsTheWaitForASilentDecoder)
     EXPECT_FALSE(recorder.completions[0]);
     converter.WaitForThreadEnd();
     ExpectCacheEmpty();
+}
+
+}  // namespace
+
+namespace {
+
+std::string Chunk(const char* id, const std::string& body, uint32_t size)
+{
+    std::string out(id, 4);
+    for (int i = 0; i < 4; ++i)
+        out += char(size >> (8 * i) & 0xff);
+    return out + body;
+}
+
+std::string Format(uint16_t tag, uint16_t channels, uint16_t bits)
+{
+    std::string fmt(16, '\0');
+    fmt[0] = char(tag & 0xff), fmt[1] = char(tag >> 8);
+    fmt[2] = char(channels);
+    fmt[4] = char(0x44), fmt[5] = char(0xac);  // 44,100 Hz
+    fmt[12] = char(channels * bits / 8);
+    fmt[14] = char(bits);
+    return Chunk("fmt ", fmt, 16);
+}
+
+std::string Header(const std::string& chunks)
+{
+    return Chunk("RIFF", "WAVE" + chunks, uint32_t(4 + chunks.size()));
+}
+
+// Only a whole header of uncoded samples that states its length is followed; anything else is
+// waited for until the decoder has finished.
+TEST(DecoderOutput, OnlyAWholeHeaderWithALengthIsFollowed)
+{
+    const std::string pcm = Format(1, 2, 16);
+    struct Case {
+        const char* what;
+        std::string bytes;
+        bool followed;
+    } cases[] = {
+        {"PCM with its length", Header(pcm + Chunk("data", "", 400)), true},
+        {"float with its length", Header(Format(3, 2, 32) + Chunk("data", "", 800)), true},
+        {"a chunk before the data", Header(pcm + Chunk("LIST", std::string(5, 'x') + '\0', 5) + Chunk("data", "", 4)),
+         true},
+        {"placeholder length", Header(pcm + Chunk("data", "", 0xffffffff)), false},
+        {"length 0 while writing", Header(pcm + Chunk("data", "", 0)), false},
+        {"MP3 inside", Header(Format(85, 2, 0) + Chunk("data", "", 400)), false},
+        {"no channels", Header(Format(1, 0, 16) + Chunk("data", "", 400)), false},
+        {"data before its format", Header(Chunk("data", "", 400) + pcm), false},
+        {"cut in the data header", Header(pcm + Chunk("data", "", 400)).substr(0, 40), false},
+        {"cut in the format", Header(pcm).substr(0, 24), false},
+        {"not RIFF", "RIFX" + Header(pcm + Chunk("data", "", 400)).substr(4), false},
+        {"empty", "", false},
+    };
+    TempFolder folder;
+    for (const Case& c : cases) {
+        const std::string path = folder / "out.wav";
+        WriteWholeFile(path, c.bytes);
+        EXPECT_EQ(LDecoderOutputAnnouncesLength(path.c_str()), c.followed) << c.what;
+    }
+    EXPECT_FALSE(LDecoderOutputAnnouncesLength((folder / "missing.wav").c_str()));
 }
 
 }  // namespace
