@@ -2,6 +2,7 @@
 
 #include "base/LProgressDialog.h"
 #include "base/LSafeWrite.h"
+#include "files/LCmdLineDecodeStream.h"
 #include "files/LFilesSettings.h"
 #include "files/LGenSource.h"
 #include "sound/LCrossMix.h"
@@ -13,6 +14,8 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -80,15 +83,23 @@ LProcessResult Process(LProcessInterface& process, LPRSourceToSink& job)
     }
     const int channels = source->GetChannels();
     std::vector<int> buffer(size_t(kBlockFrames) * kBlocksPerRound * channels);
+    // A source that follows an outside decoder waits for it inside Read; a stop ends that wait.
+    LStreamingReadScope following(process);
     double progress = 0;
     for (int remaining = total; remaining > 0;) {
         if (process.IsToStop())
             return kProcessStopped;
         const int frames = std::min(remaining, kBlockFrames * kBlocksPerRound);
         source->Read(buffer.data(), frames);
+        if (process.IsToStop())
+            return kProcessStopped;
+        if (following.DecoderFailed())
+            return kProcessFailed;
         job.sink->Write(buffer.data(), frames);
         if (job.sink->GetError() & kSinkErrorFlag)
             return kProcessFailed;
+        if (job.writebackDescriptor >= 0)
+            sync_file_range(job.writebackDescriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
         remaining -= frames;
         progress += double(kBlockFrames * kBlocksPerRound) / total;
         process.SetProgress(std::min(progress, 1.0));
@@ -206,6 +217,11 @@ int FileConversion::CheckCache(OpaqueWindowPtr* owner)
 
 int FileConversion::Convert()
 {
+    // Declared first, so that it outlasts the source: a source that follows an outside decoder
+    // and is closed after a stop then abandons the decoder instead of waiting for it.
+    std::optional<LStreamingReadScope> following;
+    if (LProcessInterface* task = _GetTask())
+        following.emplace(*task);
     LSoundSource source;
     if (PrepareSoundSource(source) != kProcessFinished) {
         ConversionComplete(false);
@@ -224,6 +240,7 @@ int FileConversion::Convert()
     LFile::_GetFileFromPath(job.title, _sourcePath);
     job.source = source;
     job.sink = LWaveFile::OpenSinkPCM(out.GetTemporaryPath(), kCacheRate, kCacheChannels, kCacheBits, 0);
+    job.writebackDescriptor = out.GetDescriptor();
     const LProcessResult result = ProcessSourceToSink(job);
     const bool sinkFailed = job.sink->GetError() & kSinkErrorFlag;
     job.sink.Close();  // the header is made true on close

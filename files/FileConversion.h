@@ -19,6 +19,9 @@ struct LPRSourceToSink {
     LSoundSink sink;
     LSoundSource crossfade;  // a closed handle: none
     bool hasCrossfade = false;
+    // A descriptor of the sink's file, or -1: what each round wrote is handed to the disk at
+    // once, so that the sync before the file is put in place has little left to wait for.
+    int writebackDescriptor = -1;
 };
 // 0 done, 1 stopped, 2 the source or sink failed. Progress in rounds of ten 8192-frame blocks.
 LProcessResult Process(LProcessInterface& process, LPRSourceToSink& job);
@@ -57,6 +60,9 @@ public:
     bool GetSuccess() const { return _success; }
 
 protected:
+    // The task whose stop ends the job, where it has one of its own.
+    virtual LProcessInterface* _GetTask() { return nullptr; }
+
     char _sourcePath[LFile::kPathBytes] = "";
     char _cachedPath[LFile::kPathBytes] = "";
     bool _cachedPathValid = false;
@@ -153,6 +159,9 @@ public:
     void ConversionComplete(bool success) override;
     LProcessResult PrepareSoundSource(LSoundSource& source) override;
     LProcessResult ProcessSourceToSink(LPRSourceToSink& job) override;
+
+protected:
+    LProcessInterface* _GetTask() override { return &_counter; }
 
 private:
     void EvNotify() override;

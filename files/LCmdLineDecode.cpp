@@ -2,6 +2,8 @@
 
 #include "base/LRunProgram.h"
 #include "base/LSignalObject.h"
+#include "files/LCmdLineDecodeRun.h"
+#include "files/LCmdLineDecodeStream.h"
 
 #include <atomic>
 #include <cstdio>
@@ -29,6 +31,7 @@ const int LCommandLineDecodeCount = int(sizeof(LCommandLineDecodeList) / sizeof(
 namespace {
 
 constexpr size_t kLineBytes = 600;
+constexpr unsigned int kHeaderPollMs = 5;  // how often the output is looked at for its header
 
 const char* const szEndianSeparatedComponents[] = {
     "a52dec2", "aacdec2", "aacenc3", "aacenc4", "amrdec2", "amrenc2", "ffmpeg4", "ffmpeg7", "ffmpeg9",
@@ -75,9 +78,11 @@ bool _IsRegularFile(const char* path)
     return stat(path, &info) == 0 && S_ISREG(info.st_mode);
 }
 
-// The first executable file called `program` in a folder of PATH.
-bool _FindOnPath(const char* program, char* path)
+}  // namespace
+
+bool LFindProgramOnPath(const char* program, char* path)
 {
+    path[0] = '\0';
     const char* list = std::getenv("PATH");
     if (!list || !*list)
         return false;
@@ -97,6 +102,8 @@ bool _FindOnPath(const char* program, char* path)
     path[0] = '\0';
     return false;
 }
+
+namespace {
 
 const LCommandLineDecoder* _FindDecoder(const char* extension)
 {
@@ -142,44 +149,6 @@ std::vector<std::string> _SplitFormat(const char* format, const std::vector<std:
     return words;
 }
 
-// Shared by the waiter and the helper thread; whichever lets go last frees it. Whoever comes
-// second of "the program finished" and "the waiter gave up" removes the output and lets the
-// kept object go.
-struct DecoderRun {
-    std::vector<std::string> argv;
-    std::string abandonedOutput;
-    LSignalObject done;
-    std::atomic<LProcessResult> result{kProcessStopped};
-    std::mutex mutex;
-    bool finished = false;   // under mutex
-    bool abandoned = false;  // under mutex
-    std::shared_ptr<void> keepAlive;  // under mutex
-
-    void CleanUpAbandoned()
-    {
-        if (!abandonedOutput.empty())
-            unlink(abandonedOutput.c_str());
-        keepAlive.reset();
-    }
-};
-
-void _RunOnHelper(std::shared_ptr<DecoderRun> run)
-{
-    std::vector<const char*> argv;
-    for (const std::string& word : run->argv)
-        argv.push_back(word.c_str());
-    argv.push_back(nullptr);
-    const int status = LRunProgram(argv.data());
-    run->result = status == -1 ? kProcessFailed : kProcessFinished;
-    std::lock_guard<std::mutex> hold(run->mutex);
-    run->finished = true;
-    if (run->abandoned)
-        run->CleanUpAbandoned();
-    else
-        run->keepAlive.reset();  // the waiter holds its own until it has opened the output
-    run->done.Signal();
-}
-
 }  // namespace
 
 const char* LGetComponentLinuxProgram(const char* name)
@@ -209,7 +178,7 @@ bool LIsComponentInstalled(const char* name, char* path)
         (!_IsEndianSeparated(name) || _IsOfThisMachine(path)))
         return true;
     const char* program = LGetComponentLinuxProgram(name);
-    if (program && _FindOnPath(program, path))
+    if (program && LFindProgramOnPath(program, path))
         return true;
     path[0] = '\0';
     return false;
@@ -263,35 +232,79 @@ int LGetCommandLineDecoderLine(LProcessInterface& process, char* line, const cha
     return 1;
 }
 
+bool LDecoderRun::Start(const std::shared_ptr<LDecoderRun>& run, std::thread& helper)
+{
+    try {
+        helper = std::thread(_RunOnHelper, run);
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+void LDecoderRun::_RunOnHelper(std::shared_ptr<LDecoderRun> run)
+{
+    std::vector<const char*> argv;
+    for (const std::string& word : run->argv)
+        argv.push_back(word.c_str());
+    argv.push_back(nullptr);
+    const int status = LRunProgram(argv.data());
+    run->result = status == kRunProgramFailed ? kProcessFailed : kProcessFinished;
+    std::lock_guard<std::mutex> hold(run->mutex);
+    run->finished = true;
+    if (run->abandoned)
+        run->_CleanUpAbandoned();
+    else
+        run->keepAlive.reset();  // the waiter holds its own until it has opened the output
+    run->done.Signal();
+}
+
+void LDecoderRun::_CleanUpAbandoned()
+{
+    if (!abandonedOutput.empty())
+        unlink(abandonedOutput.c_str());
+    keepAlive.reset();
+}
+
+void LDecoderRun::Abandon(std::thread& helper)
+{
+    std::lock_guard<std::mutex> hold(mutex);
+    abandoned = true;
+    if (finished) {
+        _CleanUpAbandoned();
+        if (helper.joinable())
+            helper.join();  // it has only to return
+    } else if (helper.joinable()) {
+        helper.detach();  // the program is not killed; its thread cleans up after it
+    }
+}
+
 LProcessResult LRunDecoderProgram(LProcessInterface& process, const std::vector<std::string>& argv,
                                   const char* abandonedOutput, std::shared_ptr<void> keepAlive)
 {
     if (argv.empty())
         return kProcessFailed;
-    auto run = std::make_shared<DecoderRun>();
+    auto run = std::make_shared<LDecoderRun>();
     run->argv = argv;
     run->abandonedOutput = abandonedOutput ? abandonedOutput : "";
     run->keepAlive = std::move(keepAlive);
     std::thread helper;
-    try {
-        helper = std::thread(_RunOnHelper, run);
-    } catch (...) {
+    if (!LDecoderRun::Start(run, helper))
         return kProcessFailed;
-    }
     const LProcessResult waited = process.ProcessWaitSignal(run->done.Ref(), kWaitForever);
     if (waited != kProcessFinished) {
-        helper.detach();  // the program is not killed; its thread cleans up after it
-        std::lock_guard<std::mutex> hold(run->mutex);
-        run->abandoned = true;
-        if (run->finished)
-            run->CleanUpAbandoned();
+        run->Abandon(helper);
         return waited;
     }
     helper.join();
     return run->result.load();
 }
 
-LProcessResult Process(LProcessInterface& process, const LCmdLineConvertToWav& job)
+namespace {
+
+// Status lines and the decoder's arguments for `job`; false, with the message set, when its
+// component is missing.
+bool _BeginDecoding(LProcessInterface& process, const LCmdLineConvertToWav& job, std::vector<std::string>& argv)
 {
     char extension[LFile::kPathBytes], name[LFile::kPathBytes], status[LFile::kPathBytes + 32];
     LFile::_GetFileExtensionFromPath(extension, job.input);
@@ -300,15 +313,65 @@ LProcessResult Process(LProcessInterface& process, const LCmdLineConvertToWav& j
     process.SetStatus(status, 0);
     process.SetStatus(name, 1);
     char line[kLineBytes], component[LFile::kPathBytes];
-    std::vector<std::string> argv;
-    if (!LGetCommandLineDecoderLine(process, line, job.input, job.output, component, &argv)) {
-        char message[1024];
-        LGetMissingComponentMessage(message, sizeof message, extension, component);
-        process.SetError(message);
-        return kProcessFailed;
+    if (LGetCommandLineDecoderLine(process, line, job.input, job.output, component, &argv))
+        return true;
+    char message[1024];
+    LGetMissingComponentMessage(message, sizeof message, extension, component);
+    process.SetError(message);
+    return false;
+}
+
+// Waits for `run` until it has finished, or its output announces its length (then `stream`
+// follows it), or a stop.
+LProcessResult _WaitForOutput(LProcessInterface& process, const std::shared_ptr<LDecoderRun>& run,
+                              std::thread& helper, const char* output, LSoundSource& stream)
+{
+    for (;;) {
+        const LProcessResult waited = process.ProcessWaitSignal(run->done.Ref(), kHeaderPollMs);
+        if (waited == kProcessStopped) {
+            run->Abandon(helper);
+            return kProcessStopped;
+        }
+        // Also a decoder that has already finished: it is then read as it left its output, so
+        // that one that stopped short fails alike however fast it was.
+        stream = LOpenDecoderOutputWhileWritten(run, helper, output);
+        if (stream->GetError() == kErrNone)
+            return kProcessFinished;
+        if (waited == kProcessFinished) {
+            helper.join();
+            return run->result.load();
+        }
     }
+}
+
+}  // namespace
+
+LProcessResult Process(LProcessInterface& process, const LCmdLineConvertToWav& job)
+{
+    std::vector<std::string> argv;
+    if (!_BeginDecoding(process, job, argv))
+        return kProcessFailed;
     process.SetProgressIndeterminateOn();
     const LProcessResult result = LRunDecoderProgram(process, argv, job.output, job.outputLock);
+    process.SetProgressIndeterminateOff();
+    return result;
+}
+
+LProcessResult ProcessStreaming(LProcessInterface& process, const LCmdLineConvertToWav& job, LSoundSource& stream)
+{
+    stream = LSoundSource();
+    std::vector<std::string> argv;
+    if (!_BeginDecoding(process, job, argv))
+        return kProcessFailed;
+    auto run = std::make_shared<LDecoderRun>();
+    run->argv = argv;
+    run->abandonedOutput = job.output;
+    run->keepAlive = job.outputLock;
+    std::thread helper;
+    if (!LDecoderRun::Start(run, helper))
+        return kProcessFailed;
+    process.SetProgressIndeterminateOn();
+    const LProcessResult result = _WaitForOutput(process, run, helper, job.output, stream);
     process.SetProgressIndeterminateOff();
     return result;
 }

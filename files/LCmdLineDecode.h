@@ -2,6 +2,7 @@
 
 #include "base/LFile.h"
 #include "base/LProcessInterface.h"
+#include "sound/LSoundSource.h"
 
 #include <memory>
 #include <string>
@@ -23,6 +24,9 @@ struct LCommandLineDecoder {
 extern const LCommandLineDecoder LCommandLineDecodeList[];
 extern const int LCommandLineDecodeCount;
 
+// The first executable file called `program` in an absolute folder of PATH, into `path`
+// (kPathBytes); false, with `path` "", when there is none.
+bool LFindProgramOnPath(const char* program, char* path);
 // The Linux program that stands for a component when the component folder lacks it; null
 // when there is none.
 const char* LGetComponentLinuxProgram(const char* name);
@@ -57,6 +61,11 @@ struct LCmdLineConvertToWav {
 // (whether it made a usable file shows when the output is opened), 1 on a stop, 2 when the
 // component is missing or could not be started.
 LProcessResult Process(LProcessInterface& process, const LCmdLineConvertToWav& job);
+// As Process, but without waiting for the end when the decoder's output announces its length
+// before the decoder has finished: the result is then 0 at once, with `stream` a source that
+// reads the output as it is written (LCmdLineDecodeStream.h). Otherwise `stream` is a closed
+// handle and the output is whatever the decoder left.
+LProcessResult ProcessStreaming(LProcessInterface& process, const LCmdLineConvertToWav& job, LSoundSource& stream);
 
 // Runs `argv` on a helper thread while `process` waits. On a stop the program is not killed:
 // the thread lets it finish and then deletes `abandonedOutput` (if given), which nobody will

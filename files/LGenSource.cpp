@@ -182,9 +182,18 @@ bool _TryOutsideDecoders(LSoundSource& out, const char* path, const char* extens
         std::snprintf(job.output, sizeof job.output, "%s", temp.GetPath());
         job.outputLock = temp.GetLock();
         unlink(job.output);  // a decoder may refuse to overwrite
-        result = process.RunLongStep("Loading file", [&job](LProcessInterface& p) { return Process(p, job); });
+        // A decoder that announces the length is read while it writes (a conversion then runs
+        // alongside it); any other is waited for.
+        LSoundSource stream;
+        result = process.RunLongStep("Loading file",
+                                     [&](LProcessInterface& p) { return ProcessStreaming(p, job, stream); });
         if (result == kProcessStopped)
             return true;
+        if (result == kProcessFinished && stream->GetError() == kErrNone) {
+            out = LSoundSource(new LTempFileHold(LSoundSource(new LWavSourceDeleteWhenClosed(temp.GetPath(), stream)),
+                                                 temp.GetPath()));
+            return true;
+        }
         if (result == kProcessFinished && _OpenTemporary(out, temp.GetPath()))
             return true;
         unlink(temp.GetPath());
