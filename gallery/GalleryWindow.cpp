@@ -153,6 +153,17 @@ void _PaintImageTile(PaintData& data, DJImage number)
 
 }  // namespace
 
+// Copies the part of the window's background image that a paint asks for; the pointer passing
+// over it repaints nothing.
+class GalleryWindow::Background : public LPaintControl {
+public:
+    explicit Background(GalleryWindow& window) : _owner(window) {}
+    void Paint(PaintData& data) override { _owner.PaintSubBackground(data); }
+
+private:
+    GalleryWindow& _owner;
+};
+
 GalleryWindow::GalleryWindow(GalleryMeters meters) : _meterMode(meters) {}
 
 GalleryWindow::~GalleryWindow() = default;
@@ -161,8 +172,7 @@ void GalleryWindow::InitDialog()
 {
     CoolButtonContainerInit(this);
     // The background goes first so that every other control lies above it.
-    _background = std::make_unique<GalleryTile>(
-        [this](PaintData& data, const GalleryTile&) { PaintSubBackground(data); }, false);
+    _background = std::make_unique<Background>(*this);
     AddPaintControl(kGalleryBackground, 0, 0, kWindowWidth, kWindowHeight, {});
     _Place(*_background, kGalleryBackground, {0, 0, kWindowWidth, kWindowHeight});
     _AddCoolButtons();

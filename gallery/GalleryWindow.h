@@ -101,7 +101,8 @@ private:
     GalleryMeters _meterMode;
     unsigned int _signalTick = 0;
     int _nextTileId = kGalleryFirstTile;
-    std::unique_ptr<GalleryTile> _background;
+    class Background;
+    std::unique_ptr<Background> _background;
     std::vector<std::unique_ptr<LPaintControl>> _tiles;
     std::unique_ptr<DJPitchSlider> _pitch;
     std::vector<std::unique_ptr<DJVerticalSlider>> _verticals;
