@@ -10,7 +10,8 @@ LGuiApplication& QtTestApp();
 // Turns Qt's loop (and so the program's queue) until `done` answers true or `ms` passes.
 // Answers whether `done` did. For tests that wait on events, never on the clock.
 template <typename Done>
-bool QtTestWaitFor(Done done, int ms = 5000);
+// `ms` only bounds a failing wait; a loaded machine can take seconds to paint.
+bool QtTestWaitFor(Done done, int ms = 30000);
 
 bool QtTestWaitForImpl(bool (*done)(void*), void* context, int ms);
 
