@@ -8,9 +8,9 @@ class LGuiApplication;
 LGuiApplication& QtTestApp();
 
 // Turns Qt's loop (and so the program's queue) until `done` answers true or `ms` passes.
-// Answers whether `done` did. For tests that wait on events, never on the clock.
+// Answers whether `done` did. For tests that wait on events, never on the clock: `ms` only
+// bounds a failing wait, and a loaded machine can take seconds to paint.
 template <typename Done>
-// `ms` only bounds a failing wait; a loaded machine can take seconds to paint.
 bool QtTestWaitFor(Done done, int ms = 30000);
 
 bool QtTestWaitForImpl(bool (*done)(void*), void* context, int ms);
