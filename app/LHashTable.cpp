@@ -20,9 +20,23 @@ void LCopyText(char* dest, const char* src)
     dest[length] = 0;
 }
 
-LHashTable::LHashTable(const LHashTable& other) : _nodes(other._nodes)
+LHashNode::LHashNode(const char* key, const char* value) : _keyBytes(static_cast<uint32_t>(std::strlen(key)))
 {
-    if (!other._index.empty())
+    const size_t valueBytes = std::strlen(value);
+    _text.reserve(_keyBytes + 1 + valueBytes);
+    _text.append(key, _keyBytes).push_back(0);
+    _text.append(value, valueBytes);
+}
+
+void LHashNode::SetData(const char* value)
+{
+    _text.resize(_keyBytes + 1);
+    _text.append(value);
+}
+
+LHashTable::LHashTable(const LHashTable& other) : _front(other._front), _back(other._back)
+{
+    if (other._index)
         _BuildIndex();
 }
 
@@ -37,43 +51,56 @@ LHashTable& LHashTable::operator=(const LHashTable& other)
 
 void LHashTable::Clear()
 {
-    _index.clear();
-    _nodes.clear();
+    _index.reset();
+    _front.clear();
+    _back.clear();
 }
 
 void LHashTable::_BuildIndex()
 {
-    _index.clear();
-    _index.reserve(_nodes.size() * 2);
-    for (auto node = _nodes.begin(); node != _nodes.end(); ++node)
-        _index.emplace(node->GetKeyView(), node);
+    if (!_index)
+        _index = std::make_unique<_Index>();
+    _index->clear();
+    _index->reserve(Count() * 2);
+    for (size_t i = 0; i < _back.size(); ++i)
+        _index->emplace(_back[i].GetKeyView(), static_cast<_Slot>(i));
+    for (size_t i = 0; i < _front.size(); ++i)
+        _index->emplace(_front[i].GetKeyView(), -static_cast<_Slot>(i) - 1);
 }
 
-LHashTable::_Position LHashTable::_Find(const char* key)
+LHashTable::_Slot LHashTable::_Find(const char* key)
 {
-    if (!_index.empty()) {
-        auto found = _index.find(key);
-        return found == _index.end() ? _nodes.end() : found->second;
+    if (_index) {
+        auto found = _index->find(key);
+        return found == _index->end() ? kNoSlot : found->second;
     }
-    for (auto node = _nodes.begin(); node != _nodes.end(); ++node)
-        if (std::strcmp(node->GetKey(), key) == 0)
-            return node;
-    return _nodes.end();
+    const std::string_view wanted(key);
+    for (size_t i = 0; i < _back.size(); ++i)
+        if (_back[i].GetKeyView() == wanted)
+            return static_cast<_Slot>(i);
+    for (size_t i = 0; i < _front.size(); ++i)
+        if (_front[i].GetKeyView() == wanted)
+            return -static_cast<_Slot>(i) - 1;
+    return kNoSlot;
 }
 
-void LHashTable::_Insert(_Position before, const char* key, const char* value)
+void LHashTable::_Insert(bool atFront, const char* key, const char* value)
 {
-    _Position node = _nodes.emplace(before, key, value);
-    if (!_index.empty())
-        _index.emplace(node->GetKeyView(), node);
-    else if (_nodes.size() >= kIndexFromNodes)
-        _BuildIndex();
+    std::vector<LHashNode>& nodes = atFront ? _front : _back;
+    const LHashNode* before = nodes.data();
+    nodes.emplace_back(key, value);
+    if (_index && nodes.data() == before) {
+        const _Slot slot = static_cast<_Slot>(nodes.size() - 1);
+        _index->emplace(nodes.back().GetKeyView(), atFront ? -slot - 1 : slot);
+    } else if (_index || Count() >= kIndexFromNodes) {
+        _BuildIndex();  // new table, or the nodes moved and the index's keys with them
+    }
 }
 
 const char* LHashTable::GetParm(const char* key, const char* def) const
 {
-    auto node = const_cast<LHashTable*>(this)->_Find(key);
-    return node != _nodes.end() ? node->GetData() : def;
+    const _Slot slot = const_cast<LHashTable*>(this)->_Find(key);
+    return slot != kNoSlot ? const_cast<LHashTable*>(this)->_Node(slot).GetData() : def;
 }
 
 void LHashTable::GetString(const char* key, const char* def, char* dest) const
@@ -91,11 +118,20 @@ int LHashTable::GetInt(const char* key, int def) const
 
 void LHashTable::_Set(const char* key, const char* value, bool newAtFront)
 {
-    auto node = _Find(key);
-    if (node != _nodes.end())
-        node->SetData(value);
-    else
-        _Insert(newAtFront ? _nodes.begin() : _nodes.end(), key, value);
+    const _Slot slot = _Find(key);
+    if (slot == kNoSlot) {
+        _Insert(newAtFront, key, value);
+        return;
+    }
+    LHashNode& node = _Node(slot);
+    if (!_index) {
+        node.SetData(value);
+        return;
+    }
+    // A longer value may move the node's text, and the index's key views it.
+    _index->erase(node.GetKeyView());
+    node.SetData(value);
+    _index->emplace(node.GetKeyView(), slot);
 }
 
 void LHashTable::SetString(const char* key, const char* value)
@@ -115,10 +151,14 @@ void LHashTable::SetInt(const char* key, int value)
 
 bool LHashTable::Remove(const char* key)
 {
-    auto node = _Find(key);
-    if (node == _nodes.end())
+    const _Slot slot = _Find(key);
+    if (slot == kNoSlot)
         return false;
-    _index.erase(node->GetKeyView());
-    _nodes.erase(node);
+    if (slot >= 0)
+        _back.erase(_back.begin() + slot);
+    else
+        _front.erase(_front.begin() + (-slot - 1));
+    if (_index)
+        _BuildIndex();  // the slots behind it moved
     return true;
 }

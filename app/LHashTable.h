@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <list>
+#include <cstdint>
+#include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 // Bytes of the fixed text buffers that hold a value read out of a table or a setting: at most
 // 259 characters and the terminating zero. Longer text is cut, not refused.
@@ -13,18 +16,20 @@ constexpr size_t kLTextBytes = 260;
 // Copies `src` into `dest` (kLTextBytes long), cut at 259 characters. `dest` may be `src`.
 void LCopyText(char* dest, const char* src);
 
+// One key and its value, held as "key\0value" in one string: a short field needs no allocation
+// of its own, and a library of 100,000 tracks stays compact.
 class LHashNode {
 public:
-    LHashNode(const char* key, const char* value) : _key(key), _data(value) {}
+    LHashNode(const char* key, const char* value);
 
-    const char* GetKey() const { return _key.c_str(); }
-    std::string_view GetKeyView() const { return _key; }
-    const char* GetData() const { return _data.c_str(); }
-    void SetData(const char* value) { _data = value; }
+    const char* GetKey() const { return _text.c_str(); }
+    std::string_view GetKeyView() const { return {_text.data(), _keyBytes}; }
+    const char* GetData() const { return _text.c_str() + _keyBytes + 1; }
+    void SetData(const char* value);
 
 private:
-    std::string _key;
-    std::string _data;
+    std::string _text;
+    uint32_t _keyBytes;
 };
 
 // An ordered string-to-string list: XML attributes, the fields of a track, the tags of a file.
@@ -32,7 +37,36 @@ private:
 // written in, so it is part of the contract.
 class LHashTable {
 public:
-    using const_iterator = std::list<LHashNode>::const_iterator;
+    // Walks the nodes in order: those put at the front (newest first), then those at the end.
+    class const_iterator {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = LHashNode;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const LHashNode*;
+        using reference = const LHashNode&;
+
+        const_iterator(const LHashTable* table, size_t position) : _table(table), _position(position) {}
+        reference operator*() const { return _table->_At(_position); }
+        pointer operator->() const { return &_table->_At(_position); }
+        const_iterator& operator++()
+        {
+            ++_position;
+            return *this;
+        }
+        const_iterator operator++(int)
+        {
+            const_iterator before = *this;
+            ++_position;
+            return before;
+        }
+        bool operator==(const const_iterator& other) const { return _position == other._position; }
+        bool operator!=(const const_iterator& other) const { return _position != other._position; }
+
+    private:
+        const LHashTable* _table;
+        size_t _position;
+    };
 
     LHashTable() = default;
     LHashTable(const LHashTable& other);
@@ -55,22 +89,38 @@ public:
     // Removes the key; false if it was not there.
     bool Remove(const char* key);
     void Clear();
+    // Room for `count` nodes at the end, so that a table filled once takes one allocation.
+    void Reserve(size_t count) { _back.reserve(count); }
 
-    size_t Count() const { return _nodes.size(); }
-    bool IsEmpty() const { return _nodes.empty(); }
-    const_iterator begin() const { return _nodes.begin(); }
-    const_iterator end() const { return _nodes.end(); }
+    size_t Count() const { return _front.size() + _back.size(); }
+    bool IsEmpty() const { return _front.empty() && _back.empty(); }
+    const_iterator begin() const { return {this, 0}; }
+    const_iterator end() const { return {this, Count()}; }
 
 private:
-    using _Position = std::list<LHashNode>::iterator;
+    // A node's place in storage: 0, 1, ... in `_back`; -1, -2, ... in `_front`.
+    using _Slot = std::ptrdiff_t;
+    using _Index = std::unordered_map<std::string_view, _Slot>;
 
-    _Position _Find(const char* key);
-    void _Insert(_Position before, const char* key, const char* value);
+    const LHashNode& _At(size_t position) const
+    {
+        return position < _front.size() ? _front[_front.size() - 1 - position] : _back[position - _front.size()];
+    }
+    LHashNode& _Node(_Slot slot) { return slot >= 0 ? _back[static_cast<size_t>(slot)] : _front[static_cast<size_t>(-slot - 1)]; }
+    // The slot of `key`, or kNoSlot.
+    _Slot _Find(const char* key);
+    void _Insert(bool atFront, const char* key, const char* value);
     void _Set(const char* key, const char* value, bool newAtFront);
     void _BuildIndex();
 
-    std::list<LHashNode> _nodes;
+    static constexpr _Slot kNoSlot = PTRDIFF_MIN;
+
+    // Nodes put at the front, in the order they came (so the first node of the table is the
+    // last of this vector), and nodes put at the end: either way one push_back.
+    std::vector<LHashNode> _front;
+    std::vector<LHashNode> _back;
     // Key lookup for large tables, so that input with thousands of attributes or fields stays
-    // linear; small tables (nearly all) are searched in order and allocate no index.
-    std::unordered_map<std::string_view, _Position> _index;
+    // linear; small tables (nearly all) are searched in order and carry no index. The keys
+    // view the nodes' own text, so the index is rebuilt whenever a vector moves its nodes.
+    std::unique_ptr<_Index> _index;
 };

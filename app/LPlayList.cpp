@@ -174,7 +174,7 @@ void LHTMLEncodeToWriter(std::string& out, const char* text)
 
 void LPlayItem::SetPath(const char* path)
 {
-    std::snprintf(_path, sizeof _path, "%s", path);
+    _path.assign(path, strnlen(path, LFile::kMaxPathChars));
 }
 
 bool LPlayList::IsPlayListFile(const char* path)

@@ -14,7 +14,7 @@ public:
     LPlayItem() = default;
     explicit LPlayItem(const char* path) { SetPath(path); }
 
-    const char* GetPath() const { return _path; }
+    const char* GetPath() const { return _path.c_str(); }
     // Cut at 259 characters.
     void SetPath(const char* path);
     LHashTable& Parms() { return _parms; }
@@ -23,7 +23,7 @@ public:
     void SetIndex(int index) { _index = index; }
 
 private:
-    char _path[LFile::kPathBytes] = "";
+    std::string _path;  // at most 259 bytes
     LHashTable _parms;
     int _index = 0;
 };

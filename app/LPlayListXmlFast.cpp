@@ -6,6 +6,8 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -89,17 +91,27 @@ bool LPlayListReadWrittenXml(LPlayList& list, const char* text)
         return false;
     LPlayList::Items read;
     std::string name, value;
+    // One entry's fields, kept between entries so that their text is not allocated again.
+    std::vector<std::pair<std::string, std::string>> fields;
     while (in.Literal("\t<playitem>\n")) {
         auto item = std::make_unique<LPlayItem>();
         if (!_Field(in, name, value) || name != "path" || value.size() > LFile::kMaxPathChars)
             return false;
         item->SetPath(value.c_str());
+        size_t count = 0;
         while (in.Peek() == '\t' && !in.Literal("\t</playitem>\n\n")) {
-            if (!_Field(in, name, value) || name == "path")
+            if (count == fields.size())
+                fields.emplace_back();
+            auto& [fieldName, fieldValue] = fields[count];
+            if (!_Field(in, fieldName, fieldValue) || fieldName == "path")
                 return false;
-            if (!value.empty())
-                item->Parms().SetParmBottom(name.c_str(), value.c_str());
+            if (!fieldValue.empty())
+                ++count;
         }
+        LHashTable& parms = item->Parms();
+        parms.Reserve(count);
+        for (size_t i = 0; i < count; ++i)
+            parms.SetParmBottom(fields[i].first.c_str(), fields[i].second.c_str());
         read.push_back(std::move(item));
     }
     if (!in.Literal("</playlist>\n") || !in.AtEnd())
