@@ -1,7 +1,6 @@
 #include "app/DJLibrary.h"
 
 #include "app/LAudioTagData.h"
-#include "app/LLoadText.h"
 #include "app/LSettings.h"
 #include "app/LTrackOpener.h"
 #include "base/LFile.h"
@@ -80,8 +79,7 @@ bool DJLibrary::LoadFrom(const std::string& file)
         _ForgetNames();
         return true;
     }
-    std::string text;
-    if (!S_ISREG(info.st_mode) || !LLoadText(file.c_str(), text) || !_list.LoadXmlText(text.c_str()))
+    if (!S_ISREG(info.st_mode) || !_list.LoadXmlFile(file.c_str()))
         _damaged = true;
     _ForgetNames();
     return !_damaged;
