@@ -15,11 +15,6 @@ bool LLoadText(const char* path, std::string& out)
     LSharedReadFile file;
     if (!file.Open(path, kLoadLockWaitMs))
         return false;
-    // Room for the whole file at once, so a large file is not copied as the text grows; a file
-    // that grows meanwhile is still read to its end.
-    const int64_t sizeBytes = file.GetFileSizeBytes64();
-    if (sizeBytes > 0)
-        out.reserve(static_cast<size_t>(sizeBytes) + kLoadChunkBytes);
     for (;;) {
         size_t used = out.size();
         out.resize(used + kLoadChunkBytes);
