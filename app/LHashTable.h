@@ -46,6 +46,7 @@ public:
         using pointer = const LHashNode*;
         using reference = const LHashNode&;
 
+        const_iterator() = default;
         const_iterator(const LHashTable* table, size_t position) : _table(table), _position(position) {}
         reference operator*() const { return _table->_At(_position); }
         pointer operator->() const { return &_table->_At(_position); }
@@ -64,8 +65,8 @@ public:
         bool operator!=(const const_iterator& other) const { return _position != other._position; }
 
     private:
-        const LHashTable* _table;
-        size_t _position;
+        const LHashTable* _table = nullptr;
+        size_t _position = 0;
     };
 
     LHashTable() = default;
