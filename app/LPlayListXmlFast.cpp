@@ -169,8 +169,11 @@ bool LPlayListWrittenXmlReader::_ParseEntry(const char* begin, const char* end)
     }
     if (!in.AtEnd())
         return false;
+    size_t textBytes = 0;
+    for (size_t i = 0; i < count; ++i)
+        textBytes += _fields[i].first.size() + _fields[i].second.size() + 2;
     LHashTable& parms = item->Parms();
-    parms.Reserve(count);
+    parms.Reserve(count, textBytes);
     for (size_t i = 0; i < count; ++i)
         parms.SetParmBottom(_fields[i].first.c_str(), _fields[i].second.c_str());
     _read.push_back(std::move(item));

@@ -114,8 +114,19 @@ TEST(LHashTable, MixedEditsAgreeWithAPlainModelAtEverySize)
             model.erase(std::find_if(model.begin(), model.end(), [&](const auto& p) { return p.first == _Key(i); }));
         }
         set("late", "x", true);
+        for (int round = 0; round < 60; ++round)  // enough replaced text to be dropped
+            set(_Key(round % 3 * 4), std::string(100 + round * 7, 'G'), false);
+        // Values taken from the table itself, while the table's text may move under the write.
+        for (const auto& [to, from] : {std::pair{"late", 0}, {"new from own", 2}, {"late", 3}}) {
+            const std::string key = from == 0 ? "late" : _Key(from);
+            const std::string value = table.GetParm(key.c_str(), "");
+            table.SetString(to, table.GetParm(key.c_str(), ""));
+            set(to, value, true);
+        }
         const LHashTable copy = table;
-        for (const LHashTable* t : {static_cast<const LHashTable*>(&table), &copy}) {
+        LHashTable moved;
+        moved = LHashTable(copy);
+        for (const LHashTable* t : std::vector<const LHashTable*>{&table, &copy, &moved}) {
             ASSERT_EQ(t->Count(), model.size()) << size;
             auto node = t->begin();
             for (const auto& [key, value] : model) {
