@@ -1,7 +1,6 @@
 #include "app/DJLibrary.h"
 
 #include "app/LAudioTagData.h"
-#include "app/LLoadText.h"
 #include "app/LSettings.h"
 #include "app/LTrackOpener.h"
 #include "base/LFile.h"
@@ -77,13 +76,12 @@ bool DJLibrary::LoadFrom(const std::string& file)
     _damaged = false;
     struct stat info {};
     if (file.empty() || (stat(file.c_str(), &info) != 0 && errno == ENOENT)) {
-        _RebuildNames();
+        _ForgetNames();
         return true;
     }
-    std::string text;
-    if (!S_ISREG(info.st_mode) || !LLoadText(file.c_str(), text) || !_list.LoadXmlText(text.c_str()))
+    if (!S_ISREG(info.st_mode) || !_list.LoadXmlFile(file.c_str()))
         _damaged = true;
-    _RebuildNames();
+    _ForgetNames();
     return !_damaged;
 }
 
@@ -113,17 +111,26 @@ bool DJLibrary::SaveTo(const std::string& file)
     return _list.SaveToXml(file.c_str()) >= 0;
 }
 
-void DJLibrary::_RebuildNames()
+void DJLibrary::_ForgetNames()
 {
     _names.clear();
+    _namesBuilt = false;
+}
+
+void DJLibrary::_BuildNames()
+{
+    if (_namesBuilt)
+        return;
     _names.reserve(_list.Count());
     for (const auto& item : _list.GetItems())
-        _AddName(item->GetPath());
+        ++_names[_FileNameOf(item->GetPath())];
+    _namesBuilt = true;
 }
 
 void DJLibrary::_AddName(const char* path)
 {
-    ++_names[_FileNameOf(path)];
+    if (_namesBuilt)
+        ++_names[_FileNameOf(path)];
 }
 
 const char* DJLibrary::_FindPathOfName(const std::string& name) const
@@ -137,6 +144,7 @@ const char* DJLibrary::_FindPathOfName(const std::string& name) const
 bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
 {
     const std::string name = _FileNameOf(path);
+    _BuildNames();
     if (_names.count(name) != 0) {
         process.SetErrorF("A file with name %s already exists: %s.", name.c_str(), _FindPathOfName(name));
         ++_refused;
@@ -202,7 +210,7 @@ bool DJLibrary::LoadPlayList(const char* path, LProcessInterface& process)
 void DJLibrary::RemoveItem(int index)
 {
     _list.RemoveSingleItem(index);
-    _RebuildNames();
+    _ForgetNames();
 }
 
 void DJLibrary::Clear()

@@ -65,7 +65,9 @@ public:
     int GetRefusedCount() const { return _refused; }
 
 private:
-    void _RebuildNames();
+    // The next add builds the names again from the list.
+    void _ForgetNames();
+    void _BuildNames();
     void _AddName(const char* path);
     const char* _FindPathOfName(const std::string& name) const;
     bool _KeepDamagedFileAside();
@@ -73,8 +75,9 @@ private:
     const LTrackOpener& _opener;
     LPlayList _list;
     // File names with extension of all entries, with their counts: the duplicate test without
-    // comparing against every entry.
+    // comparing against every entry. Built at the first add, so that loading only reads.
     std::unordered_map<std::string, int> _names;
+    bool _namesBuilt = false;
     std::string _file;
     bool _damaged = false;
     int _refused = 0;

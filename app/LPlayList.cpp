@@ -12,12 +12,16 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <strings.h>
 
 namespace {
 
 constexpr size_t kRunItems = 50;  // items a run holds before merging
 constexpr size_t kEscapedChars = LFile::kMaxPathChars;
+constexpr size_t kXmlPieceBytes = 256 * 1024;  // bytes of a list file read or written at a time
+constexpr const char* kXmlHead = "<playlist>\n\n";
+constexpr const char* kXmlTail = "</playlist>\n";
 
 bool _HasExtension(const char* path, const char* extension)
 {
@@ -65,11 +69,17 @@ void _AppendF(std::string& out, const char* format, ...)
     out.append(big.data(), static_cast<size_t>(wanted));
 }
 
+// Bytes written as a writer answers them, held at the largest int.
+int _WriteResult(size_t bytes)
+{
+    return static_cast<int>(std::min<size_t>(bytes, std::numeric_limits<int>::max()));
+}
+
 int _WriteWhole(const char* path, const std::string& bytes)
 {
     if (!LSafeWriteFile(path, bytes.data(), bytes.size()))
         return kPlayListWriteFailed;
-    return static_cast<int>(bytes.size() > 0x7fffffff ? 0x7fffffff : bytes.size());
+    return _WriteResult(bytes.size());
 }
 
 // Each line of `text` (ended by LF, CR, CR LF or LF CR), cut at 259 characters like a line read
@@ -174,7 +184,7 @@ void LHTMLEncodeToWriter(std::string& out, const char* text)
 
 void LPlayItem::SetPath(const char* path)
 {
-    std::snprintf(_path, sizeof _path, "%s", path);
+    _path.assign(path, strnlen(path, LFile::kMaxPathChars));
 }
 
 bool LPlayList::IsPlayListFile(const char* path)
@@ -188,15 +198,17 @@ void LPlayList::Load(const char* path)
     const bool m3u = _HasExtension(path, ".m3u"), pls = _HasExtension(path, ".pls");
     if (!m3u && !pls && !_HasExtension(path, ".xml"))
         return;
+    if (!m3u && !pls) {
+        LoadXmlFile(path);
+        return;
+    }
     std::string text;
     if (!_ReadListFile(path, text))
         return;
     if (m3u)
         LoadM3uText(text.data(), text.size(), path);
-    else if (pls)
-        LoadPlsText(text.data(), text.size(), path);
     else
-        LoadXmlText(text.c_str());
+        LoadPlsText(text.data(), text.size(), path);
 }
 
 int LPlayList::Save(const char* path, bool extended) const
@@ -226,9 +238,31 @@ void LPlayList::LoadPls(const char* path)
 
 void LPlayList::LoadXml(const char* path)
 {
-    std::string text;
-    if (_HasLowerExtension(path, ".xml") && _ReadListFile(path, text))
-        LoadXmlText(text.c_str());
+    if (_HasLowerExtension(path, ".xml"))
+        LoadXmlFile(path);
+}
+
+bool LPlayList::LoadXmlFile(const char* path)
+{
+    {
+        LSharedReadFile file;
+        if (!file.Open(path))
+            return false;
+        LPlayListWrittenXmlReader reader;
+        std::vector<char> piece(kXmlPieceBytes);
+        for (;;) {
+            const size_t got = file.Read(piece.data(), piece.size());
+            if (got == 0) {
+                if (reader.Finish(*this))
+                    return true;
+                break;
+            }
+            if (!reader.Feed(piece.data(), got))
+                break;
+        }
+    }
+    std::string text;  // not in the written form: the tree reader takes the whole text
+    return _ReadListFile(path, text) && LoadXmlTree(text.c_str());
 }
 
 void LPlayList::_AddLine(const char* line, const char* listFolder)
@@ -300,31 +334,59 @@ bool LPlayList::LoadXmlTree(const char* text)
     return clean && found;
 }
 
+namespace {
+
+void _AppendXmlItem(std::string& out, const LPlayItem& item)
+{
+    out += "\t<playitem>\n\t\t<path>";
+    LHTMLEncodeToWriter(out, item.GetPath());
+    out += "</path>\n";
+    for (const LHashNode& parm : item.Parms()) {
+        out += "\t\t<";
+        out += parm.GetKey();
+        out += '>';
+        LHTMLEncodeToWriter(out, parm.GetData());
+        out += "</";
+        out += parm.GetKey();
+        out += ">\n";
+    }
+    out += "\t</playitem>\n\n";
+}
+
+}  // namespace
+
 std::string LPlayList::FormatXml() const
 {
-    std::string out = "<playlist>\n\n";
-    for (const auto& item : _items) {
-        out += "\t<playitem>\n\t\t<path>";
-        LHTMLEncodeToWriter(out, item->GetPath());
-        out += "</path>\n";
-        for (const LHashNode& parm : item->Parms()) {
-            out += "\t\t<";
-            out += parm.GetKey();
-            out += '>';
-            LHTMLEncodeToWriter(out, parm.GetData());
-            out += "</";
-            out += parm.GetKey();
-            out += ">\n";
-        }
-        out += "\t</playitem>\n\n";
-    }
-    out += "</playlist>\n";
+    std::string out = kXmlHead;
+    for (const auto& item : _items)
+        _AppendXmlItem(out, *item);
+    out += kXmlTail;
     return out;
 }
 
 int LPlayList::SaveToXml(const char* path) const
 {
-    return _WriteWhole(path, FormatXml());
+    // Written a piece at a time, so a large library is never held twice in memory.
+    LSafeWrite out(path);
+    if (!out.Begin())
+        return kPlayListWriteFailed;
+    std::string piece = kXmlHead;
+    size_t written = 0;
+    auto flush = [&] {
+        written += piece.size();
+        const bool ok = out.Write(piece.data(), piece.size());
+        piece.clear();
+        return ok;
+    };
+    for (const auto& item : _items) {
+        _AppendXmlItem(piece, *item);
+        if (piece.size() >= kXmlPieceBytes && !flush())
+            return kPlayListWriteFailed;
+    }
+    piece += kXmlTail;
+    if (!flush() || !out.Commit())
+        return kPlayListWriteFailed;
+    return _WriteResult(written);
 }
 
 int LPlayList::SaveToM3u(const char* path, bool extended) const

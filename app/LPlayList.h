@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 // One entry of a track list: the file's path, its fields (in the library: title, length, beats
@@ -14,7 +15,7 @@ public:
     LPlayItem() = default;
     explicit LPlayItem(const char* path) { SetPath(path); }
 
-    const char* GetPath() const { return _path; }
+    const char* GetPath() const { return _path.c_str(); }
     // Cut at 259 characters.
     void SetPath(const char* path);
     LHashTable& Parms() { return _parms; }
@@ -23,7 +24,7 @@ public:
     void SetIndex(int index) { _index = index; }
 
 private:
-    char _path[LFile::kPathBytes] = "";
+    std::string _path;  // at most 259 bytes
     LHashTable _parms;
     int _index = 0;
 };
@@ -64,6 +65,9 @@ public:
     bool LoadXmlText(const char* text);
     // The same through the XML tree only, for any text.
     bool LoadXmlTree(const char* text);
+    // LoadXmlText of the file at `path`, whatever its extension, read piece by piece when it is
+    // in the written form. False also when the file can't be read.
+    bool LoadXmlFile(const char* path);
 
     // The writers replace the file whole (temporary file and rename). Bytes or below 0.
     int SaveToM3u(const char* path, bool extended) const;
@@ -105,6 +109,33 @@ private:
     void _Renumber();
 
     Items _items;
+};
+
+// Reads text exactly in the form SaveToXml writes, with values the tree reader reads the same
+// way, from pieces of any size as they come: only an unfinished entry is held between pieces.
+class LPlayListWrittenXmlReader {
+public:
+    // False once the text so far is not in that form; later pieces are then ignored.
+    bool Feed(const char* data, size_t bytes);
+    // True if all that was fed is one list in that form; its entries are then appended to `list`.
+    // Otherwise nothing is added.
+    bool Finish(LPlayList& list);
+
+private:
+    // Parses the whole entries at the start of [begin, end); where the unfinished rest begins,
+    // or nullptr when the text is not in the form.
+    const char* _ParseEntries(const char* begin, const char* end);
+    bool _ParseEntry(const char* begin, const char* end);
+    const char* _Fail();
+
+    std::string _pending;
+    size_t _searchFrom = 0;  // bytes of the pending entry already searched for its end
+    bool _headRead = false;
+    bool _failed = false;
+    LPlayList::Items _read;
+    // One entry's names and values, kept from entry to entry so their text is not allocated again.
+    std::string _name, _value, _closing;
+    std::vector<std::pair<std::string, std::string>> _fields;
 };
 
 // Appends the entries of `text` when it is exactly in the form SaveToXml writes, with values

@@ -2,6 +2,7 @@
 // direct reader of written lists, whenever it takes a text, reads it as the tree reader does.
 #include "app/LPlayList.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -65,6 +66,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (taken && !_Same(direct, tree))
         std::abort();
     if (!taken && direct.Count() != 0)
+        std::abort();
+    // The same text in small pieces, as a file is read: the same answer and entries.
+    LPlayListWrittenXmlReader reader;
+    const size_t length = strlen(text.c_str()), piece = 1 + (size > 0 ? data[0] % 7 : 0);
+    bool fed = true;
+    for (size_t at = 0; at < length && fed; at += piece)
+        fed = reader.Feed(text.data() + at, std::min(piece, length - at));
+    LPlayList pieces;
+    if ((fed && reader.Finish(pieces)) != taken || (taken && !_Same(direct, pieces)))
         std::abort();
     (void)tree.FormatXml();
     tree.Sort();

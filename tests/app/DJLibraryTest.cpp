@@ -97,6 +97,15 @@ TEST_F(DJLibraryTest, ASecondFileOfTheSameNameIsRefused)
     EXPECT_EQ(process.errors[0], "A file with name song.wav already exists: " + first + ".");
     library.RemoveItem(0);  // its name is free again
     EXPECT_TRUE(library.LoadSingleFile(second.c_str(), process));
+
+    // A library read from its file knows its names too.
+    const std::string file = home / "names.xml";
+    ASSERT_TRUE(library.SaveTo(file));
+    DJLibrary loaded;
+    ASSERT_TRUE(loaded.LoadFrom(file));
+    EXPECT_FALSE(loaded.LoadSingleFile(first.c_str(), process));
+    EXPECT_EQ(process.errors.back(), "A file with name song.wav already exists: " + second + ".");
+    EXPECT_EQ(loaded.GetList().Count(), 2u);
 }
 
 TEST_F(DJLibraryTest, PathsTheFileCannotHoldAreRefused)

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -84,4 +86,55 @@ TEST(LHashTable, LargeTablesKeepTheSameOrderAndLookups)
     EXPECT_STREQ(table.GetParm("k500", nullptr), "changed");
     EXPECT_STREQ(table.GetParm("k999", nullptr), "back");
     EXPECT_EQ(table.GetParm("K123", nullptr), nullptr);
+}
+
+// Front and end nodes mixed, values grown past and shrunk below the short-text size, removals:
+// at each size (with and without the lookup index) the table must agree with a plain model.
+TEST(LHashTable, MixedEditsAgreeWithAPlainModelAtEverySize)
+{
+    for (int size : {3, 15, 16, 17, 200}) {
+        LHashTable table;
+        std::vector<std::pair<std::string, std::string>> model;  // in order
+        auto set = [&](const std::string& key, const std::string& value, bool front) {
+            front ? table.SetString(key.c_str(), value.c_str()) : table.SetParmBottom(key.c_str(), value.c_str());
+            auto found = std::find_if(model.begin(), model.end(), [&](const auto& p) { return p.first == key; });
+            if (found != model.end())
+                found->second = value;
+            else
+                model.insert(front ? model.begin() : model.end(), {key, value});
+        };
+        for (int i = 0; i < size; ++i)
+            set(_Key(i), "v", i % 3 == 0);
+        for (int i = 0; i < size; i += 2)
+            set(_Key(i), std::string(40 + i, 'L'), i % 4 == 0);  // moves the node's text
+        for (int i = 0; i < size; i += 4)
+            set(_Key(i), "s", false);
+        for (int i = 1; i < size; i += 5) {
+            EXPECT_TRUE(table.Remove(_Key(i).c_str()));
+            model.erase(std::find_if(model.begin(), model.end(), [&](const auto& p) { return p.first == _Key(i); }));
+        }
+        set("late", "x", true);
+        for (int round = 0; round < 60; ++round)  // enough replaced text to be dropped
+            set(_Key(round % 3 * 4), std::string(100 + round * 7, 'G'), false);
+        // Values taken from the table itself, while the table's text may move under the write.
+        for (const auto& [to, from] : {std::pair{"late", 0}, {"new from own", 2}, {"late", 3}}) {
+            const std::string key = from == 0 ? "late" : _Key(from);
+            const std::string value = table.GetParm(key.c_str(), "");
+            table.SetString(to, table.GetParm(key.c_str(), ""));
+            set(to, value, true);
+        }
+        const LHashTable copy = table;
+        LHashTable moved;
+        moved = LHashTable(copy);
+        for (const LHashTable* t : std::vector<const LHashTable*>{&table, &copy, &moved}) {
+            ASSERT_EQ(t->Count(), model.size()) << size;
+            auto node = t->begin();
+            for (const auto& [key, value] : model) {
+                EXPECT_EQ(node->GetKey(), key) << size;
+                EXPECT_EQ(node->GetData(), value) << size;
+                EXPECT_STREQ(t->GetParm(key.c_str(), nullptr), value.c_str()) << size << " " << key;
+                ++node;
+            }
+        }
+    }
 }

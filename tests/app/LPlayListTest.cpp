@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -266,6 +269,69 @@ TEST(LPlayListTest, TheDirectReaderReadsAsTheTreeReader)
         tree.LoadXmlTree(text.c_str());
         EXPECT_EQ(Dump(direct), Dump(tree)) << fields;
     }
+}
+
+// The written form read piece by piece: any cut into pieces reads as the whole text does, and
+// no prefix of a list (a file cut short) passes as a whole one.
+TEST(LPlayListTest, TheDirectReaderTakesTextInAnyPieces)
+{
+    LPlayList list;
+    for (int i = 0; i < 3; ++i) {
+        LPlayItem item(("/m/" + std::to_string(i) + " &amp; \"x\".wav").c_str());
+        item.Parms().SetString("title", std::string(i * 40 + 1, 't').c_str());
+        item.Parms().SetString("bpm", "120.00");
+        list.AddItem(item);
+    }
+    const std::string text = list.FormatXml();
+    const std::string whole = Dump(list);
+    for (size_t piece : {size_t{1}, size_t{2}, size_t{5}, size_t{13}, size_t{64}, text.size()}) {
+        LPlayListWrittenXmlReader reader;
+        for (size_t at = 0; at < text.size(); at += piece)
+            ASSERT_TRUE(reader.Feed(text.data() + at, std::min(piece, text.size() - at))) << piece;
+        LPlayList read;
+        ASSERT_TRUE(reader.Finish(read)) << piece;
+        EXPECT_EQ(Dump(read), whole) << piece;
+    }
+    for (size_t cut = 0; cut < text.size(); ++cut) {
+        LPlayListWrittenXmlReader reader;
+        LPlayList read;
+        reader.Feed(text.data(), cut);
+        EXPECT_FALSE(reader.Finish(read)) << cut;
+        EXPECT_TRUE(read.IsEmpty()) << cut;
+    }
+}
+
+// A file is read in pieces of 256 KB: what it gives must not depend on where a piece ends, on
+// good files and on files the direct reader gives up on late.
+TEST(LPlayListTest, ReadingAFileAgreesWithReadingItsText)
+{
+    TempFolder folder;
+    LPlayList list;
+    for (int i = 0; i < 3000; ++i) {
+        LPlayItem item(("/music/artist " + std::to_string(i % 97) + "/track " + std::to_string(i) + ".mp3").c_str());
+        item.Parms().SetString("title", ("Title " + std::to_string(i)).c_str());
+        item.Parms().SetString("length", std::to_string(1000 + i).c_str());
+        list.AddItem(item);
+    }
+    const std::string good = list.FormatXml();
+    ASSERT_GT(good.size(), 300000u);  // more than one piece
+    std::string lateBreak = good;
+    lateBreak.insert(good.size() - 5000, "<unclosed>");
+    std::string lateNul = good;
+    lateNul[good.size() - 3000] = 0;
+    for (const auto& [name, text] : {std::pair{"good", good}, {"late break", lateBreak}, {"late zero byte", lateNul},
+                                     {"trailing text", good + "x"}, {"cut", good.substr(0, good.size() - 1)}}) {
+        const std::string path = folder / "list.xml";
+        WriteText(path, text);
+        LPlayList fromFile, fromText;
+        EXPECT_EQ(fromFile.LoadXmlFile(path.c_str()), fromText.LoadXmlText(text.c_str())) << name;
+        EXPECT_EQ(Dump(fromFile), Dump(fromText)) << name;
+        if (std::string(name) == "good") {
+            EXPECT_EQ(Dump(fromFile), Dump(list));
+        }
+    }
+    LPlayList none;
+    EXPECT_FALSE(none.LoadXmlFile((folder / "absent.xml").c_str()));
 }
 
 }  // namespace
