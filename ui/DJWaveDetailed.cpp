@@ -179,10 +179,10 @@ void DJWaveDetailed::_BuildWaveRuns(int left, int right, int mid, int x1, int x2
     const int last = std::min(right, static_cast<int>(_waveRun.size()) - 1);
     _waveCount = _loopCount = 0;
     for (int x = left; x <= last; ++x) {
-        const int column = x + first;
+        const int64_t column = int64_t(x) + first;
         if (column >= count || column >= kMaxColumns)
             break;
-        const int half = GetPeak(column) >> kMarkShift;
+        const int half = GetPeak(static_cast<int>(column)) >> kMarkShift;
         const Stroke stroke{x, mid - half, mid + half + 1};
         if (x >= x1 && x < x2)
             _loopRun[_loopCount++] = stroke;
@@ -205,9 +205,9 @@ void DJWaveDetailed::_PaintBeatStrip(PaintData& data, int left, int right)
     if (!_beatsValid)
         FillBeatArray();
     const DJTheme& theme = GetTheme();
-    const int offset = ColumnOf(_frameStart);
-    for (int x = left; x <= right; ++x) {
-        switch (GetBeat(x + offset)) {
+    const int64_t offset = ColumnOf(_frameStart);
+    for (int x = left; x <= right && x + offset < kMaxColumns; ++x) {
+        switch (GetBeat(static_cast<int>(x + offset))) {
         case kBeatTick:
             VLine(data, theme.beatTickPen, x, kTickTop, kTickBottom);
             break;

@@ -46,8 +46,11 @@ void DJWavePreview::SetFrame(int sample)
     const int first = ColumnOf(_frameStart);
     _firstPixel.store(first, std::memory_order_relaxed);
     _endPixel = ColumnOf(double(_frameStart) + _frameLength);
-    const int from = std::min(oldFirst, first), to = std::max(oldEnd, _endPixel);
-    Update(from, 0, to - from + 1, GetHeight());
+    const int width = GetWidth();
+    const int from = std::clamp(std::min(oldFirst, first), 0, width);
+    const int to = std::clamp(std::max(oldEnd, _endPixel), 0, width);
+    if (to >= from)
+        Update(from, 0, to - from + 1, GetHeight());
 }
 
 void DJWavePreview::Prepaint(PaintData& data)

@@ -369,6 +369,58 @@ TEST_F(WaveDisplayTest, PreviewClickSeeksWithLagAndDragKeepsSeeking)
     EXPECT_EQ(preview.GetFrameLength(), 5 * kRate);
 }
 
+TEST_F(WaveDisplayTest, LoopOverlaysAndAbsurdPositionsPaintWithoutHarm)
+{
+    constexpr int kPeriod = 22050;
+    LoadAndScan(Track("overlay.wav", 16000, 30.0), kPeriod, 1);
+    deck.SetCueMark(441 * 100);
+    deck.SetLoop(4);  // four beats: 200 columns
+    detailed.SetFrame(0);
+    detailed.SetOverDeck(true);
+    detailed.SetLoadProgress(42);
+    detailed.SetAutoPlayMode(true);
+    const DJTheme& theme = DJThemeUser::GetTheme();
+    const QImage image = PaintToImage(detailed);
+    const int mid = (kHeight - 7) / 2 + 7;
+    EXPECT_EQ(PixelAt(image, 150, mid + 20), theme.loopWavePen.GetColor());
+    EXPECT_EQ(PixelAt(image, 150, kHeight - 10), theme.loopBackground);
+    EXPECT_EQ(PixelAt(image, 50, mid + 20), theme.wavePen.GetColor());
+    EXPECT_EQ(PixelAt(image, 50, kHeight - 10), theme.waveBackground);
+    EXPECT_EQ(PixelAt(image, kWidth - 2, 10), LGuiColorRef::FromRGB(0, 0, 0));  // over-deck frame
+    EXPECT_EQ(PixelAt(image, 0, 50), theme.playLinePen.GetColor());
+    EXPECT_EQ(PixelAt(image, kWidth - 5, kHeight - 19), theme.autoPlayBox);
+    int progressPixels = 0;  // the progress text, in its own colour, centred
+    for (int x = kWidth / 2 - 100; x < kWidth / 2 + 100; ++x)
+        for (int y = 37; y < 69; ++y)
+            progressPixels += PixelAt(image, x, y) == theme.progressFont.GetColor();
+    EXPECT_GT(progressPixels, 50);
+
+    // Absurd positions, pitches and sizes: nothing crashes and nothing reads out of range.
+    for (const int frame : {INT32_MIN, -1, INT32_MAX, 30 * kRate + 5}) {
+        detailed.SetFrame(frame);
+        preview.SetFrame(frame);
+        PaintToImage(detailed);
+        PaintToImage(preview);
+    }
+    for (const double pitch : {0.0, 1e-9, 1e9}) {
+        deck.SetPitch(pitch);
+        detailed.EvPitchChange();
+        preview.EvPitchChange();
+        detailed.SetFrame(INT32_MAX);
+        PaintToImage(detailed);
+        detailed.EvLButtonDown(kWidth - 1, 50);
+        detailed.EvMouseWheel(0, 0, -120000);
+    }
+    for (const auto& size : {std::pair{0, 0}, std::pair{1, 1}, std::pair{3, 5}}) {
+        detailed._SetSize(size.first, size.second);
+        detailed.EvSize();
+        preview._SetSize(size.first, size.second);
+        preview.EvSize();
+        PaintToImage(detailed);
+        PaintToImage(preview);
+    }
+}
+
 TEST_F(WaveDisplayTest, FileThatCannotBeOpenedPaintsOnlyBackgroundStripAndLines)
 {
     const std::string missing = folder / "missing.wav";
