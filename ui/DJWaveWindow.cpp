@@ -274,6 +274,29 @@ void DJWaveWindow::HLine(PaintData& data, const LGuiPen& pen, float left, float 
         FillRect(data, pen.GetColor(), left, y - float(width / 2), right - left, float(width));
 }
 
+void DJWaveWindow::AddSegment(std::vector<PaintData::Point>& run, int& count, float x, float top,
+                              float bottom)
+{
+    if (static_cast<size_t>(count) + 2 > run.size())
+        return;
+    run[count++] = {x, top, true};
+    run[count++] = {x, bottom, false};
+}
+
+void DJWaveWindow::StrokeRun(PaintData& data, const LGuiPen& pen,
+                             const std::vector<PaintData::Point>& run, int count)
+{
+    StrokeSegments(data, pen.GetColor(), pen.GetWidth(), run.data(), count);
+}
+
+void DJWaveWindow::SizeRuns(std::initializer_list<std::vector<PaintData::Point>*> runs) const
+{
+    const size_t points = 2 * static_cast<size_t>(std::max(GetWidth(), 1));
+    for (std::vector<PaintData::Point>* run : runs)
+        if (run->size() < points)
+            run->resize(points);
+}
+
 int DJWaveWindow::ColumnOf(double sample) const
 {
     if (_samplesPerPixel <= 0.0)

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -127,6 +128,13 @@ protected:
     // from (left, y) to right (excluded); filled rectangles, so a paint allocates nothing.
     static void VLine(PaintData& data, const LGuiPen& pen, float x, float top, float bottom);
     static void HLine(PaintData& data, const LGuiPen& pen, float left, float right, float y);
+    // Appends the vertical segment (x, top)..(x, bottom) to a run of point pairs.
+    static void AddSegment(std::vector<PaintData::Point>& run, int& count, float x, float top,
+                           float bottom);
+    static void StrokeRun(PaintData& data, const LGuiPen& pen,
+                          const std::vector<PaintData::Point>& run, int count);
+    // Room for two points a column of the control's width in each run.
+    void SizeRuns(std::initializer_list<std::vector<PaintData::Point>*> runs) const;
     // Column of a played position, 0 where the truncated quotient is 0 or there is no scale.
     int ColumnOf(double sample) const;
     // The cue mark's column in the view.

@@ -2,6 +2,7 @@
 
 #include "analysis/ClickTrain.h"
 #include "engine/DJDeck.h"
+#include "support/TestAllocator.h"
 #include "support/TestHome.h"
 #include "ui/DJTheme.h"
 #include "ui/DJWaveDetailed.h"
@@ -194,6 +195,10 @@ TEST_F(WaveDisplayTest, ShortTrackKeepsTheViewAtTheStartAndShowsThePastEnd)
     EXPECT_EQ(PixelAt(image, peakCount + 5, kHeight - 2), theme.loopBackground);
     EXPECT_EQ(PixelAt(image, kWidth - 1, 20), theme.loopBackground);
     EXPECT_EQ(PixelAt(image, 50, 3), theme.beatStrip);
+
+    detailed.EvRButtonDown(10, 10);
+    preview.EvRButtonDown(10, 10);
+    EXPECT_EQ(window.messages, (std::vector<Message>{{4, kDetailedId, 0}, {4, kPreviewId, 0}}));
 }
 
 TEST_F(WaveDisplayTest, TimeFormOfSetFrameConvertsAtTheSourceRate)
@@ -421,6 +426,29 @@ TEST_F(WaveDisplayTest, LoopOverlaysAndAbsurdPositionsPaintWithoutHarm)
     }
 }
 
+TEST_F(WaveDisplayTest, PaintingMoreColumnsAllocatesNothingMore)
+{
+    LoadAndScan(Track("alloc.wav", 16000, 30.0), 22050, 1);
+    deck.SetCueMark(441 * 500);
+    deck.SetLoop(4);
+    detailed.SetFrame(441 * 600);
+    QImage image(kWidth, kHeight, QImage::Format_RGB32);
+    auto allocations = [&](float x, float width) {
+        QPainter painter(&image);
+        PaintData data;
+        data.context = &painter;
+        data.x = x;
+        data.width = width;
+        data.height = kHeight;
+        detailed.Prepaint(data);  // beat marks and caches are made by the first paint
+        AllocationCount count;
+        detailed.Prepaint(data);
+        return count.Count();
+    };
+    // Both areas hold part of the loop and of the wave; only the number of columns differs.
+    EXPECT_EQ(allocations(0, kWidth), allocations(0, kWidth / 2));
+}
+
 TEST_F(WaveDisplayTest, FileThatCannotBeOpenedPaintsOnlyBackgroundStripAndLines)
 {
     const std::string missing = folder / "missing.wav";
@@ -431,8 +459,10 @@ TEST_F(WaveDisplayTest, FileThatCannotBeOpenedPaintsOnlyBackgroundStripAndLines)
     EXPECT_EQ(detailed.GetPeakCount(), 0);
     detailed.EvLButtonDown(100, 50);
     detailed.EvMouseWheel(100, 50, 120);
+    detailed.EvRButtonDown(100, 50);
     preview.EvLButtonDown(100, 5);
     EXPECT_TRUE(log.seeks.empty());
+    EXPECT_TRUE(window.messages.empty());
     const DJTheme& theme = DJThemeUser::GetTheme();
     const QImage image = PaintToImage(detailed);
     const int mid = (kHeight - 7) / 2 + 7;
