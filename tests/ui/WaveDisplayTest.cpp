@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <memory>
@@ -123,6 +124,19 @@ TEST(WaveScan, PitchKeepsTheColumnsAndBadFilesGiveNothing)
     std::ofstream{empty};
     for (const std::string& bad : {folder / "missing.wav", garbage, empty, folder.Path()})
         EXPECT_EQ(DJWaveScanFile(bad.c_str(), kWidth, 1.0, true), 0) << bad;
+    // A name with spaces and UTF-8 is read like any other.
+    const std::string odd = folder / "odd name \xc3\xbc #1.wav";
+    ASSERT_TRUE(WriteMono(odd, Square(8000, 2 * kRate)));
+    EXPECT_EQ(DJWaveScanFile(odd.c_str(), kWidth, 1.0, false), plainCount);
+    // A track longer than the columns can hold is cut at the last of them.
+    std::vector<uint8_t> many;
+    // At 10,000,000 columns a view, a column is 0.02 frames: most read nothing, and every
+    // one that reads a frame holds the peak.
+    EXPECT_EQ(DJWaveScanFile(path.c_str(), 10 * DJWaveWindow::kMaxColumns, 1.0, false, &many),
+              DJWaveWindow::kMaxColumns);
+    const auto tail = many.end() - 100;
+    EXPECT_EQ(*std::max_element(tail, many.end()), 8000 * 16 >> 11);
+    EXPECT_EQ(*std::min_element(tail, many.end()), 0);
     // Absurd widths and pitches are held, never crash.
     EXPECT_GT(DJWaveScanFile(path.c_str(), 0, 0.0, false), 0);
     EXPECT_GT(DJWaveScanFile(path.c_str(), -5, -3.0, true), 0);
