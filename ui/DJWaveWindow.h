@@ -31,7 +31,7 @@ enum class DJWaveMessage : int {
 };
 
 // What a peak scan needs to know, fixed when the scan starts.
-struct DJWaveScanSpec {
+struct DJWaveScanParams {
     double spanMs = 5000.0;         // track time across `pixelWidth` columns (unpitched)
     int pixelWidth = 1;             // columns per span
     double samplesPerPixel = 0.0;   // played (pitched) frames per column
@@ -43,7 +43,7 @@ struct DJWaveScanSpec {
 // first. The columns in use (peakCount) are stored in `peakCount` (if given) before the first
 // column is read, and returned; 0 when the file cannot be opened. `column(i)` is called after
 // column i is written and returns false to end the scan early.
-int DJWaveScanPeaks(const char* path, const DJWaveScanSpec& spec, std::atomic<uint8_t>* peaks,
+int DJWaveScanPeaks(const char* path, const DJWaveScanParams& params, std::atomic<uint8_t>* peaks,
                     int capacity, std::atomic<int>* peakCount,
                     const std::function<bool(int column)>& column);
 
@@ -161,10 +161,11 @@ protected:
 private:
     void EvTimer(int timerId) override;
     bool _startScanNow = false;  // Load starts the scan at once, a resize after a pause
-    // The reader's spec, taken on the interface thread before it starts.
-    DJWaveScanSpec _MakeScanSpec() const;
+    // The reader's parameters, taken on the interface thread before it starts.
+    DJWaveScanParams _MakeScanParams() const;
 
     enum TimerId : int { kTimerResizeRestart = 1 };
-    DJWaveScanSpec _scanSpec;
+    DJWaveScanParams _scanParams;
     std::string _scanPath;
+    bool _scanIsPreview = false;
 };
