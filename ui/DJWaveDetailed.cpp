@@ -1,6 +1,7 @@
 #include "ui/DJWaveDetailed.h"
 
 #include "engine/DJDeck.h"
+#include "sound/LSRCConvertRate.h"
 #include "sound/LSampleMath.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 
 namespace {
 
+constexpr double kMsPerSecond = 1000.0;
 constexpr int kMarkShift = 2;          // a peak byte gives at most 63 rows each side
 constexpr int kBeatsPerBar = 4;
 constexpr int kBarMarkHalf = 3;        // the 7 by 7 bar mark is centred on its column
@@ -40,23 +42,21 @@ void DJWaveDetailed::Load(const char* path)
 
 void DJWaveDetailed::CalculateSamplesPerPixel()
 {
-    const double pitch = std::max(_deck ? _deck->GetPitch() : 1.0, 0.1);
-    _samplesPerPixel = _source->GetRate() * (kDetailedSpanMs / 1000.0) / (std::max(_pixelWidth, 1) * pitch);
+    const double pitch = std::max(_deck ? _deck->GetPitch() : 1.0, LSRCPitchSpeed::kMinSpeed);
+    _samplesPerPixel = _source->GetRate() * (kDetailedSpanMs / kMsPerSecond) / (std::max(_pixelWidth, 1) * pitch);
     _frameLength = LTruncToInt(std::max(_pixelWidth, 1) * _samplesPerPixel);
 }
 
 void DJWaveDetailed::EvPitchChange()
 {
     DJWaveWindow::EvPitchChange();
-    _frameLength = LTruncToInt(std::max(_pixelWidth, 1) * _samplesPerPixel);
-    _beatsValid = false;
+    _beatsValid = false;  // the adjusted beat length moves the marks
 }
 
 void DJWaveDetailed::EvSize()
 {
     DJWaveWindow::EvSize();
     _pixelWidth = std::max(_pixelWidth, 1);
-    _frameLength = LTruncToInt(_pixelWidth * _samplesPerPixel);
     SizeRuns({&_waveRun, &_loopRun, &_tickRun});
     SetFrame(_frame);
     _beatsValid = false;

@@ -162,8 +162,6 @@ void DJWaveWindow::EvSize()
         TimerSet(kTimerResizeRestart, kResizeRestartMs);
 }
 
-void DJWaveWindow::EvShow(bool /*shown*/) {}
-
 void DJWaveWindow::EvTimer(int timerId)
 {
     if (timerId == kTimerResizeRestart)
@@ -207,10 +205,6 @@ uint8_t DJWaveWindow::GetPeak(int column) const
 
 void DJWaveWindow::StopScan()
 {
-    if (!IsRunning()) {
-        WaitForThreadEnd();
-        return;
-    }
     StopThreadSoon();
     WaitForThreadEnd();
 }

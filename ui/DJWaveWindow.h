@@ -85,7 +85,6 @@ public:
     void UpdateCueMark() { ThrottledUpdate(); }
 
     void EvSize() override;
-    void EvShow(bool shown) override;
     void EvRButtonDown(int x, int y) override;
     // The deck's pitch changed: reopens the source and recomputes the scale.
     virtual void EvPitchChange();
