@@ -143,7 +143,7 @@ void DJWaveWindow::CloseSource()
     _trackFrames = 0;
 }
 
-void DJWaveWindow::SetFrame(LSoundTime& time)
+void DJWaveWindow::SetFrame(const LSoundTime& time)
 {
     const int64_t rate = _source->GetRate();
     const int ms = time.GetMilliseconds();

@@ -81,7 +81,7 @@ public:
     // The play position in played frames.
     virtual void SetFrame(int sample) = 0;
     // The time form: whole seconds x rate + remainder ms x rate / 1000, at the source's rate.
-    void SetFrame(LSoundTime& time);
+    void SetFrame(const LSoundTime& time);
     void UpdateCueMark() { ThrottledUpdate(); }
 
     void EvSize() override;
