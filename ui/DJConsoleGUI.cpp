@@ -9,12 +9,13 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <cstdlib>
+#include <string>
 #include <iterator>
 
 namespace {
 
 constexpr char kCrossFadeTimeKey[] = "CrossFadeTime";
-constexpr int kEmptySettingSeconds = 15;    // a non-number reads as an empty setting
 constexpr int kBackgroundImageWidth = 180;  // pixels; image 355 is 180 by 276
 
 // Fixed places of the controls; a negative x or width counts from the panel's width.
@@ -176,12 +177,15 @@ void DJConsoleGUI::AutoCrossFadeCancel()
 
 unsigned int DJConsoleGUI::FadeStepDelayMs()
 {
-    if (DJSettingString(kCrossFadeTimeKey).empty()) {
+    const std::string text = DJSettingString(kCrossFadeTimeKey);
+    char* end = nullptr;
+    // Out of range saturates; text that is no number reads as no setting.
+    const long long seconds = std::strtoll(text.c_str(), &end, 10);
+    if (end == text.c_str()) {
         return kEmptySettingFadeMs;
     }
-    const int64_t seconds = DJSettingInt(kCrossFadeTimeKey, kEmptySettingSeconds);
-    const int64_t delay = (seconds - 1) * kFadeMsPerSecond;
-    return static_cast<unsigned int>(std::clamp<int64_t>(delay, 0, INT_MAX));
+    const long long delay = (std::clamp<long long>(seconds, 1, INT_MAX) - 1) * kFadeMsPerSecond;
+    return static_cast<unsigned int>(std::min<long long>(delay, INT_MAX));
 }
 
 void DJConsoleGUI::_StartFadeTimer()
