@@ -12,7 +12,7 @@ constexpr int kButtonTop = 5;      // pixels
 constexpr int kButtonHeight = 15;  // pixels
 
 // One button: text, tip, place (a negative x counts from the panel's width), the commands at
-// its release and press (0: none).
+// its release and press.
 struct BottomButton {
     int id;
     const char* text;
@@ -24,8 +24,10 @@ constexpr BottomButton kButtons[] = {
     {kBottomAdd, "+ Add", "Add Tracks", 10, 55, kBottomAddUp, kBottomAddDown},
     {kBottomRemove, "- Remove", "Remove Tracks", 70, 55, kBottomRemoveUp, kBottomRemoveDown},
     {kBottomClear, "Clear", "Clear All Tracks", 130, 55, kBottomClearUp, kBottomClearDown},
-    {kBottomAutoPlay, "Auto Play", "Toggle Auto Play Mode", 190, 55, 0, kBottomAutoPlay},
-    {kBottomRecording, "Recording", "Toggle Recording", 250, 55, 0, kBottomRecording},
+    {kBottomAutoPlay, "Auto Play", "Toggle Auto Play Mode", 190, 55, kBottomToggleReleased,
+     kBottomAutoPlay},
+    {kBottomRecording, "Recording", "Toggle Recording", 250, 55, kBottomToggleReleased,
+     kBottomRecording},
     {kBottomExport, "Export Playlist >>", "Export List as Playlist File", -120, 110,
      kBottomExportUp, kBottomExportDown},
 };

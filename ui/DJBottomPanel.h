@@ -13,6 +13,9 @@ class DJPanelBackground;
 // Control ids and commands of the bottom panel.
 enum DJBottomControl : int {
     kBottomBackground = 1,
+    // Release of auto play or recording: nothing to do but EnableControls, which restores
+    // the button's value by its flag.
+    kBottomToggleReleased = 2,
     kBottomAdd = 258,
     kBottomRemove = 259,
     kBottomClear = 260,

@@ -76,9 +76,11 @@ void DJConsoleGUI::_AddControls()
     CoolButtonInitUpDownCustomDraw(kConsoleFadeLeft, kConsoleFadeLeftUp, kConsoleFadeLeftDown);
     CoolButtonInitUpDownCustomDraw(kConsoleFadeRight, kConsoleFadeRightUp,
                                    kConsoleFadeRightDown);
-    // The lights act at the press only.
-    CoolButtonInitUpDownCustomDraw(kConsoleAutoPlayLight, 0, kConsoleAutoPlayLight);
-    CoolButtonInitUpDownCustomDraw(kConsoleRecordingLight, 0, kConsoleRecordingLight);
+    // The lights act at the press; their release only restores their value by the flags.
+    CoolButtonInitUpDownCustomDraw(kConsoleAutoPlayLight, kConsoleLightReleased,
+                                   kConsoleAutoPlayLight);
+    CoolButtonInitUpDownCustomDraw(kConsoleRecordingLight, kConsoleLightReleased,
+                                   kConsoleRecordingLight);
     const std::pair<LPaintControl*, int> paintControls[] = {
         {&_crossFader, kConsoleCrossFader}, {&_meter, kConsoleMeter}, {&_volume, kConsoleVolume}};
     for (const auto& [control, id] : paintControls) {

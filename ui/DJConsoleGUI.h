@@ -17,6 +17,8 @@ class DJPanelBackground;
 // Control ids and commands of the console panel.
 enum DJConsoleControl : int {
     kConsoleBackground = 1,
+    // Release of a light: nothing to do but EnableControls, which restores its value.
+    kConsoleLightReleased = 2,
     kConsoleCrossFader = 238,
     kConsoleMeter = 250,
     kConsoleVolume = 251,

@@ -387,6 +387,12 @@ TEST_F(ConsolePanel, LightsBlinkWhileTheirModeIsOn)
     SendMouse(Handle(kConsoleRecordingLight), QEvent::MouseButtonPress, 5, 5);
     SendMouse(Handle(kConsoleRecordingLight), QEvent::MouseButtonRelease, 5, 5);
     EXPECT_EQ(main.calls, (std::vector<std::string>{"autoplay", "record on"}));
+    // The release leaves the light's value to the mode.
+    gui.SetAutoPlayMode(true);
+    gui.EnableControls();
+    SendMouse(Handle(kConsoleAutoPlayLight), QEvent::MouseButtonPress, 5, 5);
+    SendMouse(Handle(kConsoleAutoPlayLight), QEvent::MouseButtonRelease, 5, 5);
+    EXPECT_EQ(gui.GetControlValue(kConsoleAutoPlayLight), 1);
 }
 
 // The panel and the console agree on recording from the first block to the last; the file is
