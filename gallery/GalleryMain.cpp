@@ -1,6 +1,7 @@
 // orvane-gallery: one window with every control, button look and theme image of the toolkit,
 // for developers and for the screenshot tests. Not installed.
 #include "base/LSafeWrite.h"
+#include "gallery/ConsolePanels.h"
 #include "gallery/GalleryLayout.h"
 #include "gallery/GalleryWindow.h"
 #include "ui/LGuiApplication.h"
@@ -108,5 +109,6 @@ int main(int argc, char** argv)
         return _SaveScreenshot(window, options.screenshot);
     }
     window.Show();
+    const auto consolePanels = GalleryShowConsolePanels();
     return application.Run();
 }
