@@ -3,10 +3,13 @@
 #include "gallery/ConsolePanels.h"
 
 #include "engine/DJConsole.h"
+#include "gallery/GalleryLayout.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
 #include "ui/DJMainWindowLink.h"
 #include "ui/LWindow.h"
+
+#include <QWidget>
 
 #include <algorithm>
 
@@ -20,6 +23,7 @@ constexpr int kGap = 10;             // pixels between the panels
 constexpr int kWindowWidth = kBottomWidth;
 constexpr int kWindowHeight = kConsoleHeight + kGap + kBottomHeight;
 constexpr int kStartRows = 3;
+constexpr int kWindowGap = 40;  // pixels below the main gallery window, for its frame
 
 }  // namespace
 
@@ -74,6 +78,11 @@ private:
 std::shared_ptr<GalleryConsolePanels> GalleryShowConsolePanels()
 {
     auto window = std::make_shared<GalleryConsolePanels>();
+    // Below the main gallery window, never over it, and without taking the focus from it:
+    // the real-window tests photograph and click that one.
+    QWidget* widget = window->GetWidget();
+    widget->move(0, GalleryLayout::kWindowHeight + kWindowGap);
+    widget->setAttribute(Qt::WA_ShowWithoutActivating);
     window->Show();
     return window;
 }
