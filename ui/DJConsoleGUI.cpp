@@ -10,8 +10,9 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <string>
 #include <iterator>
+#include <string>
+#include <utility>
 
 namespace {
 

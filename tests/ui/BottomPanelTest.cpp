@@ -58,25 +58,6 @@ protected:
     DJBottomPanel panel;
 };
 
-TEST_F(BottomPanel, ButtonsSitAtTheirPlacesWithTheirTips)
-{
-    const struct {
-        int id, x, width;
-        const char* tip;
-    } cases[] = {
-        {kBottomAdd, 10, 55, "Add Tracks"},
-        {kBottomRemove, 70, 55, "Remove Tracks"},
-        {kBottomClear, 130, 55, "Clear All Tracks"},
-        {kBottomAutoPlay, 190, 55, "Toggle Auto Play Mode"},
-        {kBottomRecording, 250, 55, "Toggle Recording"},
-        {kBottomExport, kPanelWidth - 120, 110, "Export List as Playlist File"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Handle(c.id)->geometry(), QRect(c.x, 5, c.width, 15)) << c.id;
-        EXPECT_EQ(Handle(c.id)->toolTip().toStdString(), c.tip);
-    }
-}
-
 // Remove needs a selected row; clear, auto play, recording and export need a row.
 TEST_F(BottomPanel, EnabledStatesFollowTheList)
 {

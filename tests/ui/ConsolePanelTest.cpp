@@ -208,6 +208,32 @@ TEST(CrossFader, SetPositionIsHeldToTheRangeAndAlwaysTellsTheWindow)
     DrainRepaints();
 }
 
+// Narrower than its margins, the travel is one pixel: each side of it is one end.
+TEST(CrossFader, ANarrowFaderStillReachesBothEnds)
+{
+    EnsureApplication();
+    RecordingWindow window;
+    window.CreateTopLevel("fader", 100, 40);
+    DJCrossFader fader;
+    window.AddPaintControl(238, 0, 0, 10, 30, {});
+    fader.Init(&window, 238);
+    EXPECT_EQ(fader.GetTravel(), 1);
+    fader.SetPosition(0);
+    fader.EvLButtonDown(fader.ThumbCentre(), 5);
+    EXPECT_EQ(fader.GetGrabOffset(), 0);
+    const struct {
+        int x, position;
+    } moves[] = {{7, 0}, {9, 100}, {8, 0}, {50, 100}, {-50, 0}};
+    for (const auto& m : moves) {
+        fader.EvMouseMove(m.x, 5);
+        EXPECT_EQ(fader.GetPosition(), m.position) << m.x;
+    }
+    fader.EvLButtonUp(0, 5);
+    const QImage image = PaintToImage(fader);
+    EXPECT_EQ(image.width(), 10);
+    DrainRepaints();
+}
+
 // The crossfade law, linear in amplitude: each deck's share of 100 in dB.
 TEST_F(ConsolePanel, FaderPositionsReachTheConsoleAsTheLaw)
 {
