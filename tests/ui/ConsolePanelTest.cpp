@@ -234,6 +234,32 @@ TEST(CrossFader, ANarrowFaderStillReachesBothEnds)
     DrainRepaints();
 }
 
+// The thumb is drawn where the mouse finds it: its centre line at the centre pixel, the groove
+// beside it.
+TEST(CrossFader, ThumbPaintsAtItsCentre)
+{
+    EnsureApplication();
+    RecordingWindow window;
+    window.CreateTopLevel("fader", 300, 40);
+    DJCrossFader fader;
+    window.AddPaintControl(238, 0, 0, 200, 30, {});
+    fader.Init(&window, 238);
+    const QRgb centreLine = qRgb(185, 185, 185), thumbFill = qRgb(51, 56, 57),
+               groove = qRgb(142, 148, 155);
+    for (int position : {0, 37, 100}) {
+        fader.SetPosition(position);
+        const QImage image = PaintToImage(fader);
+        const int centre = fader.ThumbCentre();
+        EXPECT_EQ(image.pixel(centre, 15), centreLine) << position;
+        EXPECT_EQ(image.pixel(centre - 2, 15), thumbFill) << position;
+        EXPECT_EQ(image.pixel(centre + 2, 15), thumbFill) << position;
+        const int away = position < 50 ? 150 : 50;
+        EXPECT_EQ(image.pixel(away, 15), groove) << position;
+        EXPECT_EQ(image.pixel(0, 0), qRgb(0, 0, 0)) << "the outer frame";
+    }
+    DrainRepaints();
+}
+
 // The crossfade law, linear in amplitude: each deck's share of 100 in dB.
 TEST_F(ConsolePanel, FaderPositionsReachTheConsoleAsTheLaw)
 {
