@@ -1,9 +1,9 @@
 // orvane-gallery: one window with every control, button look and theme image of the toolkit,
 // for developers and for the screenshot tests. Not installed.
 #include "base/LSafeWrite.h"
-#include "gallery/ConsolePanels.h"
 #include "gallery/GalleryLayout.h"
 #include "gallery/GalleryWindow.h"
+#include "gallery/ConsolePanels.h"
 #include "ui/LGuiApplication.h"
 
 #include <QBuffer>
