@@ -3,6 +3,7 @@
 #include "base/LSafeWrite.h"
 #include "gallery/GalleryLayout.h"
 #include "gallery/GalleryWindow.h"
+#include "gallery/ConsolePanels.h"
 #include "ui/LGuiApplication.h"
 
 #include <QBuffer>
@@ -108,5 +109,6 @@ int main(int argc, char** argv)
         return _SaveScreenshot(window, options.screenshot);
     }
     window.Show();
+    const auto consolePanels = GalleryShowConsolePanels();
     return application.Run();
 }
