@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 // The close view: five seconds of the unpitched track across the width, scrolling with the
 // play position. Shows beat marks in a strip along the top, the loop, the cue mark (which can
@@ -61,11 +62,11 @@ public:
     int GetCueDragX() const { return _cueDragX; }
 
 private:
-    // One vertical stroke of a paint: from (x, y1) to (x, y2).
+    // One vertical stroke of a paint: from (x, top) down to (x, bottom), bottom excluded.
     struct Stroke {
-        float x, y1, y2;
+        int x, top, bottom;
     };
-    // The wave columns of [left, right] into the two line runs (outside and inside the loop).
+    // The wave columns of [left, right] into the line runs outside and inside [x1, x2).
     void _BuildWaveRuns(int left, int right, int mid, int x1, int x2);
     void _PaintLoop(PaintData& data, int left, int right, int height, int& x1, int& x2);
     void _PaintBeatStrip(PaintData& data, int left, int right);
@@ -73,7 +74,8 @@ private:
     void _PaintPastEnd(PaintData& data, int width, int height);
     void _PaintProgress(PaintData& data, int width);
     void _PaintAutoPlay(PaintData& data, int width, int height);
-    void _StrokeRun(PaintData& data, const Stroke* strokes, int count, const LGuiPen& pen);
+    static void _StrokeRun(PaintData& data, const std::vector<Stroke>& run, int count,
+                           const LGuiPen& pen);
     // The cue mark at control column x, as the deck takes it.
     void _SetCueFromColumn(int x);
 
@@ -85,7 +87,7 @@ private:
     bool _overDeck = false, _dragActive = false;
     int _loadProgress = kNoProgress;
     bool _autoPlayMode = false;
-    // Line runs of one paint, sized for every column so painting allocates nothing.
-    std::unique_ptr<Stroke[]> _waveRun, _loopRun, _centreRun;
+    // Line runs of one paint, sized to the width at EvSize so painting allocates nothing.
+    std::vector<Stroke> _waveRun, _loopRun;
     int _waveCount = 0, _loopCount = 0;
 };

@@ -39,10 +39,12 @@ struct DJWaveScanSpec {
 
 // Scans `path` into one peak byte per column: a column's peak is the largest sample magnitude
 // of its stretch >> 11, 255 from 522240 up. `peaks` holds `capacity` bytes and is zeroed
-// first. `column(i)` is called after column i is written and returns false to stop the scan
-// early. Returns the columns in use (peakCount), 0 when the file cannot be opened.
+// first. The columns in use (peakCount) are stored in `peakCount` (if given) before the first
+// column is read, and returned; 0 when the file cannot be opened. `column(i)` is called after
+// column i is written and returns false to end the scan early.
 int DJWaveScanPeaks(const char* path, const DJWaveScanSpec& spec, std::atomic<uint8_t>* peaks,
-                    int capacity, const std::function<bool(int column)>& column);
+                    int capacity, std::atomic<int>* peakCount,
+                    const std::function<bool(int column)>& column);
 
 // The whole scan of a window of `pixelWidth` columns at `pitch`, without a window (for
 // benches): `preview` scans the whole track into the width, else five seconds a width.
@@ -59,8 +61,8 @@ public:
     static constexpr int kMaxColumns = 1000000;
     static constexpr double kDetailedSpanMs = 5000.0;
     static constexpr unsigned int kResizeRestartMs = 100;  // a scan restarts this long after the last resize
-    static constexpr int kPriorityLoad = kThreadPriorityNormal;
-    static constexpr int kPriorityScan = kThreadPriorityBackground;
+    // Readers run below everything that plays sound, also the first scan after a load.
+    static constexpr int kScanPriority = kThreadPriorityBackground;
 
     DJWaveWindow();
     // Stops and joins the reader before the arrays go.
@@ -119,8 +121,12 @@ protected:
     void ReopenSource();
     // Stops the reader if it runs and waits for its end.
     void StopScan();
-    // Starts the reader at `priority` (stopping a running one first).
-    void StartScan(int priority);
+    // Starts the reader (stopping a running one first); nothing without a track and a deck.
+    void StartScan();
+    // A vertical line of `pen` from (x, top) down to bottom (excluded), and a horizontal one
+    // from (left, y) to right (excluded); filled rectangles, so a paint allocates nothing.
+    static void VLine(PaintData& data, const LGuiPen& pen, float x, float top, float bottom);
+    static void HLine(PaintData& data, const LGuiPen& pen, float left, float right, float y);
     // Column of a played position, 0 where the truncated quotient is 0 or there is no scale.
     int ColumnOf(double sample) const;
     // The cue mark's column in the view.
@@ -138,6 +144,7 @@ protected:
     int _frameLength = 0;
     int _frameStart = 0, _frame = 0;
     double _samplesPerPixel = 0.0;
+    int _trackFrames = 0;  // unpitched length of the file
     std::atomic<int> _peakCount{0};
     int _pixelWidth = 0;
     std::atomic<bool> _scanComplete{false};
@@ -145,6 +152,7 @@ protected:
 
 private:
     void EvTimer(int timerId) override;
+    bool _startScanNow = false;  // Load starts the scan at once, a resize after a pause
     // The reader's spec, taken on the interface thread before it starts.
     DJWaveScanSpec _MakeScanSpec() const;
 
