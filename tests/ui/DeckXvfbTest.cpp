@@ -367,27 +367,28 @@ TEST_F(DeckXvfbTest, SliderStormNeitherStallsTheWindowNorStarvesTheAudio)
         }, 5000);
     };
 
-    const DJDeckRect depth = DJDeckControlRect(kDeckFlangerDepth, GalleryDeckWindow::kPanelWidth);
-    const DJDeckRect pitch = DJDeckControlRect(kDeckPitchSlider, GalleryDeckWindow::kPanelWidth);
+    // Drags: a press on a slider, sixty moves over its whole travel and back, a release;
+    // in turn on the flanger's depth and on the bass equaliser.
+    auto drag = [&](int control, std::vector<std::string>& storm) {
+        const DJDeckRect r = DJDeckControlRect(control, GalleryDeckWindow::kPanelWidth);
+        auto add = [&](std::initializer_list<std::string> words) {
+            storm.insert(storm.end(), words.begin(), words.end());
+        };
+        const QPoint top = at(control, r.width / 2, 2);
+        add({"mousemove", std::to_string(top.x()), std::to_string(top.y()), "mousedown", "1"});
+        for (int i = 0; i < 60; ++i) {
+            const int y = (i % 2 == 0) ? r.height - 2 - (i * 3) % (r.height / 2) : 2 + (i * 5) % (r.height / 2);
+            const QPoint p = at(control, r.width / 2, y);
+            add({"mousemove", std::to_string(p.x()), std::to_string(p.y())});
+        }
+        add({"mouseup", "1"});
+    };
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     int rounds = 0, stalls = 0;
     while (std::chrono::steady_clock::now() < end) {
         std::vector<std::string> storm;
-        for (int i = 0; i < 40; ++i) {
-            const bool onPitch = i % 2 == 0;
-            const DJDeckRect& r = onPitch ? pitch : depth;
-            const int control = onPitch ? kDeckPitchSlider : kDeckFlangerDepth;
-            const int step = (i * 7) % 10;
-            const QPoint p = onPitch ? at(control, r.width * (step + 1) / 12, r.height / 2)
-                                     : at(control, r.width / 2, r.height * (step + 1) / 12);
-            const QPoint q = onPitch ? at(control, r.width * (10 - step) / 12, r.height / 2)
-                                     : at(control, r.width / 2, r.height * (10 - step) / 12);
-            for (const auto& a : {std::string("mousemove"), std::to_string(p.x()), std::to_string(p.y()),
-                                  std::string("mousedown"), std::string("1"), std::string("mousemove"),
-                                  std::to_string(q.x()), std::to_string(q.y()), std::string("mouseup"),
-                                  std::string("1")})
-                storm.push_back(a);
-        }
+        drag(kDeckFlangerDepth, storm);
+        drag(kDeckEqBass, storm);
         ASSERT_TRUE(Xdotool(storm));
         ++rounds;
         if (rounds % 10 == 0) {
