@@ -23,6 +23,7 @@
 #include <cstdlib>
 #include <numbers>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 using namespace XvfbTest;
@@ -414,9 +415,12 @@ TEST_F(DeckXvfbTest, DeckModeRefusesABadTrack)
     WriteWholeFile(empty, "");
     const std::string notWave = folder / "text.wav";
     WriteWholeFile(notWave, "RIFF....WAVEfmt this is not a wave file");
-    for (const std::string& path : {empty, notWave, folder / "missing.wav"}) {
+    const std::string folderPath = folder / "folder.wav";
+    ASSERT_EQ(mkdir(folderPath.c_str(), 0700), 0);
+    for (const std::string& path : {empty, notWave, folder / "missing.wav", folderPath,
+                                    std::string(5000, 'x') + ".wav"}) {
         const pid_t pid = Spawn({ORVANE_GALLERY_PATH, "--deck", path}, {"ORVANE_AUDIO_CAPTURE"});
-        EXPECT_EQ(WaitExit(pid), 1) << path;
+        EXPECT_EQ(WaitExit(pid), 1) << path.substr(0, 80);
     }
     const pid_t usage = Spawn({ORVANE_GALLERY_PATH, "--play"}, {});
     EXPECT_EQ(WaitExit(usage), 2);
