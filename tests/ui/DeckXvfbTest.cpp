@@ -185,7 +185,7 @@ protected:
 TEST_F(DeckXvfbTest, ClickTrackPlaysSeeksAndTakesAnEffectWithoutAClick)
 {
     const std::string track = folder / "clicks.wav";
-    const std::vector<int> source = ClickTrack(40);
+    const std::vector<int> source = ClickTrack(60);
     WriteWave(track, source);
     const PacedCapture capture(folder / "capture.wav");
     double seekFraction = 0;    // of the preview's width, where it was clicked
@@ -243,19 +243,18 @@ TEST_F(DeckXvfbTest, ClickTrackPlaysSeeksAndTakesAnEffectWithoutAClick)
         ASSERT_TRUE(ClickAt(ScreenPoint(widget, kDeckPitchSlider, x, pitchRect.height / 2)));
         ASSERT_TRUE(WaitFor([&] { return deck.GetPitch() > 1.01; })) << "pitch " << deck.GetPitch();
 
-        // A seek by the preview to three quarters of the track.
+        // A seek by the preview to 60 % of the track; the deck's cursor tells where it went.
         const DJDeckRect previewRect = DJDeckControlRect(kDeckWavePreview, GalleryDeckWindow::kPanelWidth);
-        const int seekX = previewRect.width * 3 / 4;
+        const int seekX = previewRect.width * 3 / 5;
         seekFraction = double(seekX) / previewRect.width;
-        const int before = deck.GetPosition().GetMilliseconds();
+        ASSERT_LT(deck.GetPosition().ToFrames(kRate), deck.GetEndSample() / 4);
         ASSERT_TRUE(ClickAt(ScreenPoint(widget, kDeckWavePreview, seekX, previewRect.height / 2)));
-        ASSERT_TRUE(WaitFor([&] { return deck.GetPosition().GetMilliseconds() > before + 10000; }));
-        const int afterSeek = deck.GetPosition().GetMilliseconds();
-        const double endMs = deck.GetEndSample() * 1000.0 / kRate;  // at the present pitch
-        landedFraction = afterSeek / endMs;
+        ASSERT_TRUE(WaitFor([&] { return deck.GetCursor() > deck.GetEndSample() / 3; }));
+        landedFraction = double(deck.GetCursor()) / deck.GetEndSample();
         // The deck lands where the preview was clicked plus what the device still holds.
         EXPECT_GE(landedFraction, seekFraction - 0.02) << "the preview sent the deck elsewhere";
         EXPECT_LE(landedFraction, seekFraction + 0.1) << "the preview sent the deck elsewhere";
+        const int afterSeek = deck.GetPosition().GetMilliseconds();
         ASSERT_TRUE(WaitFor([&] { return deck.GetPosition().GetMilliseconds() > afterSeek + 1500; }));
 
         // The echo on, its parameters shown, its time set to about 100 ms (between clicks) and
