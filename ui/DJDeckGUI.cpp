@@ -47,11 +47,12 @@ struct SliderSpec {
 };
 
 // Equaliser first, then each effect's sliders in id order.
-constexpr SliderSpec kSliderSpecs[16] = {
+constexpr SliderSpec kSliderSpecs[kDeckSliderCount] = {
     {kDeckEqBass, nullptr, 50},          {kDeckEqMid, nullptr, 50},
     {kDeckEqHigh, nullptr, 50},          {kDeckDistortionTone, "Tone", 0},
     {kDeckDistortionLevel, "Level", 0},  {kDeckHighPassFreq, "Freq", 50},
     {kDeckReverbMix, "Mix", 0},          {kDeckReverbTime, "Time", 50},
+    {kDeckReverbDamp, "Damp", 50},
     {kDeckPhaserMix, "Mix", 0},          {kDeckPhaserDelay, "Delay", 50},
     {kDeckFlangerDepth, "Depth", 50},    {kDeckFlangerMix, "Mix", 0},
     {kDeckFlangerDelay, "Delay", 80},    {kDeckFlangerRate, "Rate", 99},
@@ -265,7 +266,7 @@ bool DJDeckGUI::Load(const char* path, int beatFrequency, int beatOffset, int cu
     _deck->SetLoop(0);
     _waveDetailed->ThrottledUpdate();
     if (!_LoadDeck(_path.c_str(), beatFrequency, beatOffset)) {
-        ClearDeck();
+        _ClearAfterFailedLoad();
         return false;
     }
     _pitch->SetPitch(DJPitchSlider::kPitchCentre);
@@ -320,6 +321,26 @@ void DJDeckGUI::ClearDeck()
     if (_deck)
         _deck->SetHeadphoneMode(false);
     _path.clear();
+    _ShowCleared();
+}
+
+// A load that failed: the deck already let go of the track and keeps the file's error state
+// for whoever reports it, so only the panel is emptied.
+void DJDeckGUI::_ClearAfterFailedLoad()
+{
+    _waveDetailed->CloseSource();
+    _waveDetailed->ThrottledUpdate();
+    _wavePreview->CloseSource();
+    _wavePreview->ThrottledUpdate();
+    _info->ClearDeck();
+    _pitch->SetPitch(DJPitchSlider::kPitchCentre);
+    _flags.cuePlayDown = _flags.syncOn = false;
+    _path.clear();
+    _ShowCleared();
+}
+
+void DJDeckGUI::_ShowCleared()
+{
     EnableControls();
     RedrawWindow();
     _ParentMessage(static_cast<int>(DJDeckParentMessage::kDeckCleared), _deckMessageId);
@@ -394,9 +415,10 @@ void DJDeckGUI::_SetWavesFrame(int sample)
 
 void DJDeckGUI::djntfBeats(DJDeck&)
 {
+    // The scan is over, though its thread may not have ended yet.
     if (_flags.pitchPending) {
         _flags.pitchPending = false;
-        CmPitch();
+        _ApplyPitch();
     }
     _waveDetailed->ThrottledUpdate();
 }
