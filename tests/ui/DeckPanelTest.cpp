@@ -1,4 +1,5 @@
 #include "MouseEvents.h"
+#include "PaintCanvas.h"
 #include "analysis/ClickTrain.h"
 #include "engine/ConsoleTestSupport.h"
 #include "support/QtTestApp.h"
@@ -10,6 +11,7 @@
 #include "ui/DJVerticalSlider.h"
 #include "ui/DJWaveDetailed.h"
 #include "ui/LDBEditCustom.h"
+#include "ui/LQtConvert.h"
 
 #include <QWidget>
 
@@ -484,6 +486,48 @@ TEST_F(DeckPanel, PlayCueAndSyncButtons)
     EXPECT_EQ(deck.GetState(), kDeckStopped);
     panel.CmPlay();
     EXPECT_EQ(deck.GetState(), kDeckStopped);
+}
+
+// The background's surfaces where the panel puts them, and every button's face drawn lit and
+// unlit differently.
+TEST_F(DeckPanel, BackgroundAndButtonsPaintTheirParts)
+{
+    ASSERT_TRUE(panel.Load(ClickTrack(3).c_str(), kPeriod120Bpm, 0, 0));
+    const DJTheme& theme = DJThemeUser::GetTheme();
+    PaintCanvas canvas(400, kDeckPanelHeight);
+    panel.PaintSubBackground(canvas.data);
+    const struct {
+        int x, y;
+        LGuiColorRef colour;
+    } points[] = {
+        {131, 210, theme.buttonFace},  {132, 246, theme.buttonFace},
+        {20, 300, theme.labelGrey},    {150, 380, theme.labelGrey},  // equaliser, names
+        {300, 300, theme.labelGrey},   {260, 262, theme.fxTitleBar},
+        {200, 56, theme.labelGrey},    {200, 250, theme.deckSurface},
+        {134, 210, theme.deckSurface}, {88, 300, theme.deckSurface},
+    };
+    for (const auto& p : points)
+        EXPECT_EQ(QColor(canvas.Pixel(p.x, p.y)), LQtConvert::ToQColor(p.colour)) << p.x << "," << p.y;
+
+    std::vector<int> buttons = {kDeckPlay, kDeckCuePause, kDeckSetCue, kDeckHeadphones, kDeckLoop,
+                                kDeckLoopLength, kDeckCuePlay, kDeckSync, kDeckMenu,
+                                kDeckKillBass, kDeckBendDown, kDeckBendUp};
+    for (int first : {kDeckFxNameFirst, kDeckFxEditFirst, kDeckFxOnOffFirst})
+        buttons.push_back(first + 3);
+    for (int id : buttons) {
+        QImage faces[2];
+        for (bool lit : {false, true}) {
+            if (id == kDeckPlay)
+                lit ? deck.Play() : deck.Stop();
+            else
+                panel.SetCoolButtonDown(id, lit);
+            const DJDeckRect r = DJDeckControlRect(id, 400);
+            PaintCanvas button(r.width, r.height);
+            panel.CoolButtonCustomDraw(button.data, id);
+            faces[lit] = button.Image();
+        }
+        EXPECT_NE(faces[0], faces[1]) << id;
+    }
 }
 
 TEST(DeckPanelTimes, ElapsedAndRemainingTexts)
