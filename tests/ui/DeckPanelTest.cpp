@@ -10,6 +10,7 @@
 #include "ui/DJPitchSlider.h"
 #include "ui/DJVerticalSlider.h"
 #include "ui/DJWaveDetailed.h"
+#include "ui/LDBDisplay2.h"
 #include "ui/LDBEditCustom.h"
 #include "ui/LQtConvert.h"
 
@@ -269,6 +270,31 @@ TEST_F(DeckPanel, ControlsStandWhereTheTablesPutThemForTheWidth)
         const QRect g = panel.GetControlHandle(c.id)->geometry();
         EXPECT_EQ(DJDeckRect({g.x(), g.y(), g.width(), g.height()}), c.rect) << c.width << " " << c.id;
     }
+}
+
+// Absurd widths place the controls without failing, and the background still paints.
+TEST_F(DeckPanel, AbsurdWidthsAreLaidOutWithoutFailing)
+{
+    for (int width : {-40, 0, 1, 100000}) {
+        panel.LayoutControls(0, 0, width, kDeckPanelHeight);
+        const QRect g = panel.GetControlHandle(kDeckWaveDetailed)->geometry();
+        EXPECT_EQ(g.width(), std::max(width - 12, 0)) << width;
+        PaintCanvas canvas(64, 64);
+        panel.PaintSubBackground(canvas.data);
+    }
+}
+
+// Played on the capture device: the deck's times reach the info display and its levels the meter.
+TEST_F(DeckPanel, APlayingDeckMovesTheTimesAndTheMeter)
+{
+    ASSERT_TRUE(panel.Load(ClickTrack(8).c_str(), kPeriod120Bpm, 0, 0));
+    Click(kDeckPlay);
+    ASSERT_TRUE(QtTestWaitFor([&] { return panel.GetDeckTime().GetMilliseconds() >= 1000; }, 30000));
+    EXPECT_NE(panel.GetDeckInfo().GetElapsed(), "+ 0:00:00.0");
+    EXPECT_GT(panel.GetWaveDetailed().GetFrame(), 0);
+    EXPECT_EQ(panel.GetLevelMeter().GetLevel().channels, 1);
+    Click(kDeckPlay);
+    EXPECT_EQ(deck.GetState(), kDeckStopped);
 }
 
 TEST_F(DeckPanel, LoadShowsTimesAndBeatsAndClearEmptiesAndTellsTheParent)
