@@ -96,8 +96,6 @@ struct DJDeckRect {
 
 // Where a control stands in a panel of `width`; an empty rectangle for an unknown id.
 DJDeckRect DJDeckControlRect(int id, int width);
-// Whether a control of the panel has a place in the layout.
-bool DJDeckHasControl(int id);
 
 // Slider position (0 top .. 100 bottom) to engine values, each with v = 100 - position.
 namespace DJDeckMap {

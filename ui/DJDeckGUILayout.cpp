@@ -116,12 +116,6 @@ DJDeckRect DJDeckControlRect(int id, int width)
     return {};
 }
 
-bool DJDeckHasControl(int id)
-{
-    const DJDeckRect rect = DJDeckControlRect(id, DJDeckGUI::kDefaultWidth);
-    return rect.width != 0 || rect.height != 0;
-}
-
 // ---- layout
 
 void DJDeckGUI::LayoutControls(int /*x*/, int /*y*/, int width, int height)
@@ -141,8 +135,6 @@ void DJDeckGUI::_PlaceControls(int width)
         if (r.width != 0 || r.height != 0)
             MoveControlPixels(id, r.x, r.y, r.width, r.height);
     }
-    for (int id : {kDeckEqBass, kDeckEqMid, kDeckEqHigh})
-        SetControlRoundedCorners(id, 0);
     for (const auto& columns : kFxSliderColumns)
         for (int id : columns)
             if (id != 0)
