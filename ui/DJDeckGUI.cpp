@@ -18,6 +18,7 @@ constexpr int kVolumeOffsetDb = 6;  // the deck gets the volume control's level 
 constexpr int kWaveSpanSeconds = 5;
 constexpr int kCueMessageA = 329, kCueMessageB = 330;
 constexpr int kEditBpmA = 315, kEditBpmB = 316;
+constexpr int kBandLabelFontPx = 9;
 
 // Controls are made off the visible area, each 510 pixels on, and placed by LayoutControls.
 struct OffscreenPlacer {
@@ -161,7 +162,7 @@ void DJDeckGUI::_AddSliders()
     for (size_t i = 0; i < _sliders.size(); ++i) {
         const DJDeckRect r = placer.Next();
         AddPaintControl(_sliderIds[i], r.x, r.y, r.width, r.height, {});
-        _sliders[i]->SetLabelFont(theme.smallLabelFont);
+        _sliders[i]->SetLabelFont(_LabelFont());
         _Bind(*_sliders[i], _sliderIds[i]);
     }
     const DJDeckRect r = placer.Next();
@@ -194,16 +195,30 @@ void DJDeckGUI::_AddDisplays()
     AddDBDisplay(kDeckLevelMeter, m.x, m.y, m.width, m.height);
     _Bind(*_meter, kDeckLevelMeter);
 
+    // Labels in the theme's light text colour, readable on the dark surfaces; the equaliser's
+    // names are smaller so that they fit their 20-pixel columns.
+    const LGuiFont labelFont = _LabelFont();
+    LGuiFont bandFont;
+    bandFont.CreateFont(kBandLabelFontPx, false, false, false, GetTheme().syncLitText);
     const struct {
         int id;
         const char* text;
-    } labels[] = {{kDeckVolumeLabel, "Volume"}, {kDeckBassLabel, "Bass"}, {kDeckMidLabel, "Mid"},
-                  {kDeckHighLabel, "High"},     {kDeckFxTitle, ""}};
+        const LGuiFont& font;
+    } labels[] = {{kDeckVolumeLabel, "Volume", labelFont}, {kDeckBassLabel, "Bass", bandFont},
+                  {kDeckMidLabel, "Mid", bandFont},        {kDeckHighLabel, "High", bandFont},
+                  {kDeckFxTitle, "", labelFont}};
     for (const auto& label : labels) {
         const DJDeckRect r = placer.Next();
         AddStatic(label.id, label.text, r.x, r.y, r.width, r.height);
-        SetControlFont(label.id, GetTheme().smallLabelFont);
+        SetControlFont(label.id, label.font);
     }
+}
+
+LGuiFont DJDeckGUI::_LabelFont()
+{
+    LGuiFont font = GetTheme().smallLabelFont;
+    font.SetColor(GetTheme().syncLitText);
+    return font;
 }
 
 void DJDeckGUI::_AddTips()

@@ -243,6 +243,7 @@ private:
     void _AddSliders();
     void _AddDisplays();
     void _AddTips();
+    static LGuiFont _LabelFont();
     void _Bind(LPaintControl& control, int id);
     // Commands (DJDeckGUIEffects.cpp).
     bool _ButtonCommand(int id);
@@ -261,6 +262,7 @@ private:
     // Layout and painting (DJDeckGUILayout.cpp).
     void _PlaceControls(int width);
     void _DrawImageButton(PaintData& data, int id) const;
+    void _DrawSyncButton(PaintData& data, bool lit) const;
     void _RepaintButton(int id);
     // Shared.
     void _SendVolume();

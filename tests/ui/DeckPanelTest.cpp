@@ -10,6 +10,7 @@
 #include "ui/DJPitchSlider.h"
 #include "ui/DJVerticalSlider.h"
 #include "ui/DJWaveDetailed.h"
+#include "ui/DJWavePreview.h"
 #include "ui/LDBDisplay2.h"
 #include "ui/LDBEditCustom.h"
 #include "ui/LQtConvert.h"
