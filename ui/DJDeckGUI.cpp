@@ -18,6 +18,7 @@ constexpr int kVolumeOffsetDb = 6;  // the deck gets the volume control's level 
 constexpr int kWaveSpanSeconds = 5;
 constexpr int kCueMessageA = 329, kCueMessageB = 330;
 constexpr int kEditBpmA = 315, kEditBpmB = 316;
+constexpr int kBandLabelFontPx = 9;
 
 // Controls are made off the visible area, each 510 pixels on, and placed by LayoutControls.
 struct OffscreenPlacer {
@@ -47,11 +48,12 @@ struct SliderSpec {
 };
 
 // Equaliser first, then each effect's sliders in id order.
-constexpr SliderSpec kSliderSpecs[16] = {
+constexpr SliderSpec kSliderSpecs[kDeckSliderCount] = {
     {kDeckEqBass, nullptr, 50},          {kDeckEqMid, nullptr, 50},
     {kDeckEqHigh, nullptr, 50},          {kDeckDistortionTone, "Tone", 0},
     {kDeckDistortionLevel, "Level", 0},  {kDeckHighPassFreq, "Freq", 50},
     {kDeckReverbMix, "Mix", 0},          {kDeckReverbTime, "Time", 50},
+    {kDeckReverbDamp, "Damp", 50},
     {kDeckPhaserMix, "Mix", 0},          {kDeckPhaserDelay, "Delay", 50},
     {kDeckFlangerDepth, "Depth", 50},    {kDeckFlangerMix, "Mix", 0},
     {kDeckFlangerDelay, "Delay", 80},    {kDeckFlangerRate, "Rate", 99},
@@ -160,7 +162,7 @@ void DJDeckGUI::_AddSliders()
     for (size_t i = 0; i < _sliders.size(); ++i) {
         const DJDeckRect r = placer.Next();
         AddPaintControl(_sliderIds[i], r.x, r.y, r.width, r.height, {});
-        _sliders[i]->SetLabelFont(theme.smallLabelFont);
+        _sliders[i]->SetLabelFont(_LabelFont());
         _Bind(*_sliders[i], _sliderIds[i]);
     }
     const DJDeckRect r = placer.Next();
@@ -193,16 +195,30 @@ void DJDeckGUI::_AddDisplays()
     AddDBDisplay(kDeckLevelMeter, m.x, m.y, m.width, m.height);
     _Bind(*_meter, kDeckLevelMeter);
 
+    // Labels in the theme's light text colour, readable on the dark surfaces; the equaliser's
+    // names are smaller so that they fit their 20-pixel columns.
+    const LGuiFont labelFont = _LabelFont();
+    LGuiFont bandFont;
+    bandFont.CreateFont(kBandLabelFontPx, false, false, false, GetTheme().syncLitText);
     const struct {
         int id;
         const char* text;
-    } labels[] = {{kDeckVolumeLabel, "Volume"}, {kDeckBassLabel, "Bass"}, {kDeckMidLabel, "Mid"},
-                  {kDeckHighLabel, "High"},     {kDeckFxTitle, ""}};
+        const LGuiFont& font;
+    } labels[] = {{kDeckVolumeLabel, "Volume", labelFont}, {kDeckBassLabel, "Bass", bandFont},
+                  {kDeckMidLabel, "Mid", bandFont},        {kDeckHighLabel, "High", bandFont},
+                  {kDeckFxTitle, "", labelFont}};
     for (const auto& label : labels) {
         const DJDeckRect r = placer.Next();
         AddStatic(label.id, label.text, r.x, r.y, r.width, r.height);
-        SetControlFont(label.id, GetTheme().smallLabelFont);
+        SetControlFont(label.id, label.font);
     }
+}
+
+LGuiFont DJDeckGUI::_LabelFont()
+{
+    LGuiFont font = GetTheme().smallLabelFont;
+    font.SetColor(GetTheme().syncLitText);
+    return font;
 }
 
 void DJDeckGUI::_AddTips()
@@ -265,7 +281,7 @@ bool DJDeckGUI::Load(const char* path, int beatFrequency, int beatOffset, int cu
     _deck->SetLoop(0);
     _waveDetailed->ThrottledUpdate();
     if (!_LoadDeck(_path.c_str(), beatFrequency, beatOffset)) {
-        ClearDeck();
+        _ClearAfterFailedLoad();
         return false;
     }
     _pitch->SetPitch(DJPitchSlider::kPitchCentre);
@@ -320,6 +336,26 @@ void DJDeckGUI::ClearDeck()
     if (_deck)
         _deck->SetHeadphoneMode(false);
     _path.clear();
+    _ShowCleared();
+}
+
+// A load that failed: the deck already let go of the track and keeps the file's error state
+// for whoever reports it, so only the panel is emptied.
+void DJDeckGUI::_ClearAfterFailedLoad()
+{
+    _waveDetailed->CloseSource();
+    _waveDetailed->ThrottledUpdate();
+    _wavePreview->CloseSource();
+    _wavePreview->ThrottledUpdate();
+    _info->ClearDeck();
+    _pitch->SetPitch(DJPitchSlider::kPitchCentre);
+    _flags.cuePlayDown = _flags.syncOn = false;
+    _path.clear();
+    _ShowCleared();
+}
+
+void DJDeckGUI::_ShowCleared()
+{
     EnableControls();
     RedrawWindow();
     _ParentMessage(static_cast<int>(DJDeckParentMessage::kDeckCleared), _deckMessageId);
@@ -394,9 +430,10 @@ void DJDeckGUI::_SetWavesFrame(int sample)
 
 void DJDeckGUI::djntfBeats(DJDeck&)
 {
+    // The scan is over, though its thread may not have ended yet.
     if (_flags.pitchPending) {
         _flags.pitchPending = false;
-        CmPitch();
+        _ApplyPitch();
     }
     _waveDetailed->ThrottledUpdate();
 }

@@ -85,6 +85,7 @@ enum class DJDeckMessage : int {
 enum class DJDeckFx : int { kDistortion, kHighPass, kReverb, kPhaser, kFlanger, kDelay };
 inline constexpr int kDeckFxCount = 6;
 inline constexpr int kDeckLoopLengthCount = 13;
+inline constexpr int kDeckSliderCount = 17;  // three of the equaliser, fourteen of the effects
 inline constexpr int kDeckPanelHeight = 395;  // pixels the controls need
 
 // A control's place in the panel.
@@ -95,8 +96,6 @@ struct DJDeckRect {
 
 // Where a control stands in a panel of `width`; an empty rectangle for an unknown id.
 DJDeckRect DJDeckControlRect(int id, int width);
-// Whether a control of the panel has a place in the layout.
-bool DJDeckHasControl(int id);
 
 // Slider position (0 top .. 100 bottom) to engine values, each with v = 100 - position.
 namespace DJDeckMap {
@@ -244,6 +243,7 @@ private:
     void _AddSliders();
     void _AddDisplays();
     void _AddTips();
+    static LGuiFont _LabelFont();
     void _Bind(LPaintControl& control, int id);
     // Commands (DJDeckGUIEffects.cpp).
     bool _ButtonCommand(int id);
@@ -262,6 +262,7 @@ private:
     // Layout and painting (DJDeckGUILayout.cpp).
     void _PlaceControls(int width);
     void _DrawImageButton(PaintData& data, int id) const;
+    void _DrawSyncButton(PaintData& data, bool lit) const;
     void _RepaintButton(int id);
     // Shared.
     void _SendVolume();
@@ -271,6 +272,10 @@ private:
     void _PitchChangedOnWaves();
     void _SetWavesFrame(int sample);
     bool _LoadDeck(const char* path, int beatFrequency, int beatOffset);
+    void _ClearAfterFailedLoad();
+    // Shows the empty panel and tells the parent the deck was cleared.
+    void _ShowCleared();
+    void _ApplyPitch();
     long _ParentMessage(int message, long data1);
     // data1 of the cue mark and edit BPM messages for this deck.
     long _CueMessage() const;
@@ -293,8 +298,8 @@ private:
     std::unique_ptr<DJPitchSlider> _pitch;
     std::unique_ptr<LDBDisplay2> _meter;
     std::unique_ptr<LDBEditCustom> _volume;
-    // Equaliser 206..208, then the effects' sliders, in id order.
-    std::array<std::unique_ptr<DJVerticalSlider>, 16> _sliders;
-    std::array<int, 16> _sliderIds{};
+    // Equaliser 206..208, then each effect's sliders.
+    std::array<std::unique_ptr<DJVerticalSlider>, kDeckSliderCount> _sliders;
+    std::array<int, kDeckSliderCount> _sliderIds{};
     LPopupMenu _loopMenu;
 };

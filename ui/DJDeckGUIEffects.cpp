@@ -232,6 +232,11 @@ void DJDeckGUI::CmPitch()
         _flags.pitchPending = true;
         return;
     }
+    _ApplyPitch();
+}
+
+void DJDeckGUI::_ApplyPitch()
+{
     _deck->SetPitch(DJDeckMap::PitchRatio(_pitch->GetPitch()));
     _PitchChangedOnWaves();
 }

@@ -116,12 +116,6 @@ DJDeckRect DJDeckControlRect(int id, int width)
     return {};
 }
 
-bool DJDeckHasControl(int id)
-{
-    const DJDeckRect rect = DJDeckControlRect(id, DJDeckGUI::kDefaultWidth);
-    return rect.width != 0 || rect.height != 0;
-}
-
 // ---- layout
 
 void DJDeckGUI::LayoutControls(int /*x*/, int /*y*/, int width, int height)
@@ -141,8 +135,6 @@ void DJDeckGUI::_PlaceControls(int width)
         if (r.width != 0 || r.height != 0)
             MoveControlPixels(id, r.x, r.y, r.width, r.height);
     }
-    for (int id : {kDeckEqBass, kDeckEqMid, kDeckEqHigh})
-        SetControlRoundedCorners(id, 0);
     for (const auto& columns : kFxSliderColumns)
         for (int id : columns)
             if (id != 0)
@@ -228,22 +220,37 @@ void DJDeckGUI::CoolButtonCustomDraw(PaintData& data, int id)
     } else if (id == kDeckMenu) {
         theme.DrawMenuButton(data, down, "Menu");
     } else if (id == kDeckSync) {
-        LPaintSurface::FillRect(data, theme.buttonFaceBrush, data.x, data.y, data.width, data.height);
-        if (down)
-            LPaintSurface::FillRect(data, theme.pressedInnerBrush, data.x + 2, data.y + 2,
-                                    data.width - 4, data.height - 4);
-        data.savedFont.SetFont(data.font);
-        data.font.SetFont(theme.boldFont);
-        data.font.SetColor(down ? theme.syncLitText : theme.syncPlainText);
-        LPaintSurface::DrawText(data, "Sync", data.x, data.y, data.width, data.height,
-                                LHAlignment::kCentre, LVAlignment::kCentre);
-        data.font.SetFont(data.savedFont);
-        theme.DrawButtonBorder(data);
+        _DrawSyncButton(data, down);
     } else {
         _DrawImageButton(data, id);
     }
     if (IsCoolButtonHot(id))
         theme.DrawButtonBorderHot(data);
+}
+
+// Face, the lit inner when lit, and "Sync" centred in bold, a size smaller until it fits.
+void DJDeckGUI::_DrawSyncButton(PaintData& data, bool lit) const
+{
+    static constexpr int kMinFontPx = 6;
+    const DJTheme& theme = GetTheme();
+    LPaintSurface::FillRect(data, theme.buttonFaceBrush, data.x, data.y, data.width, data.height);
+    if (lit)
+        LPaintSurface::FillRect(data, theme.pressedInnerBrush, data.x + 2, data.y + 2,
+                                data.width - 4, data.height - 4);
+    data.savedFont.SetFont(data.font);
+    data.font.SetFont(theme.boldFont);
+    data.font.SetColor(lit ? theme.syncLitText : theme.syncPlainText);
+    for (int px = data.font.GetPixelSize(); px > kMinFontPx; --px) {
+        float width = 0, height = 0;
+        LPaintSurface::_MeasureText(data, "Sync", 0, &width, &height);
+        if (width <= data.width - 2)
+            break;
+        data.font.CreateFont(px - 1, true, false, false, data.font.GetColor());
+    }
+    LPaintSurface::DrawText(data, "Sync", data.x, data.y, data.width, data.height,
+                            LHAlignment::kCentre, LVAlignment::kCentre);
+    data.font.SetFont(data.savedFont);
+    theme.DrawButtonBorder(data);
 }
 
 // ---- state to controls

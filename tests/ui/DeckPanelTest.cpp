@@ -1,4 +1,5 @@
 #include "MouseEvents.h"
+#include "PaintCanvas.h"
 #include "analysis/ClickTrain.h"
 #include "engine/ConsoleTestSupport.h"
 #include "support/QtTestApp.h"
@@ -9,7 +10,10 @@
 #include "ui/DJPitchSlider.h"
 #include "ui/DJVerticalSlider.h"
 #include "ui/DJWaveDetailed.h"
+#include "ui/DJWavePreview.h"
+#include "ui/LDBDisplay2.h"
 #include "ui/LDBEditCustom.h"
+#include "ui/LQtConvert.h"
 
 #include <QWidget>
 
@@ -188,16 +192,18 @@ TEST_F(DeckPanel, LoopMenuEntriesSetTheirNumberOfBeats)
         panel.SendCommand(kDeckLoopFirst + i);
         EXPECT_EQ(deck.GetLoopBeats(), beats[i]);
         EXPECT_EQ(deck.GetLoopLength(), static_cast<int>(kPeriod120Bpm * beats[i]));
+        const LPopupMenu menu = panel.BuildLoopMenu();
         int checked = 0;
-        for (const auto& item : panel.BuildLoopMenu().GetItems())
+        for (const auto& item : menu.GetItems())
             checked += item.checked ? 1 : 0;
         EXPECT_EQ(checked, 1);
-        EXPECT_TRUE(panel.BuildLoopMenu().GetItems()[size_t(i)].checked);
+        EXPECT_TRUE(menu.GetItems()[size_t(i)].checked);
     }
     panel.SendCommand(kDeckLoopWhole);
     EXPECT_EQ(deck.GetLoopBeats(), -1);
     EXPECT_EQ(deck.GetLoopLength(), deck.GetEndSample());
-    EXPECT_EQ(panel.BuildLoopMenu().GetItems().back().text, "Whole track");
+    const LPopupMenu menu = panel.BuildLoopMenu();
+    EXPECT_EQ(menu.GetItems().back().text, "Whole track");
     // Loop off: the choice is kept but the deck's loop ends.
     Click(kDeckLoop);
     EXPECT_FALSE(deck.IsLoopActive());
@@ -267,13 +273,40 @@ TEST_F(DeckPanel, ControlsStandWhereTheTablesPutThemForTheWidth)
     }
 }
 
+// Absurd widths place the controls without failing, and the background still paints.
+TEST_F(DeckPanel, AbsurdWidthsAreLaidOutWithoutFailing)
+{
+    for (int width : {-40, 0, 1, 100000}) {
+        panel.LayoutControls(0, 0, width, kDeckPanelHeight);
+        const QRect g = panel.GetControlHandle(kDeckWaveDetailed)->geometry();
+        EXPECT_EQ(g.width(), std::max(width - 12, 0)) << width;
+        PaintCanvas canvas(64, 64);
+        panel.PaintSubBackground(canvas.data);
+    }
+}
+
+// Played on the capture device: the deck's times reach the info display and its levels the meter.
+TEST_F(DeckPanel, APlayingDeckMovesTheTimesAndTheMeter)
+{
+    ASSERT_TRUE(panel.Load(ClickTrack(8).c_str(), kPeriod120Bpm, 0, 0));
+    Click(kDeckPlay);
+    ASSERT_TRUE(QtTestWaitFor([&] { return panel.GetDeckTime().GetMilliseconds() >= 1000; }, 30000));
+    EXPECT_NE(panel.GetDeckInfo().GetElapsed(), "+ 0:00:00.0");
+    EXPECT_GT(panel.GetWaveDetailed().GetFrame(), 0);
+    EXPECT_EQ(panel.GetLevelMeter().GetLevel().channels, 1);
+    Click(kDeckPlay);
+    EXPECT_EQ(deck.GetState(), kDeckStopped);
+}
+
 TEST_F(DeckPanel, LoadShowsTimesAndBeatsAndClearEmptiesAndTellsTheParent)
 {
     ASSERT_TRUE(panel.Load(ClickTrack(6).c_str(), 0, 0, 0));
-    panel.SetTrackInfo("Clicks", "Tester", "0:00:06.0");
     EXPECT_TRUE(deck.IsLoaded());
     EXPECT_EQ(panel.GetPitchSlider().GetPitch(), 500);
     EXPECT_EQ(panel.GetDeckInfo().GetElapsed(), "+ 0:00:00.0");
+    EXPECT_EQ(panel.GetDeckInfo().GetRemaining(), "- 0:00:06.0");
+    EXPECT_TRUE(panel.GetWaveDetailed().HasTrack());
+    panel.SetTrackInfo("Clicks", "Tester", "0:00:06.0");
     EXPECT_EQ(panel.GetDeckInfo().GetTitle(), "Clicks");
     // The beat scan ends with djntfBeats; the info's timer then shows the BPM.
     ASSERT_TRUE(QtTestWaitFor([&] { return panel.GetDeckInfo().GetBpm() > 0; }, 20000));
@@ -411,7 +444,7 @@ TEST_F(DeckPanel, PitchDuringTheBeatScanWaitsForTheBeats)
 
 TEST_F(DeckPanel, ContextMenuItemsAndTheirCommands)
 {
-    auto items = panel.BuildContextMenu().GetItems();
+    std::vector<LPopupMenu::Item> items = panel.BuildContextMenu().GetItems();
     ASSERT_EQ(items.size(), 5u);
     EXPECT_EQ(items[0].text, "Reset Deck (A) (R)");
     EXPECT_EQ(items[3].text, "Snap Cue Mark to Beat On/Off (A) (Shift-S)");
@@ -444,7 +477,8 @@ TEST_F(DeckPanel, ContextMenuItemsAndTheirCommands)
     EXPECT_EQ(deck.GetCursor(), 0);
 
     panel.SetKeyTextSource([](int) { return std::string(); });
-    EXPECT_EQ(panel.BuildContextMenu().GetItems()[1].text, "Edit BPM (A)");
+    items = panel.BuildContextMenu().GetItems();
+    EXPECT_EQ(items[1].text, "Edit BPM (A)");
 }
 
 TEST_F(DeckPanel, PlayCueAndSyncButtons)
@@ -453,10 +487,8 @@ TEST_F(DeckPanel, PlayCueAndSyncButtons)
     EXPECT_EQ(deck.GetCueMark(), 44100);
     Click(kDeckPlay);
     EXPECT_EQ(deck.GetState(), kDeckPlaying);
-    EXPECT_TRUE(panel.IsCoolButtonDown(kDeckPlay));
     Click(kDeckPlay);
     EXPECT_EQ(deck.GetState(), kDeckStopped);
-    EXPECT_FALSE(panel.IsCoolButtonDown(kDeckPlay));
 
     Click(kDeckCuePlay);
     EXPECT_EQ(deck.GetState(), kDeckPlaying);
@@ -481,6 +513,48 @@ TEST_F(DeckPanel, PlayCueAndSyncButtons)
     EXPECT_EQ(deck.GetState(), kDeckStopped);
     panel.CmPlay();
     EXPECT_EQ(deck.GetState(), kDeckStopped);
+}
+
+// The background's surfaces where the panel puts them, and every button's face drawn lit and
+// unlit differently.
+TEST_F(DeckPanel, BackgroundAndButtonsPaintTheirParts)
+{
+    ASSERT_TRUE(panel.Load(ClickTrack(3).c_str(), kPeriod120Bpm, 0, 0));
+    const DJTheme& theme = DJThemeUser::GetTheme();
+    PaintCanvas canvas(400, kDeckPanelHeight);
+    panel.PaintSubBackground(canvas.data);
+    const struct {
+        int x, y;
+        LGuiColorRef colour;
+    } points[] = {
+        {131, 210, theme.buttonFace},  {132, 246, theme.buttonFace},
+        {20, 300, theme.labelGrey},    {150, 380, theme.labelGrey},  // equaliser, names
+        {300, 300, theme.labelGrey},   {260, 262, theme.fxTitleBar},
+        {200, 56, theme.labelGrey},    {200, 250, theme.deckSurface},
+        {134, 210, theme.deckSurface}, {88, 300, theme.deckSurface},
+    };
+    for (const auto& p : points)
+        EXPECT_EQ(QColor(canvas.Pixel(p.x, p.y)), LQtConvert::ToQColor(p.colour)) << p.x << "," << p.y;
+
+    std::vector<int> buttons = {kDeckPlay, kDeckCuePause, kDeckSetCue, kDeckHeadphones, kDeckLoop,
+                                kDeckLoopLength, kDeckCuePlay, kDeckSync, kDeckMenu,
+                                kDeckKillBass, kDeckBendDown, kDeckBendUp};
+    for (int first : {kDeckFxNameFirst, kDeckFxEditFirst, kDeckFxOnOffFirst})
+        buttons.push_back(first + 3);
+    for (int id : buttons) {
+        QImage faces[2];
+        for (bool lit : {false, true}) {
+            if (id == kDeckPlay)
+                lit ? deck.Play() : deck.Stop();
+            else
+                panel.SetCoolButtonDown(id, lit);
+            const DJDeckRect r = DJDeckControlRect(id, 400);
+            PaintCanvas button(r.width, r.height);
+            panel.CoolButtonCustomDraw(button.data, id);
+            faces[lit] = button.Image();
+        }
+        EXPECT_NE(faces[0], faces[1]) << id;
+    }
 }
 
 TEST(DeckPanelTimes, ElapsedAndRemainingTexts)
