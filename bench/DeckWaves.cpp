@@ -31,10 +31,13 @@ constexpr int kPreviewHeight = 30;       // pixels
 constexpr int kPositionSeconds = 5;      // how long the position is set at 1 kHz
 constexpr int kFramesPerMs = kRate / 1000;
 
+bool gTrackWritten = false;
+
 // A 5-minute stereo track of a sine under a click every half second, written once.
 const std::string& FiveMinuteTrack()
 {
     static const std::string path = [] {
+        gTrackWritten = true;
         const std::string p = "/tmp/orvane-bench-waves-" + std::to_string(getpid()) + ".wav";
         LSoundSink sink = LWaveFile::OpenSinkPCM(p.c_str(), kRate, 2, 16, 0);
         std::vector<int> block(size_t(kRate) * 2);
@@ -143,6 +146,7 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
-    unlink(FiveMinuteTrack().c_str());
+    if (gTrackWritten)
+        unlink(FiveMinuteTrack().c_str());
     return 0;
 }
