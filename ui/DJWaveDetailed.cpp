@@ -1,6 +1,7 @@
 #include "ui/DJWaveDetailed.h"
 
 #include "engine/DJDeck.h"
+#include "sound/LSRCConvertRate.h"
 #include "sound/LSampleMath.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 
 namespace {
 
+constexpr double kMsPerSecond = 1000.0;
 constexpr int kMarkShift = 2;          // a peak byte gives at most 63 rows each side
 constexpr int kBeatsPerBar = 4;
 constexpr int kBarMarkHalf = 3;        // the 7 by 7 bar mark is centred on its column
@@ -40,28 +42,22 @@ void DJWaveDetailed::Load(const char* path)
 
 void DJWaveDetailed::CalculateSamplesPerPixel()
 {
-    const double pitch = std::max(_deck ? _deck->GetPitch() : 1.0, 0.1);
-    _samplesPerPixel = _source->GetRate() * (kDetailedSpanMs / 1000.0) / (std::max(_pixelWidth, 1) * pitch);
+    const double pitch = std::max(_deck ? _deck->GetPitch() : 1.0, LSRCPitchSpeed::kMinSpeed);
+    _samplesPerPixel = _source->GetRate() * (kDetailedSpanMs / kMsPerSecond) / (std::max(_pixelWidth, 1) * pitch);
     _frameLength = LTruncToInt(std::max(_pixelWidth, 1) * _samplesPerPixel);
 }
 
 void DJWaveDetailed::EvPitchChange()
 {
     DJWaveWindow::EvPitchChange();
-    _frameLength = LTruncToInt(std::max(_pixelWidth, 1) * _samplesPerPixel);
-    _beatsValid = false;
+    _beatsValid = false;  // the adjusted beat length moves the marks
 }
 
 void DJWaveDetailed::EvSize()
 {
     DJWaveWindow::EvSize();
     _pixelWidth = std::max(_pixelWidth, 1);
-    _frameLength = LTruncToInt(_pixelWidth * _samplesPerPixel);
-    const size_t columns = static_cast<size_t>(std::max(GetWidth(), 1));
-    if (_waveRun.size() < columns) {
-        _waveRun.resize(columns);
-        _loopRun.resize(columns);
-    }
+    SizeRuns({&_waveRun, &_loopRun, &_tickRun});
     SetFrame(_frame);
     _beatsValid = false;
 }
@@ -147,8 +143,8 @@ void DJWaveDetailed::Prepaint(PaintData& data)
         int x1 = left, x2 = left;
         _PaintLoop(data, left, right, height, x1, x2);
         _BuildWaveRuns(left, right, mid, x1, x2);
-        _StrokeRun(data, _waveRun, _waveCount, theme.wavePen);
-        _StrokeRun(data, _loopRun, _loopCount, theme.loopWavePen);
+        StrokeRun(data, theme.wavePen, _waveRun, _waveCount);
+        StrokeRun(data, theme.loopWavePen, _loopRun, _loopCount);
         VLine(data, theme.playLinePen, _playPixel, kStripHeight, height);
     }
     FillRect(data, theme.beatStrip, 0, 0, width, kStripHeight);
@@ -176,26 +172,17 @@ void DJWaveDetailed::_BuildWaveRuns(int left, int right, int mid, int x1, int x2
 {
     const int first = GetFirstPixel();
     const int count = GetPeakCount();
-    const int last = std::min(right, static_cast<int>(_waveRun.size()) - 1);
     _waveCount = _loopCount = 0;
-    for (int x = left; x <= last; ++x) {
-        const int column = x + first;
+    for (int x = left; x <= right; ++x) {
+        const int64_t column = int64_t(x) + first;
         if (column >= count || column >= kMaxColumns)
             break;
-        const int half = GetPeak(column) >> kMarkShift;
-        const Stroke stroke{x, mid - half, mid + half + 1};
+        const int half = GetPeak(static_cast<int>(column)) >> kMarkShift;
         if (x >= x1 && x < x2)
-            _loopRun[_loopCount++] = stroke;
+            AddSegment(_loopRun, _loopCount, x, mid - half, mid + half + 1);
         else
-            _waveRun[_waveCount++] = stroke;
+            AddSegment(_waveRun, _waveCount, x, mid - half, mid + half + 1);
     }
-}
-
-void DJWaveDetailed::_StrokeRun(PaintData& data, const std::vector<Stroke>& run, int count,
-                                const LGuiPen& pen)
-{
-    for (int i = 0; i < count; ++i)
-        VLine(data, pen, run[i].x, run[i].top, run[i].bottom);
 }
 
 void DJWaveDetailed::_PaintBeatStrip(PaintData& data, int left, int right)
@@ -205,11 +192,12 @@ void DJWaveDetailed::_PaintBeatStrip(PaintData& data, int left, int right)
     if (!_beatsValid)
         FillBeatArray();
     const DJTheme& theme = GetTheme();
-    const int offset = ColumnOf(_frameStart);
-    for (int x = left; x <= right; ++x) {
-        switch (GetBeat(x + offset)) {
+    const int64_t offset = ColumnOf(_frameStart);
+    int ticks = 0;
+    for (int x = left; x <= right && x + offset < kMaxColumns; ++x) {
+        switch (GetBeat(static_cast<int>(x + offset))) {
         case kBeatTick:
-            VLine(data, theme.beatTickPen, x, kTickTop, kTickBottom);
+            AddSegment(_tickRun, ticks, x, kTickTop, kTickBottom);
             break;
         case kBeatBar:
             DrawImage(data, theme.GetImage(DJImage::kBarMark), x - kBarMarkHalf, 0);
@@ -218,6 +206,7 @@ void DJWaveDetailed::_PaintBeatStrip(PaintData& data, int left, int right)
             break;
         }
     }
+    StrokeRun(data, theme.beatTickPen, _tickRun, ticks);
 }
 
 void DJWaveDetailed::_PaintCue(PaintData& data, int height)
@@ -328,4 +317,10 @@ void DJWaveDetailed::EvMouseWheel(int /*x*/, int /*y*/, int delta)
         return;
     const double step = std::round(delta / 120.0 * _samplesPerPixel * kWheelColumnsPerNotch);
     NotifySeek(LTruncToInt(double(_frame) - step));
+}
+
+void DJWaveDetailed::EvRButtonDown(int x, int y)
+{
+    if (HasTrack())
+        DJWaveWindow::EvRButtonDown(x, y);
 }

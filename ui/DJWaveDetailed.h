@@ -39,6 +39,8 @@ public:
     void EvMouseMove(int x, int y) override;
     void EvLButtonUp(int x, int y) override;
     void EvMouseWheel(int x, int y, int delta) override;
+    // The deck's menu; nothing without a track.
+    void EvRButtonDown(int x, int y) override;
 
     // Conversion progress in percent; kNoProgress hides it.
     void SetLoadProgress(int percent);
@@ -62,10 +64,6 @@ public:
     int GetCueDragX() const { return _cueDragX; }
 
 private:
-    // One vertical stroke of a paint: from (x, top) down to (x, bottom), bottom excluded.
-    struct Stroke {
-        int x, top, bottom;
-    };
     // The wave columns of [left, right] into the line runs outside and inside [x1, x2).
     void _BuildWaveRuns(int left, int right, int mid, int x1, int x2);
     void _PaintLoop(PaintData& data, int left, int right, int height, int& x1, int& x2);
@@ -74,8 +72,6 @@ private:
     void _PaintPastEnd(PaintData& data, int width, int height);
     void _PaintProgress(PaintData& data, int width);
     void _PaintAutoPlay(PaintData& data, int width, int height);
-    static void _StrokeRun(PaintData& data, const std::vector<Stroke>& run, int count,
-                           const LGuiPen& pen);
     // The cue mark at control column x, as the deck takes it.
     void _SetCueFromColumn(int x);
 
@@ -87,7 +83,8 @@ private:
     bool _overDeck = false, _dragActive = false;
     int _loadProgress = kNoProgress;
     bool _autoPlayMode = false;
-    // Line runs of one paint, sized to the width at EvSize so painting allocates nothing.
-    std::vector<Stroke> _waveRun, _loopRun;
+    // Line runs of one paint (point pairs: wave, loop wave, beat ticks), sized to the width at
+    // EvSize so that painting allocates nothing.
+    std::vector<PaintData::Point> _waveRun, _loopRun, _tickRun;
     int _waveCount = 0, _loopCount = 0;
 };

@@ -46,8 +46,11 @@ void DJWavePreview::SetFrame(int sample)
     const int first = ColumnOf(_frameStart);
     _firstPixel.store(first, std::memory_order_relaxed);
     _endPixel = ColumnOf(double(_frameStart) + _frameLength);
-    const int from = std::min(oldFirst, first), to = std::max(oldEnd, _endPixel);
-    Update(from, 0, to - from + 1, GetHeight());
+    const int width = GetWidth();
+    const int from = std::clamp(std::min(oldFirst, first), 0, width);
+    const int to = std::clamp(std::max(oldEnd, _endPixel), 0, width);
+    if (to >= from)
+        Update(from, 0, to - from + 1, GetHeight());
 }
 
 void DJWavePreview::Prepaint(PaintData& data)
@@ -64,15 +67,31 @@ void DJWavePreview::Prepaint(PaintData& data)
     FillRect(data, theme.previewWindow, first, 0, end - first, height);
     const int left = std::max(LTruncToInt(std::floor(data.x)), 0);
     const int right = std::min(LTruncToInt(std::ceil(data.x + data.width)) - 1, GetWidth() - 1);
-    const int count = std::min(GetPeakCount(), kMaxColumns);
-    for (int x = left; x <= right && x < count; ++x) {
-        const int half = GetPeak(x) >> kMarkShift;
-        const bool inView = x >= first && x < end;
-        VLine(data, inView ? theme.loopWavePen : theme.wavePen, x, mid - half, mid + half + 1);
-    }
+    _PaintColumns(data, left, right, mid, first, end, false);
     HLine(data, theme.wavePen, left, right + 1, mid);
+    _PaintColumns(data, left, right, mid, first, end, true);
     if (_deck)
         VLine(data, theme.cueLinePen, ColumnOf(_deck->GetCueMark()), 0, height);
+}
+
+void DJWavePreview::_PaintColumns(PaintData& data, int left, int right, int mid, int first, int end,
+                                  bool inView)
+{
+    const int count = std::min(GetPeakCount(), kMaxColumns);
+    int points = 0;
+    for (int x = left; x <= right && x < count; ++x) {
+        if ((x >= first && x < end) != inView)
+            continue;
+        const int half = GetPeak(x) >> kMarkShift;
+        AddSegment(_run, points, x, mid - half, mid + half + 1);
+    }
+    StrokeRun(data, inView ? GetTheme().loopWavePen : GetTheme().wavePen, _run, points);
+}
+
+void DJWavePreview::EvSize()
+{
+    DJWaveWindow::EvSize();
+    SizeRuns({&_run});
 }
 
 void DJWavePreview::EvLButtonDown(int x, int /*y*/)

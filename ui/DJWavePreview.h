@@ -2,6 +2,8 @@
 
 #include "ui/DJWaveWindow.h"
 
+#include <vector>
+
 // The whole track in the width of the control, with the part the detailed view shows marked
 // as a window. A click or drag seeks; a wheel notch moves half a view.
 class DJWavePreview : public DJWaveWindow {
@@ -13,6 +15,7 @@ public:
     void Load(const char* path) override;
     using DJWaveWindow::SetFrame;
     void SetFrame(int sample) override;
+    void EvSize() override;
     void EvPitchChange() override;
     void CalculateSamplesPerPixel() override;
     bool IsPreview() const override { return true; }
@@ -28,6 +31,10 @@ public:
     bool IsDragging() const { return _dragging; }
 
 private:
+    // The columns of [left, right] inside the view window [first, end) or outside it.
+    void _PaintColumns(PaintData& data, int left, int right, int mid, int first, int end, bool inView);
+
     double _fiveSecondsFraction = 0.0;
     bool _dragging = false;
+    std::vector<PaintData::Point> _run;  // one paint's wave columns, sized at EvSize
 };

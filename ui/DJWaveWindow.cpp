@@ -52,7 +52,7 @@ int ReadPeak(LSoundSource& reader, int end, std::vector<int>& block)
 
 }  // namespace
 
-int DJWaveScanPeaks(const char* path, const DJWaveScanSpec& spec, std::atomic<uint8_t>* peaks,
+int DJWaveScanPeaks(const char* path, const DJWaveScanParams& params, std::atomic<uint8_t>* peaks,
                     int capacity, std::atomic<int>* peakCount,
                     const std::function<bool(int column)>& column)
 {
@@ -61,16 +61,16 @@ int DJWaveScanPeaks(const char* path, const DJWaveScanSpec& spec, std::atomic<ui
     LSoundSource reader = LWaveFile::OpenSource(path ? path : "");
     if (reader->GetError() != kErrNone)
         return 0;
-    const int played = PlayedLength(reader, spec.pitch);
-    const int quotient = spec.samplesPerPixel > 0.0
-                             ? std::clamp(LTruncToInt(played / spec.samplesPerPixel), 0, capacity - 1)
+    const int played = PlayedLength(reader, params.pitch);
+    const int quotient = params.samplesPerPixel > 0.0
+                             ? std::clamp(LTruncToInt(played / params.samplesPerPixel), 0, capacity - 1)
                              : 0;
     const int count = quotient + 1;
     if (peakCount)
         peakCount->store(count, std::memory_order_relaxed);
     reader->Seek(0);
     const int end = reader->GetEndSample();
-    const double framesPerColumn = spec.spanMs * reader->GetRate() * 0.001 / std::max(spec.pixelWidth, 1);
+    const double framesPerColumn = params.spanMs * reader->GetRate() * 0.001 / std::max(params.pixelWidth, 1);
     std::vector<int> block(static_cast<size_t>(kReadBlockFrames) * reader->GetChannels());
     for (int i = 0; i < quotient; ++i) {
         const int columnEnd = std::min(LTruncToInt(framesPerColumn * (i + 1)), end);
@@ -87,20 +87,20 @@ int DJWaveScanFile(const char* path, int pixelWidth, double pitch, bool preview,
     LSoundSource file = LWaveFile::OpenSource(path ? path : "");
     if (file->GetError() != kErrNone)
         return 0;
-    DJWaveScanSpec spec;
-    spec.pixelWidth = std::max(pixelWidth, 1);
-    spec.pitch = pitch;
+    DJWaveScanParams params;
+    params.pixelWidth = std::max(pixelWidth, 1);
+    params.pitch = pitch;
     const double rate = file->GetRate();
     if (preview) {
-        spec.spanMs = file->GetEndSample() * kMsPerSecond / rate;
-        spec.samplesPerPixel = double(PlayedLength(file, pitch)) / spec.pixelWidth;
+        params.spanMs = file->GetEndSample() * kMsPerSecond / rate;
+        params.samplesPerPixel = double(PlayedLength(file, pitch)) / params.pixelWidth;
     } else {
-        spec.samplesPerPixel = rate * (DJWaveWindow::kDetailedSpanMs / kMsPerSecond) /
-                               (spec.pixelWidth * HeldPitch(pitch));
+        params.samplesPerPixel = rate * (DJWaveWindow::kDetailedSpanMs / kMsPerSecond) /
+                               (params.pixelWidth * HeldPitch(pitch));
     }
     file.Close();
     auto peaks = std::make_unique<std::atomic<uint8_t>[]>(DJWaveWindow::kMaxColumns);
-    const int count = DJWaveScanPeaks(path, spec, peaks.get(), DJWaveWindow::kMaxColumns, nullptr, {});
+    const int count = DJWaveScanPeaks(path, params, peaks.get(), DJWaveWindow::kMaxColumns, nullptr, {});
     if (peaksOut) {
         peaksOut->resize(static_cast<size_t>(count));
         for (int i = 0; i < count; ++i)
@@ -143,7 +143,7 @@ void DJWaveWindow::CloseSource()
     _trackFrames = 0;
 }
 
-void DJWaveWindow::SetFrame(LSoundTime& time)
+void DJWaveWindow::SetFrame(const LSoundTime& time)
 {
     const int64_t rate = _source->GetRate();
     const int ms = time.GetMilliseconds();
@@ -161,8 +161,6 @@ void DJWaveWindow::EvSize()
     else if (!_path.empty())
         TimerSet(kTimerResizeRestart, kResizeRestartMs);
 }
-
-void DJWaveWindow::EvShow(bool /*shown*/) {}
 
 void DJWaveWindow::EvTimer(int timerId)
 {
@@ -207,10 +205,6 @@ uint8_t DJWaveWindow::GetPeak(int column) const
 
 void DJWaveWindow::StopScan()
 {
-    if (!IsRunning()) {
-        WaitForThreadEnd();
-        return;
-    }
     StopThreadSoon();
     WaitForThreadEnd();
 }
@@ -220,22 +214,23 @@ void DJWaveWindow::StartScan()
     StopScan();
     if (_path.empty() || !_deck || !HasTrack())
         return;
-    _scanSpec = _MakeScanSpec();
+    _scanParams = _MakeScanParams();
+    _scanIsPreview = IsPreview();
     _scanPath = _path;
     _scanComplete.store(false, std::memory_order_release);
     ++_scanStarts;
     Start(kScanPriority);
 }
 
-DJWaveScanSpec DJWaveWindow::_MakeScanSpec() const
+DJWaveScanParams DJWaveWindow::_MakeScanParams() const
 {
-    DJWaveScanSpec spec;
-    spec.pixelWidth = std::max(_pixelWidth, 1);
-    spec.samplesPerPixel = _samplesPerPixel;
-    spec.pitch = _deck ? _deck->GetPitch() : 1.0;
+    DJWaveScanParams params;
+    params.pixelWidth = std::max(_pixelWidth, 1);
+    params.samplesPerPixel = _samplesPerPixel;
+    params.pitch = _deck ? _deck->GetPitch() : 1.0;
     const int rate = _source->GetRate();
-    spec.spanMs = IsPreview() && rate > 0 ? _trackFrames * kMsPerSecond / rate : kDetailedSpanMs;
-    return spec;
+    params.spanMs = IsPreview() && rate > 0 ? _trackFrames * kMsPerSecond / rate : kDetailedSpanMs;
+    return params;
 }
 
 void DJWaveWindow::ThreadFunction()
@@ -248,14 +243,16 @@ void DJWaveWindow::FillWaveBuffer()
 {
     if (_scanPath.empty() || IsToStop())
         return;
-    const int width = _scanSpec.pixelWidth;
-    auto column = [this, width](int i) {
-        const int x = i - _firstPixel.load(std::memory_order_relaxed);
+    const int width = _scanParams.pixelWidth;
+    // The detailed view scrolls by firstPixel; the preview's columns are its own pixels.
+    const bool scrolls = !_scanIsPreview;
+    auto column = [this, width, scrolls](int i) {
+        const int x = scrolls ? i - _firstPixel.load(std::memory_order_relaxed) : i;
         if (x >= 0 && x < width)
             Update(x, 0, 1, GetHeight());
         return !IsToStop();
     };
-    DJWaveScanPeaks(_scanPath.c_str(), _scanSpec, _peaks.get(), kMaxColumns, &_peakCount, column);
+    DJWaveScanPeaks(_scanPath.c_str(), _scanParams, _peaks.get(), kMaxColumns, &_peakCount, column);
     if (!IsToStop())
         _scanComplete.store(true, std::memory_order_release);
 }
@@ -272,6 +269,29 @@ void DJWaveWindow::HLine(PaintData& data, const LGuiPen& pen, float left, float 
     const int width = pen.GetWidth();
     if (right > left)
         FillRect(data, pen.GetColor(), left, y - float(width / 2), right - left, float(width));
+}
+
+void DJWaveWindow::AddSegment(std::vector<PaintData::Point>& run, int& count, float x, float top,
+                              float bottom)
+{
+    if (static_cast<size_t>(count) + 2 > run.size())
+        return;
+    run[count++] = {x, top, true};
+    run[count++] = {x, bottom, false};
+}
+
+void DJWaveWindow::StrokeRun(PaintData& data, const LGuiPen& pen,
+                             const std::vector<PaintData::Point>& run, int count)
+{
+    StrokeSegments(data, pen.GetColor(), pen.GetWidth(), run.data(), count);
+}
+
+void DJWaveWindow::SizeRuns(std::initializer_list<std::vector<PaintData::Point>*> runs) const
+{
+    const size_t points = 2 * static_cast<size_t>(std::max(GetWidth(), 1));
+    for (std::vector<PaintData::Point>* run : runs)
+        if (run->size() < points)
+            run->resize(points);
 }
 
 int DJWaveWindow::ColumnOf(double sample) const

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,7 +31,7 @@ enum class DJWaveMessage : int {
 };
 
 // What a peak scan needs to know, fixed when the scan starts.
-struct DJWaveScanSpec {
+struct DJWaveScanParams {
     double spanMs = 5000.0;         // track time across `pixelWidth` columns (unpitched)
     int pixelWidth = 1;             // columns per span
     double samplesPerPixel = 0.0;   // played (pitched) frames per column
@@ -42,7 +43,7 @@ struct DJWaveScanSpec {
 // first. The columns in use (peakCount) are stored in `peakCount` (if given) before the first
 // column is read, and returned; 0 when the file cannot be opened. `column(i)` is called after
 // column i is written and returns false to end the scan early.
-int DJWaveScanPeaks(const char* path, const DJWaveScanSpec& spec, std::atomic<uint8_t>* peaks,
+int DJWaveScanPeaks(const char* path, const DJWaveScanParams& params, std::atomic<uint8_t>* peaks,
                     int capacity, std::atomic<int>* peakCount,
                     const std::function<bool(int column)>& column);
 
@@ -80,11 +81,10 @@ public:
     // The play position in played frames.
     virtual void SetFrame(int sample) = 0;
     // The time form: whole seconds x rate + remainder ms x rate / 1000, at the source's rate.
-    void SetFrame(LSoundTime& time);
+    void SetFrame(const LSoundTime& time);
     void UpdateCueMark() { ThrottledUpdate(); }
 
     void EvSize() override;
-    void EvShow(bool shown) override;
     void EvRButtonDown(int x, int y) override;
     // The deck's pitch changed: reopens the source and recomputes the scale.
     virtual void EvPitchChange();
@@ -127,6 +127,13 @@ protected:
     // from (left, y) to right (excluded); filled rectangles, so a paint allocates nothing.
     static void VLine(PaintData& data, const LGuiPen& pen, float x, float top, float bottom);
     static void HLine(PaintData& data, const LGuiPen& pen, float left, float right, float y);
+    // Appends the vertical segment (x, top)..(x, bottom) to a run of point pairs.
+    static void AddSegment(std::vector<PaintData::Point>& run, int& count, float x, float top,
+                           float bottom);
+    static void StrokeRun(PaintData& data, const LGuiPen& pen,
+                          const std::vector<PaintData::Point>& run, int count);
+    // Room for two points a column of the control's width in each run.
+    void SizeRuns(std::initializer_list<std::vector<PaintData::Point>*> runs) const;
     // Column of a played position, 0 where the truncated quotient is 0 or there is no scale.
     int ColumnOf(double sample) const;
     // The cue mark's column in the view.
@@ -153,10 +160,11 @@ protected:
 private:
     void EvTimer(int timerId) override;
     bool _startScanNow = false;  // Load starts the scan at once, a resize after a pause
-    // The reader's spec, taken on the interface thread before it starts.
-    DJWaveScanSpec _MakeScanSpec() const;
+    // The reader's parameters, taken on the interface thread before it starts.
+    DJWaveScanParams _MakeScanParams() const;
 
     enum TimerId : int { kTimerResizeRestart = 1 };
-    DJWaveScanSpec _scanSpec;
+    DJWaveScanParams _scanParams;
     std::string _scanPath;
+    bool _scanIsPreview = false;
 };

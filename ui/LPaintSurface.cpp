@@ -354,6 +354,26 @@ void LPaintSurface::StrokePath(PaintData& data, LGuiColorRef colour, int lineWid
     data.path.clear();
 }
 
+void LPaintSurface::StrokeSegments(PaintData& data, LGuiColorRef colour, int lineWidth,
+                                   const PaintData::Point* points, int count)
+{
+    if (!_IsDrawable(data) || points == nullptr)
+        return;
+    const QColor qcolour = LQtConvert::ToQColor(colour);
+    const QBrush brush(qcolour);
+    const int width = _ClampLineWidth(lineWidth);
+    const bool smooth = data.context->testRenderHint(QPainter::Antialiasing);
+    for (int i = 0; i + 1 < count; i += 2) {
+        const PaintData::Point &a = points[i], &b = points[i + 1];
+        if (!_IsFinite(a) || !_IsFinite(b) || (a.x == b.x && a.y == b.y))
+            continue;
+        if (!smooth && (a.x == b.x || a.y == b.y))
+            _FillSnapped(*data.context, _SegmentRect(a, b, width), brush);
+        else
+            _StrokeWithPen(*data.context, {a, b}, qcolour, width);
+    }
+}
+
 void LPaintSurface::FillPath(PaintData& data, LGuiColorRef colour)
 {
     if (_IsDrawable(data) && data.path.size() >= 3) {

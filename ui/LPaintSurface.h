@@ -58,6 +58,10 @@ public:
     static void MoveTo(PaintData& data, float x, float y);
     static void LineTo(PaintData& data, float x, float y);
     static void StrokePath(PaintData& data, LGuiColorRef colour, int lineWidth);
+    // Separate segments from points[2i] to points[2i + 1], `count` points in all, drawn as
+    // StrokePath draws them but from the caller's array: nothing is allocated per segment.
+    static void StrokeSegments(PaintData& data, LGuiColorRef colour, int lineWidth,
+                               const PaintData::Point* points, int count);
     // A filled polygon of the points collected by MoveTo/LineTo; empties the path.
     static void FillPath(PaintData& data, LGuiColorRef colour);
     static void SetStrokeColor(PaintData& data, LGuiColorRef colour);
