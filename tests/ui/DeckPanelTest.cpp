@@ -595,6 +595,30 @@ TEST_F(DeckPanel, MessagesReachTheWavesAndTheParentWithDeckBsNumbers)
     panelB.DestroyDialog();
 }
 
+// Every command and message on a panel without a deck, then on a deck without a track: nothing
+// fails and the empty deck stays stopped. (The two menu buttons are left out: they open a menu.)
+TEST_F(DeckPanel, EveryCommandOnAPanelWithoutADeckOrTrackIsHarmless)
+{
+    DJDeckGUI lone;
+    lone.Init(host, kDeckPanelB, 0, 0, 300, kDeckPanelHeight);
+    for (DJDeckGUI* target : {&lone, &panel}) {
+        for (int id = 100; id <= 421; ++id)
+            if (id != kCmdLoopLengthDown && id != kCmdMenuDown)
+                target->SendCommand(id);
+        for (int message = 0; message <= 9; ++message)
+            if (message != static_cast<int>(DJDeckMessage::kContextMenu))
+                for (long data1 : {-1L, 0L, 206L, 226L, 229L, 100000L})
+                    target->SendInterWinMessage(message, data1, 0);
+        target->djwwntfSeek(-1);
+        target->djwwntfSeek(0x7fffffff);
+        target->SetTrackInfo(nullptr, nullptr, nullptr);
+        EXPECT_FALSE(target->Load(nullptr, -5, -5, -5));
+    }
+    EXPECT_FALSE(deck.IsLoaded());
+    EXPECT_EQ(deck.GetState(), kDeckStopped);
+    lone.DestroyDialog();
+}
+
 TEST(DeckPanelTimes, ElapsedAndRemainingTexts)
 {
     EXPECT_EQ(DJDeckGUI::FormatElapsed(LSoundTime(62500)), "+ 0:01:02.5");
