@@ -17,8 +17,9 @@ namespace {
 constexpr int kVolumeOffsetDb = 6;  // the deck gets the volume control's level less this
 constexpr int kWaveSpanSeconds = 5;
 constexpr int kCueMessageA = 329, kCueMessageB = 330;
-constexpr int kEditBpmA = 315, kEditBpmB = 316;
+constexpr int kEditBpmA = kKeyEditBpmA, kEditBpmB = kKeyEditBpmB;  // data1 of the edit BPM message
 constexpr int kBandLabelFontPx = 9;
+constexpr int kNoCommand = -1;  // a button edge that sends nothing
 
 // Controls are made off the visible area, each 510 pixels on, and placed by LayoutControls.
 struct OffscreenPlacer {
@@ -135,11 +136,20 @@ void DJDeckGUI::_AddButtons()
         int id, release, press;
     };
     static constexpr Button kButtons[] = {
-        {kDeckPlay, -1, 101},          {kDeckCuePause, 105, 106},  {kDeckSetCue, 109, 108},
-        {kDeckCuePlay, 123, 124},      {kDeckBendDown, 354, 353},  {kDeckBendUp, 357, 356},
-        {kDeckLoop, 117, 118},         {kDeckLoopLength, 120, 121}, {kDeckHeadphones, 111, 112},
-        {kDeckSync, 126, 127},         {kDeckMenu, 129, 130},      {kDeckKillBass, 199, 198},
-        {kDeckKillMid, 202, 201},      {kDeckKillHigh, 205, 204},
+        {kDeckPlay, kNoCommand, kCmdPlay},
+        {kDeckCuePause, kCmdCuePauseUp, kCmdCuePauseDown},
+        {kDeckSetCue, kCmdSetCueUp, kCmdSetCueDown},
+        {kDeckCuePlay, kCmdCuePlayUp, kCmdCuePlayDown},
+        {kDeckBendDown, kCmdBendDownUp, kCmdBendDownDown},
+        {kDeckBendUp, kCmdBendUpUp, kCmdBendUpDown},
+        {kDeckLoop, kCmdLoopUp, kCmdLoopDown},
+        {kDeckLoopLength, kCmdLoopLengthUp, kCmdLoopLengthDown},
+        {kDeckHeadphones, kCmdHeadphonesUp, kCmdHeadphonesDown},
+        {kDeckSync, kCmdSyncUp, kCmdSyncDown},
+        {kDeckMenu, kCmdMenuUp, kCmdMenuDown},
+        {kDeckKillBass, kCmdKillBassUp, kCmdKillBassDown},
+        {kDeckKillMid, kCmdKillMidUp, kCmdKillMidDown},
+        {kDeckKillHigh, kCmdKillHighUp, kCmdKillHighDown},
     };
     for (const Button& button : kButtons) {
         AddCoolButtonTextOnly(button.id, "");

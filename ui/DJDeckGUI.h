@@ -59,6 +59,33 @@ enum DJDeckControl : int {
     kDeckBendUp = 355,
 };
 
+// Commands of the panel's buttons: (press, release) pairs; play has a press only.
+enum DJDeckButtonCommand : int {
+    kCmdPlay = 101,
+    kCmdCuePauseUp = 105, kCmdCuePauseDown = 106,
+    kCmdSetCueDown = 108, kCmdSetCueUp = 109,
+    kCmdHeadphonesUp = 111, kCmdHeadphonesDown = 112,
+    kCmdLoopUp = 117, kCmdLoopDown = 118,
+    kCmdLoopLengthUp = 120, kCmdLoopLengthDown = 121,
+    kCmdCuePlayUp = 123, kCmdCuePlayDown = 124,
+    kCmdSyncUp = 126, kCmdSyncDown = 127,
+    kCmdMenuUp = 129, kCmdMenuDown = 130,
+    kCmdKillBassDown = 198, kCmdKillBassUp = 199,
+    kCmdKillMidDown = 201, kCmdKillMidUp = 202,
+    kCmdKillHighDown = 204, kCmdKillHighUp = 205,
+    kCmdBendDownDown = 353, kCmdBendDownUp = 354,
+    kCmdBendUpDown = 356, kCmdBendUpUp = 357,
+};
+
+// The key commands whose keys the deck's context menu shows, deck A and deck B.
+enum DJDeckKeyCommand : int {
+    kKeyJumpToStartA = 313, kKeyJumpToStartB = 314,
+    kKeyEditBpmA = 315, kKeyEditBpmB = 316,
+    kKeyResetDeckA = 317, kKeyResetDeckB = 318,
+    kKeySnapA = 319, kKeySnapB = 320,
+    kKeySetCueA = 287, kKeySetCueB = 288,
+};
+
 // Commands of the deck's popup menus.
 enum DJDeckMenuCommand : int {
     kDeckMenuReset = 232,

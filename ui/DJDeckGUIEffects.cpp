@@ -406,27 +406,28 @@ void DJDeckGUI::Command(int id)
 bool DJDeckGUI::_ButtonCommand(int id)
 {
     switch (id) {
-    case 101: _PressPlay(true); break;
-    case 106: _flags.cuePauseDown = true; CmCuePause(); break;
-    case 105: _flags.cuePauseDown = false; break;
-    case 108: _flags.cueMarkDown = true; _SetCueMark(); break;
-    case 109: _flags.cueMarkDown = false; break;
-    case 124: _flags.cuePlayDown = true; CmCuePlay(); break;
-    case 123: _flags.cuePlayDown = false; break;
-    case 353: _PitchBend(false, true); break;
-    case 354: _PitchBend(false, false); break;
-    case 356: _PitchBend(true, true); break;
-    case 357: _PitchBend(true, false); break;
-    case 118: _flags.loopOn = !_flags.loopOn; CmLoop(); break;
-    case 121: _ShowLoopMenu(); break;
-    case 112: _flags.headphonesOn = !_flags.headphonesOn; CmHeadphones(); break;
-    case 127: CmSync(); break;
-    case 130: _flags.menuDown = true; _ContextMenu(); _flags.menuDown = false; break;
-    case 129: _flags.menuDown = false; break;
-    case 198: _flags.killBass = !_flags.killBass; CmEq(); break;
-    case 201: _flags.killMid = !_flags.killMid; CmEq(); break;
-    case 204: _flags.killHigh = !_flags.killHigh; CmEq(); break;
-    case 117: case 120: case 111: case 126: case 199: case 202: case 205: break;
+    case kCmdPlay: _PressPlay(true); break;
+    case kCmdCuePauseDown: _flags.cuePauseDown = true; CmCuePause(); break;
+    case kCmdCuePauseUp: _flags.cuePauseDown = false; break;
+    case kCmdSetCueDown: _flags.cueMarkDown = true; _SetCueMark(); break;
+    case kCmdSetCueUp: _flags.cueMarkDown = false; break;
+    case kCmdCuePlayDown: _flags.cuePlayDown = true; CmCuePlay(); break;
+    case kCmdCuePlayUp: _flags.cuePlayDown = false; break;
+    case kCmdBendDownDown: _PitchBend(false, true); break;
+    case kCmdBendDownUp: _PitchBend(false, false); break;
+    case kCmdBendUpDown: _PitchBend(true, true); break;
+    case kCmdBendUpUp: _PitchBend(true, false); break;
+    case kCmdLoopDown: _flags.loopOn = !_flags.loopOn; CmLoop(); break;
+    case kCmdLoopLengthDown: _ShowLoopMenu(); break;
+    case kCmdHeadphonesDown: _flags.headphonesOn = !_flags.headphonesOn; CmHeadphones(); break;
+    case kCmdSyncDown: CmSync(); break;
+    case kCmdMenuDown: _flags.menuDown = true; _ContextMenu(); _flags.menuDown = false; break;
+    case kCmdMenuUp: _flags.menuDown = false; break;
+    case kCmdKillBassDown: _flags.killBass = !_flags.killBass; CmEq(); break;
+    case kCmdKillMidDown: _flags.killMid = !_flags.killMid; CmEq(); break;
+    case kCmdKillHighDown: _flags.killHigh = !_flags.killHigh; CmEq(); break;
+    case kCmdLoopUp: case kCmdLoopLengthUp: case kCmdHeadphonesUp: case kCmdSyncUp:
+    case kCmdKillBassUp: case kCmdKillMidUp: case kCmdKillHighUp: break;
     default: return false;
     }
     return true;
@@ -513,9 +514,11 @@ std::string DJDeckGUI::_KeyText(int keyCommand) const
         int command;
         const char* key;
     } kDefaults[] = {
-        {317, "R"},       {318, "Option-R"},       {315, "E"}, {316, "Option-E"},
-        {313, "B"},       {314, "Option-B"},       {319, "Shift-S"},
-        {320, "Shift-Option-S"},                   {287, "M"}, {288, "Option-M"},
+        {kKeyResetDeckA, "R"},     {kKeyResetDeckB, "Option-R"},
+        {kKeyEditBpmA, "E"},       {kKeyEditBpmB, "Option-E"},
+        {kKeyJumpToStartA, "B"},   {kKeyJumpToStartB, "Option-B"},
+        {kKeySnapA, "Shift-S"},    {kKeySnapB, "Shift-Option-S"},
+        {kKeySetCueA, "M"},        {kKeySetCueB, "Option-M"},
     };
     for (const auto& entry : kDefaults)
         if (entry.command == keyCommand)
@@ -529,11 +532,11 @@ LPopupMenu DJDeckGUI::BuildContextMenu() const
         int menuCommand, keyA, keyB;
         const char* text;
     } kItems[] = {
-        {kDeckMenuReset, 317, 318, "Reset Deck"},
-        {kDeckMenuEditBpm, 315, 316, "Edit BPM"},
-        {kDeckMenuJumpToStart, 313, 314, "Jump to Start"},
-        {kDeckMenuSnap, 319, 320, "Snap Cue Mark to Beat On/Off"},
-        {kDeckMenuSetCue, 287, 288, "Set Cue Mark"},
+        {kDeckMenuReset, kKeyResetDeckA, kKeyResetDeckB, "Reset Deck"},
+        {kDeckMenuEditBpm, kKeyEditBpmA, kKeyEditBpmB, "Edit BPM"},
+        {kDeckMenuJumpToStart, kKeyJumpToStartA, kKeyJumpToStartB, "Jump to Start"},
+        {kDeckMenuSnap, kKeySnapA, kKeySnapB, "Snap Cue Mark to Beat On/Off"},
+        {kDeckMenuSetCue, kKeySetCueA, kKeySetCueB, "Set Cue Mark"},
     };
     const bool deckB = _deck && _deck->GetDeckPosition() == kDeckRight;
     const bool loaded = _deck && _deck->IsLoaded();

@@ -557,6 +557,68 @@ TEST_F(DeckPanel, BackgroundAndButtonsPaintTheirParts)
     }
 }
 
+// Messages from the main window and the waves, on a panel of deck B.
+TEST_F(DeckPanel, MessagesReachTheWavesAndTheParentWithDeckBsNumbers)
+{
+    DJDeckGUI panelB;
+    panelB.Init(host, kDeckPanelB, 0, 0, 400, kDeckPanelHeight);
+    DJDeck& deckB = console.AddDeck(kDeckRight);
+    panelB.SetDeck(&deckB);
+    auto send = [&](DJDeckMessage message, long data1) {
+        panelB.SendInterWinMessage(static_cast<int>(message), data1, 0);
+    };
+    send(DJDeckMessage::kOverDeck, 1);
+    EXPECT_TRUE(panelB.GetWaveDetailed().GetOverDeck());
+    send(DJDeckMessage::kDragActive, 1);
+    EXPECT_TRUE(panelB.GetWaveDetailed().GetDragActive());
+    send(DJDeckMessage::kOverDeck, 0);
+    send(DJDeckMessage::kDragActive, 0);
+    EXPECT_FALSE(panelB.GetWaveDetailed().GetOverDeck());
+    EXPECT_FALSE(panelB.GetWaveDetailed().GetDragActive());
+    EXPECT_FALSE(panel.GetWaveDetailed().GetOverDeck());
+
+    host.messages.clear();
+    send(DJDeckMessage::kCueDragEnd, kDeckWaveDetailed);
+    panelB.SendCommand(kDeckMenuEditBpm);
+    panelB.SendCommand(kDeckMenuReset);
+    EXPECT_EQ(host.messages, (std::vector<std::pair<int, long>>{{2, 330}, {3, 316}, {1, kDeckPanelB}}));
+    const std::vector<LPopupMenu::Item> items = panelB.BuildContextMenu().GetItems();
+    EXPECT_EQ(items[0].text, "Reset Deck (B) (Option-R)");
+    EXPECT_EQ(items[4].text, "Set Cue Mark (B) (Option-M)");
+
+    panelB.SetProgressCounter(40);
+    EXPECT_EQ(panelB.GetWaveDetailed().GetLoadProgress(), 40);
+    panelB.SetProgressCounter(-7);
+    EXPECT_EQ(panelB.GetWaveDetailed().GetLoadProgress(), DJWaveDetailed::kNoProgress);
+    panelB.SetAutoPlayMode(true);
+    EXPECT_TRUE(panelB.GetWaveDetailed().GetAutoPlayMode());
+    panelB.DestroyDialog();
+}
+
+// Every command and message on a panel without a deck, then on a deck without a track: nothing
+// fails and the empty deck stays stopped. (The two menu buttons are left out: they open a menu.)
+TEST_F(DeckPanel, EveryCommandOnAPanelWithoutADeckOrTrackIsHarmless)
+{
+    DJDeckGUI lone;
+    lone.Init(host, kDeckPanelB, 0, 0, 300, kDeckPanelHeight);
+    for (DJDeckGUI* target : {&lone, &panel}) {
+        for (int id = 100; id <= 421; ++id)
+            if (id != kCmdLoopLengthDown && id != kCmdMenuDown)
+                target->SendCommand(id);
+        for (int message = 0; message <= 9; ++message)
+            if (message != static_cast<int>(DJDeckMessage::kContextMenu))
+                for (long data1 : {-1L, 0L, 206L, 226L, 229L, 100000L})
+                    target->SendInterWinMessage(message, data1, 0);
+        target->djwwntfSeek(-1);
+        target->djwwntfSeek(0x7fffffff);
+        target->SetTrackInfo(nullptr, nullptr, nullptr);
+        EXPECT_FALSE(target->Load(nullptr, -5, -5, -5));
+    }
+    EXPECT_FALSE(deck.IsLoaded());
+    EXPECT_EQ(deck.GetState(), kDeckStopped);
+    lone.DestroyDialog();
+}
+
 TEST(DeckPanelTimes, ElapsedAndRemainingTexts)
 {
     EXPECT_EQ(DJDeckGUI::FormatElapsed(LSoundTime(62500)), "+ 0:01:02.5");
