@@ -231,22 +231,15 @@ void DJDeckGUI::CoolButtonCustomDraw(PaintData& data, int id)
 // Face, the lit inner when lit, and "Sync" centred in bold, a size smaller until it fits.
 void DJDeckGUI::_DrawSyncButton(PaintData& data, bool lit) const
 {
-    static constexpr int kMinFontPx = 6;
     const DJTheme& theme = GetTheme();
     LPaintSurface::FillRect(data, theme.buttonFaceBrush, data.x, data.y, data.width, data.height);
     if (lit)
         LPaintSurface::FillRect(data, theme.pressedInnerBrush, data.x + 2, data.y + 2,
                                 data.width - 4, data.height - 4);
     data.savedFont.SetFont(data.font);
-    data.font.SetFont(theme.boldFont);
-    data.font.SetColor(lit ? theme.syncLitText : theme.syncPlainText);
-    for (int px = data.font.GetPixelSize(); px > kMinFontPx; --px) {
-        float width = 0, height = 0;
-        LPaintSurface::_MeasureText(data, "Sync", 0, &width, &height);
-        if (width <= data.width - 2)
-            break;
-        data.font.CreateFont(px - 1, true, false, false, data.font.GetColor());
-    }
+    LGuiFont font = theme.boldFont;
+    font.SetColor(lit ? theme.syncLitText : theme.syncPlainText);
+    data.font = DJTheme::FitFont(data, font, "Sync", data.width - 2);
     LPaintSurface::DrawText(data, "Sync", data.x, data.y, data.width, data.height,
                             LHAlignment::kCentre, LVAlignment::kCentre);
     data.font.SetFont(data.savedFont);

@@ -27,6 +27,7 @@ constexpr float kScanningBoxHeight = 13;  // pixels
 constexpr float kScanningTextY = 19;      // pixels
 constexpr int kElapsedRightOffset = 73;   // pixels from the right edge
 constexpr int kRemainingRightOffset = 70; // pixels from the right edge
+constexpr int kTimeRightMargin = 5;      // pixels: a time stays one clear of the frame
 constexpr float kElapsedY = 5;            // pixels
 constexpr float kRemainingY = 17;         // pixels
 constexpr int kSecondsPerMinute = 60;
@@ -168,10 +169,18 @@ void DJDeckInfo::_PaintTexts(PaintData& data, int width)
         DrawText(data, kScanningText, kTextX, kScanningTextY, 0, 0);
         data.font.SetColor(theme.infoText);
     }
-    DrawText(data, _elapsed.c_str(), static_cast<float>(width - kElapsedRightOffset), kElapsedY,
-             0, 0);
-    DrawText(data, _remaining.c_str(), static_cast<float>(width - kRemainingRightOffset),
-             kRemainingY, 0, 0);
+    _PaintTime(data, _elapsed, width - kElapsedRightOffset, kElapsedY, width);
+    _PaintTime(data, _remaining, width - kRemainingRightOffset, kRemainingY, width);
+}
+
+// A time from `x` up to the frame, in the info font or a smaller size of it that fits there.
+void DJDeckInfo::_PaintTime(PaintData& data, const std::string& text, int x, float y, int width)
+{
+    const LGuiFont info = data.font;
+    data.font = DJTheme::FitFont(data, info, text.c_str(),
+                                 static_cast<float>(width - kTimeRightMargin - x));
+    DrawText(data, text.c_str(), static_cast<float>(x), y, 0, 0);
+    data.font = info;
 }
 
 void DJDeckInfo::EvRButtonDown(int /*x*/, int /*y*/)

@@ -66,6 +66,7 @@ private:
     bool _ComputeBpm();
     static std::string _Cut(const char* text);
     void _PaintTexts(PaintData& data, int width);
+    void _PaintTime(PaintData& data, const std::string& text, int x, float y, int width);
 
     std::string _title, _artist, _bpmText, _elapsed, _remaining;
     char _deckLetter = 'A';

@@ -41,9 +41,9 @@ LGuiFont _MakeFont(int heightPx, bool bold, LGuiColorRef colour)
     return font;
 }
 
-// `font`, or the largest smaller size of it in which `text` fits `width`. The buttons' widths
-// are tight for the pinned family; a smaller text beats one that spills over the frame.
-LGuiFont _FitFont(const PaintData& data, const LGuiFont& font, const char* text, float width)
+}  // namespace
+
+LGuiFont DJTheme::FitFont(const PaintData& data, const LGuiFont& font, const char* text, float width)
 {
     PaintData probe;
     probe.context = data.context;
@@ -59,7 +59,6 @@ LGuiFont _FitFont(const PaintData& data, const LGuiFont& font, const char* text,
     }
     return probe.font;
 }
-}  // namespace
 
 struct DJTheme::Images {
     std::map<DJImage, LGuiJPG> byNumber;
@@ -205,7 +204,7 @@ void DJTheme::DrawMenuButton(PaintData& data, bool lit, const char* text) const
     Surface::DrawImage(data, GetImage(lit ? DJImage::kLoopMenuDown : DJImage::kLoopMenuUp),
                        data.x + kMenuArrowX, data.y + kMenuArrowY);
     // The text ends before the arrow.
-    const LGuiFont font = _FitFont(data, menuButtonFont, text, kMenuArrowX - kMenuTextX - 1);
+    const LGuiFont font = FitFont(data, menuButtonFont, text, kMenuArrowX - kMenuTextX - 1);
     _DrawText(data, font, menuButtonText, text, data.x + kMenuTextX, data.y + kMenuTextY);
 }
 
@@ -266,7 +265,7 @@ void DJTheme::DrawBottomButton(PaintData& data, const char* text, bool lit) cons
                       data.width - 2, data.height - 2);
     // Light text on the dark lit face, dark text on the plain one.
     const LGuiFont font =
-        _FitFont(data, data.font, text, data.width - 2 - 2 * kBottomTextPaddingPx);
+        FitFont(data, data.font, text, data.width - 2 - 2 * kBottomTextPaddingPx);
     _DrawText(data, font, lit ? bottomFace : labelText, text, data.x, data.y, data.width,
               data.height, LHAlignment::kCentre, LVAlignment::kCentre);
 }

@@ -103,6 +103,12 @@ public:
     void DrawAutoPlayLightButton(PaintData& data, bool lit) const;
     void DrawRecordingLightButton(PaintData& data, bool lit) const;
 
+    // `font`, or the largest smaller size of it (not below 8 px) in which `text` fits `width`.
+    // Widths made for narrower fonts are tight for the pinned family; a smaller text beats one
+    // that spills over a frame.
+    static LGuiFont FitFont(const PaintData& data, const LGuiFont& font, const char* text,
+                            float width);
+
 private:
     // Draws `text` in `font` and `colour` and gives data back its current font.
     static void _DrawText(PaintData& data, const LGuiFont& font, LGuiColorRef colour,

@@ -216,3 +216,19 @@ TEST_F(DeckInfoTest, RightButtonAsksForTheContextMenu)
     info.EvRButtonDown(3, 3);
     EXPECT_EQ(window.messages, (std::vector<Message>{{kMenuMessage, kInfoId, 0}}));
 }
+
+// The longest times stay inside the black frame: a smaller size of the info font is taken
+// where the pinned family is too wide for the room the layout gives them.
+TEST_F(DeckInfoTest, LongTimesStayInsideTheFrame)
+{
+    info.SetDeckTime("+ 1:59:59.9", "- 1:59:59.9");
+    const QImage image = PaintToImage(info);
+    const QRgb background = Rgb(DJThemeUser::GetTheme().waveBackground);
+    const QRgb black = qRgb(0, 0, 0);
+    for (int y = 2; y <= kHeight - 4; ++y) {
+        EXPECT_EQ(image.pixel(kWidth - 4, y), black) << "frame at row " << y;
+        for (int x = kWidth - 3; x < kWidth; ++x) {
+            EXPECT_EQ(image.pixel(x, y), background) << x << "," << y;
+        }
+    }
+}
