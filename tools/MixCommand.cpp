@@ -1,15 +1,21 @@
 #include "tools/ToolCommands.h"
 
 #include "base/LEventQueue.h"
+#include "base/LSafeWrite.h"
+#include "base/LSignalObject.h"
 #include "engine/DJConsole.h"
 #include "engine/DJSettingsAccess.h"
 #include "sound/LWaveFile.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
+#include <cstring>
+#include <functional>
 #include <string>
 #include <unistd.h>
 
@@ -17,33 +23,101 @@ namespace tool {
 
 namespace {
 
-constexpr unsigned int kSessionWaitMs = 24 * 3600 * 1000;
 constexpr int kLastStartMarginMs = 100;  // B starts before A ends, or the recording would close
 constexpr int kMixChannels = 2;
 constexpr int kMixBits = 16;
 constexpr int kNoSyncPeriod = 22050;     // frames: a grid that spares the detection when no sync is asked
 
-// The mix's own settings: the user's device, channel map, second device and recording folder
-// must not shape a file written to a path named on the command line.
+// The mix's own settings: every engine setting reads its default, so the user's devices,
+// channel map, second device and recording folder cannot shape a file named on the command
+// line. The store installed before is back when the mix ends.
 class MixSettings : public DJSettingsAccess {
 public:
-    MixSettings(const std::string& folder, const std::string& name)
-    {
-        _values["DefaultRecordFolder"] = folder;
-        _values["RecordingFileName"] = name;
-        DJSetSettingsAccess(this);
-    }
-    ~MixSettings() override { DJSetSettingsAccess(nullptr); }
-    std::string GetString(const char* section, const char* key, const char* def) override
-    {
-        auto it = _values.find(key);
-        return std::string(section) == "Settings" && it != _values.end() ? it->second : def;
-    }
+    MixSettings() : _former(DJSetSettingsAccess(this)) {}
+    ~MixSettings() override { DJSetSettingsAccess(_former); }
+    std::string GetString(const char*, const char*, const char* def) override { return def; }
     void SetString(const char*, const char*, const char*) override {}
 
 private:
-    std::map<std::string, std::string> _values;
+    DJSettingsAccess* _former;
 };
+
+// SIGINT and SIGTERM end the mix: the run loop sees the signal, the console stops, the
+// temporaries go and OUT stays as it was. A second signal, for a mix that does not stop,
+// removes the temporaries at once and leaves.
+volatile sig_atomic_t gSignal = 0;
+const LSignalObject* gWake = nullptr;
+constexpr int kTemporaries = 2;
+char gTemporaryPaths[kTemporaries][PATH_MAX + 64];
+
+void _OnSignal(int signal)
+{
+    if (gSignal) {
+        for (const char* path : gTemporaryPaths)
+            if (path[0])
+                unlink(path);
+        _exit(128 + signal);
+    }
+    gSignal = signal;
+    if (gWake)
+        gWake->Signal();  // one write: safe in a signal handler
+}
+
+class MixInterrupt {
+public:
+    MixInterrupt()
+    {
+        gSignal = 0;
+        gWake = &_wake;
+        for (char* path : gTemporaryPaths)
+            path[0] = '\0';
+        struct sigaction action {};
+        action.sa_handler = _OnSignal;
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGINT, &action, &_previousInt);
+        sigaction(SIGTERM, &action, &_previousTerm);
+    }
+    ~MixInterrupt()
+    {
+        sigaction(SIGINT, &_previousInt, nullptr);
+        sigaction(SIGTERM, &_previousTerm, nullptr);
+        gWake = nullptr;
+        for (char* path : gTemporaryPaths)
+            path[0] = '\0';
+    }
+    MixInterrupt(const MixInterrupt&) = delete;
+    MixInterrupt& operator=(const MixInterrupt&) = delete;
+
+    // A path the second signal removes.
+    void Watch(int slot, const char* path) const
+    {
+        std::snprintf(gTemporaryPaths[slot], sizeof gTemporaryPaths[slot], "%s", path);
+    }
+    bool Caught() const { return gSignal != 0; }
+    // The shell's code for a process ended by the signal: 130 for SIGINT, 143 for SIGTERM.
+    int ExitCode() const { return 128 + gSignal; }
+    int GetDescriptor() const { return _wake.GetReadDescriptor(); }
+
+private:
+    LSignalObject _wake;
+    struct sigaction _previousInt {};
+    struct sigaction _previousTerm {};
+};
+
+// Dispatches the events of this thread until `done` answers true (asked before each wait);
+// false when a signal came first.
+bool _RunUntil(const MixInterrupt& interrupt, const std::function<bool()>& done)
+{
+    LEventQueue& queue = *LEventQueue::ForCurrentThread();
+    for (;;) {
+        if (interrupt.Caught())
+            return false;
+        if (done())
+            return true;
+        if (!queue.DispatchOne())
+            queue.WaitForEvent(kWaitForever, interrupt.GetDescriptor());
+    }
+}
 
 class MixController : public DJConsoleNotify {
 public:
@@ -54,26 +128,6 @@ public:
 
 private:
     bool _recording = true;
-};
-
-// Temporary files beside OUT, so that the final rename stays on one file system.
-struct MixFiles {
-    explicit MixFiles(const std::string& out)
-    {
-        const size_t slash = out.rfind('/');
-        folder = slash == std::string::npos ? "." : (slash == 0 ? "/" : out.substr(0, slash));
-        const std::string base = slash == std::string::npos ? out : out.substr(slash + 1);
-        const std::string tag = "." + base + ".part-" + std::to_string(getpid());
-        recordName = tag;
-        recording = folder + "/" + tag + ".wav";
-        capture = folder + "/" + tag + ".capture.wav";
-    }
-    ~MixFiles()
-    {
-        unlink(recording.c_str());
-        unlink(capture.c_str());
-    }
-    std::string folder, recordName, recording, capture;
 };
 
 struct BeatsWait : DJDeckNotify {
@@ -149,12 +203,15 @@ bool _CheckOptions(const MixOptions& o)
            (!o.length || CheckRange(kMixLengthRange, *o.length));
 }
 
-int _RunMix(const MixOptions& o, const MixFiles& files)
+// Plays the script on the console, recording into `recording`; the file is closed with a
+// true header when this returns.
+int _RunMix(const MixOptions& o, const std::string& recording, const MixInterrupt& interrupt)
 {
-    MixSettings settings(files.folder, files.recordName);
+    MixSettings settings;
     MixController controller;
     DJConsole console;
     console.SetNotify(&controller);
+    console.SetRecordingPath(recording);
     DJDeck& a = console.AddDeck(kDeckLeft);
     DJDeck& b = console.AddDeck(kDeckRight);
     BeatsWait beats;
@@ -164,8 +221,7 @@ int _RunMix(const MixOptions& o, const MixFiles& files)
     const bool bOk = _LoadDeck(b, o.b, o.sync);
     if (!aOk || !bOk)
         return kExitFailed;
-    LEventQueue& queue = *LEventQueue::ForCurrentThread();
-    if (o.sync && !queue.RunUntil([&] { return beats.count >= 2; }, kSessionWaitMs))
+    if (o.sync && !_RunUntil(interrupt, [&] { return beats.count >= 2; }))
         return kExitFailed;
     const int aMs = LSoundTime::FromFrames(a.GetTrackEnd(), a.GetSampleRate()).GetMilliseconds();
     const int wantedAt = o.at ? static_cast<int>(*o.at * 1000) : aMs - static_cast<int>(o.fade * 1000);
@@ -179,41 +235,66 @@ int _RunMix(const MixOptions& o, const MixFiles& files)
     // A failed write shows as the sink's flag while the player runs; at the natural end the
     // console closes the file itself.
     bool writeFailed = false;
-    const bool finished = script.Step() || queue.RunUntil(
-        [&] {
-            writeFailed = writeFailed || (console.IsPlayerRunning() && !console.IsRecording());
-            return controller.Failed() || writeFailed || script.Step();
-        },
-        kSessionWaitMs);
+    const bool finished = script.Step() || _RunUntil(interrupt, [&] {
+        writeFailed = writeFailed || (console.IsPlayerRunning() && !console.IsRecording());
+        return controller.Failed() || writeFailed || script.Step();
+    });
     writeFailed = writeFailed || (console.IsPlayerRunning() && !console.IsRecording());
     const bool recorded = finished && !writeFailed && !controller.Failed();
     console.Stop();
-    if (!recorded) {
+    if (!recorded && !interrupt.Caught()) {
         PrintError("%s: the recording failed", o.out.c_str());
         return kExitFailed;
     }
-    return kExitOk;
+    return recorded ? kExitOk : kExitFailed;
+}
+
+// The script stops on positions the interface saw, a little after the length asked; the sink
+// cuts the file there and makes its header true.
+bool _CutToLength(const std::string& recording, double seconds)
+{
+    const int frames = static_cast<int>(std::min(seconds * LAudioMixer::kRate, double(INT32_MAX)));
+    LSoundSink cut = LWaveFile::OpenSinkPCM(recording.c_str(), LAudioMixer::kRate, kMixChannels, kMixBits, frames);
+    const bool opened = (cut->GetError() & kSinkErrorFlag) == 0;
+    cut.Close();
+    return opened;
 }
 
 }  // namespace
 
+// OUT is written as every file of the program is (LSafeWrite): the recording goes to a hidden
+// temporary beside OUT and is renamed over it once whole. The capture device's file is a second
+// temporary of the same target, never committed. So a failure or a signal leaves OUT as it was
+// and no temporary, and those of a killed run go with the next write of OUT.
 int Mix(const MixOptions& options)
 {
     if (!_CheckOptions(options))
         return kExitUsage;
-    MixFiles files(options.out);
-    setenv("ORVANE_AUDIO_CAPTURE", (files.capture + ":fast").c_str(), 1);
-    const int result = _RunMix(options, files);
+    MixInterrupt interrupt;
+    LSafeWrite recording(options.out.c_str());
+    LSafeWrite capture(options.out.c_str());
+    if (!recording.Begin() || !capture.Begin()) {
+        PrintError("%s: cannot be written: %s", options.out.c_str(), std::strerror(errno));
+        return kExitFailed;
+    }
+    interrupt.Watch(0, recording.GetTemporaryPath());
+    interrupt.Watch(1, capture.GetTemporaryPath());
+    setenv("ORVANE_AUDIO_CAPTURE", (std::string(capture.GetTemporaryPath()) + ":fast").c_str(), 1);
+    const int result = _RunMix(options, recording.GetTemporaryPath(), interrupt);
     unsetenv("ORVANE_AUDIO_CAPTURE");
+    capture.Abandon();
+    if (interrupt.Caught()) {
+        PrintError("%s: interrupted, not written", options.out.c_str());
+        return interrupt.ExitCode();
+    }
     if (result != kExitOk)
         return result;
-    // The script stops on positions the interface saw, a little after the length asked; the
-    // sink cuts the file there and makes its header true.
-    if (options.length)
-        LWaveFile::OpenSinkPCM(files.recording.c_str(), LAudioMixer::kRate, kMixChannels, kMixBits,
-                               static_cast<int>(std::min(*options.length * LAudioMixer::kRate, double(INT32_MAX))));
-    if (std::rename(files.recording.c_str(), options.out.c_str()) != 0) {
-        PrintError("%s: cannot write the file", options.out.c_str());
+    if (options.length && !_CutToLength(recording.GetTemporaryPath(), *options.length)) {
+        PrintError("%s: the recording failed", options.out.c_str());
+        return kExitFailed;
+    }
+    if (!recording.Commit()) {
+        PrintError("%s: cannot be put in place: %s", options.out.c_str(), std::strerror(errno));
         return kExitFailed;
     }
     return kExitOk;

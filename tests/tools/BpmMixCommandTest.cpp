@@ -108,7 +108,7 @@ TEST(ToolMix, BadFilesAndBadValuesLeaveNoFile)
     } cases[] = {
         {"mix " + folder / "x.wav" + " " + folder / "y.wav" + " -o " + out, 1, 2},
         {"mix " + a + " " + folder / "y.wav" + " -o " + out, 1, 1},
-        {"mix " + a + " " + a + " -o " + folder / "no/such/out.wav", 1, 2},
+        {"mix " + a + " " + a + " -o " + folder / "no/such/out.wav", 1, 1},
         {"mix " + a + " " + a + " -o " + out + " --fade nan", 2, 1},
         {"mix " + a + " " + a + " -o " + out + " --length 0", 2, 1},
         {"mix " + a + " " + a, 2, 1},
