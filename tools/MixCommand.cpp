@@ -140,8 +140,13 @@ bool _LoadDeck(DJDeck& deck, const std::string& path, bool detect)
     std::string deckFile;
     if (!DeckFile(path, deckFile))
         return false;
-    if (deck.Load(deckFile.c_str(), detect ? 0 : kNoSyncPeriod, 0))
+    if (deck.Load(deckFile.c_str(), detect ? 0 : kNoSyncPeriod, 0)) {
+        // The mix waits for the detection before anything plays, so it need not yield to
+        // everything else on the machine (at idle priority a busy machine starves it).
+        if (detect)
+            deck.GetBeatDetector().SetPriority(kThreadPriorityNormal);
         return true;
+    }
     PrintError("%s: %s", path.c_str(), LGetSoundErrorText(deck.GetPositionSource()->GetError()));
     return false;
 }
