@@ -469,6 +469,12 @@ void DJConsole::djntfPosition(DJDeck& deck)
     }
 }
 
+// The pitch is the ratio of the stored periods, but the pitch stage plays at its converter's
+// real speed M/L, the nearest fraction its search finds (within 0.001): 128 BPM synced to 125
+// plays at 40/41 instead of 0.97657, and its beats drift 20.7 frames a beat from the other's
+// (662 frames, 15 ms, over 32 beats). The phase uses the grid offset in the track's own frames
+// against a position in pitched ones, so the first beat also lands late by the offset's share
+// of that stretch (225 frames for an offset of 9000).
 void DJConsole::djntfSync(DJDeck& deck)
 {
     DJDeck* other = _OtherDeck(deck);
