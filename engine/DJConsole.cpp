@@ -508,7 +508,7 @@ void DJConsole::djntfUnsync(DJDeck& deck)
 // new chain's frames, so the fill would play again (pitch up) or be skipped (pitch down) in
 // part. What is left are the old chain's frames ahead of the ear after the first resync (its
 // fill of 8192 and the limiter's read-ahead): |r - 1| times those, at pitch ratio r, repeat or
-// go inside the fade (measured: 2,970 frames of the track from 1.0 to 1.25; 230 at 1.02).
+// go inside the fade (2,970 frames of the track measured from 1.0 to 1.25; about 230 at 1.02).
 void DJConsole::djntfPitch(DJDeck& deck)
 {
     SetDeckOffsets();

@@ -73,6 +73,7 @@ public:
             path[0] = '\0';
         struct sigaction action {};
         action.sa_handler = _OnSignal;
+        action.sa_flags = SA_RESTART;  // the engine's threads go on; this thread wakes by `_wake`
         sigemptyset(&action.sa_mask);
         sigaction(SIGINT, &action, &_previousInt);
         sigaction(SIGTERM, &action, &_previousTerm);
