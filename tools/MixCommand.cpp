@@ -5,19 +5,20 @@
 #include "base/LSignalObject.h"
 #include "engine/DJConsole.h"
 #include "engine/DJSettingsAccess.h"
+#include "output/LVirtualOutputStream.h"
 #include "sound/LWaveFile.h"
+#include "tools/ToolSignals.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cmath>
-#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <string>
-#include <unistd.h>
 
 namespace tool {
 
@@ -42,81 +43,29 @@ private:
     DJSettingsAccess* _former;
 };
 
-// SIGINT and SIGTERM end the mix: the run loop sees the signal, the console stops, the
-// temporaries go and OUT stays as it was. A second signal, for a mix that does not stop,
-// removes the temporaries at once and leaves.
-volatile sig_atomic_t gSignal = 0;
-const LSignalObject* gWake = nullptr;
-constexpr int kTemporaries = 2;
-char gTemporaryPaths[kTemporaries][PATH_MAX + 64];
+using Frames = int64_t;  // of the mix, at the mixer's rate
+constexpr Frames kNothingDue = LRenderLimit::kUnlimited;
+constexpr int kFullCrossFade = 100;  // percent: B alone
+// While both decks play, the engine's own stops (a deck at its end) are looked at this often.
+constexpr Frames kLookFrames = LAudioMixer::kRate;  // 1 s
 
-void _OnSignal(int signal)
+Frames _SecondsToFrames(double seconds)
 {
-    if (gSignal) {
-        for (const char* path : gTemporaryPaths)
-            if (path[0])
-                unlink(path);
-        _exit(128 + signal);
-    }
-    gSignal = signal;
-    if (gWake)
-        gWake->Signal();  // one write: safe in a signal handler
+    return static_cast<Frames>(std::llround(seconds * LAudioMixer::kRate));
 }
-
-class MixInterrupt {
-public:
-    MixInterrupt()
-    {
-        gSignal = 0;
-        gWake = &_wake;
-        for (char* path : gTemporaryPaths)
-            path[0] = '\0';
-        struct sigaction action {};
-        action.sa_handler = _OnSignal;
-        action.sa_flags = SA_RESTART;  // the engine's threads go on; this thread wakes by `_wake`
-        sigemptyset(&action.sa_mask);
-        sigaction(SIGINT, &action, &_previousInt);
-        sigaction(SIGTERM, &action, &_previousTerm);
-    }
-    ~MixInterrupt()
-    {
-        sigaction(SIGINT, &_previousInt, nullptr);
-        sigaction(SIGTERM, &_previousTerm, nullptr);
-        gWake = nullptr;
-        for (char* path : gTemporaryPaths)
-            path[0] = '\0';
-    }
-    MixInterrupt(const MixInterrupt&) = delete;
-    MixInterrupt& operator=(const MixInterrupt&) = delete;
-
-    // A path the second signal removes.
-    void Watch(int slot, const char* path) const
-    {
-        std::snprintf(gTemporaryPaths[slot], sizeof gTemporaryPaths[slot], "%s", path);
-    }
-    bool Caught() const { return gSignal != 0; }
-    // The shell's code for a process ended by the signal: 130 for SIGINT, 143 for SIGTERM.
-    int ExitCode() const { return 128 + gSignal; }
-    int GetDescriptor() const { return _wake.GetReadDescriptor(); }
-
-private:
-    LSignalObject _wake;
-    struct sigaction _previousInt {};
-    struct sigaction _previousTerm {};
-};
 
 // Dispatches the events of this thread until `done` answers true (asked before each wait);
 // false when a signal came first.
-bool _RunUntil(const MixInterrupt& interrupt, const std::function<bool()>& done)
+bool _RunUntil(const ToolSignals& signals, const std::function<bool()>& done)
 {
     LEventQueue& queue = *LEventQueue::ForCurrentThread();
     for (;;) {
-        if (interrupt.Caught())
+        if (signals.Caught())
             return false;
         if (done())
             return true;
         if (!queue.DispatchOne())
-            queue.WaitForEvent(kWaitForever, interrupt.GetDescriptor());
+            queue.WaitForEvent(kWaitForever, signals.GetDescriptor());
     }
 }
 
@@ -152,31 +101,50 @@ bool _LoadDeck(DJDeck& deck, const std::string& path, bool detect)
     return false;
 }
 
-int _Ms(const DJDeck& deck)
-{
-    return deck.GetPosition().GetMilliseconds();
-}
+// The script on the mix's own time line: A plays from frame 0; at `at` B starts (synced if
+// asked) and the crossfader moves right over the fade, one percent at a time; the mix ends at
+// its length or when B ends.
+struct MixTimes {
+    Frames at = 0;
+    Frames fade = 0;
+    Frames aEnd = 0;  // where A's track ends
+    std::optional<Frames> length;
+};
 
-// The script: A plays; at `atMs` of A, B starts (synced if asked) and the crossfader moves
-// right over the fade; the mix ends at its length or when B ends.
 class MixScript {
 public:
-    MixScript(DJConsole& console, DJDeck& a, DJDeck& b, const MixOptions& o, int atMs)
-        : _console(console), _a(a), _b(b), _o(o), _atMs(atMs), _fadeMs(static_cast<int>(o.fade * 1000))
+    MixScript(DJConsole& console, DJDeck& a, DJDeck& b, bool sync, const MixTimes& times)
+        : _console(console), _a(a), _b(b), _sync(sync), _t(times)
     {
     }
 
-    // One look at the positions the engine reported; true when the mix is over.
-    bool Step()
+    bool IsOver(Frames now) const
     {
-        if (!_bStarted && (_Ms(_a) >= _atMs || _a.GetState() != kDeckPlaying))
+        return (_t.length && now >= *_t.length) || (_bStarted && _b.GetState() == kDeckStopped);
+    }
+    // Everything due at `now`.
+    void Apply(Frames now)
+    {
+        if (!_bStarted && (now >= _t.at || _a.GetState() != kDeckPlaying))
             _StartB();
         if (_bStarted)
-            _MoveCrossFader();
-        const int mixMs = std::max(_Ms(_a), _bStarted ? _atMs + _Ms(_b) : 0);
-        if (_o.length && mixMs >= static_cast<int>(*_o.length * 1000))
-            return true;
-        return _bStarted && _b.GetState() == kDeckStopped;
+            _console.SetCrossFade(_a.GetState() == kDeckPlaying ? _Percent(now) : kFullCrossFade);
+    }
+    // The next frame after `now` at which something may be due.
+    Frames Next(Frames now) const
+    {
+        Frames next = _t.length && *_t.length > now ? *_t.length : kNothingDue;
+        if (!_bStarted)
+            return std::min(next, _t.at);
+        if (_a.GetState() == kDeckPlaying) {
+            const int percent = _Percent(now);
+            if (percent < kFullCrossFade)
+                next = std::min(next, _PercentStart(percent + 1));
+            if (_t.aEnd > now)
+                next = std::min(next, _t.aEnd);
+            next = std::min(next, now + kLookFrames);
+        }
+        return next;
     }
 
 private:
@@ -184,23 +152,110 @@ private:
     {
         _bStarted = true;
         _b.Play();
-        if (_o.sync)
+        if (_sync)
             _b.Sync();
+        // A held display glides by a step for each report, and the reports come as threads
+        // are scheduled; the mix shows nothing, so both positions are taken as they are.
+        _a.SetHold(false);
+        _b.SetHold(false);
     }
-    void _MoveCrossFader()
+    // The crossfader at `now`, rounded half up.
+    int _Percent(Frames now) const
     {
-        const double progress = _fadeMs > 0 ? double(_Ms(_a) - _atMs) / _fadeMs : 1.0;
-        const bool aDone = _a.GetState() != kDeckPlaying;
-        _console.SetCrossFade(aDone ? 100 : static_cast<int>(std::lround(std::clamp(progress, 0.0, 1.0) * 100)));
+        if (_t.fade <= 0)
+            return now >= _t.at ? kFullCrossFade : 0;
+        const Frames into = std::clamp<Frames>(now - _t.at, 0, _t.fade);
+        return static_cast<int>((into * 2 * kFullCrossFade + _t.fade) / (2 * _t.fade));
+    }
+    // The first frame at which the crossfader stands at `percent`.
+    Frames _PercentStart(int percent) const
+    {
+        const Frames scaled = (2 * percent - 1) * _t.fade;
+        const Frames divisor = 2 * kFullCrossFade;
+        return _t.at + (scaled + divisor - 1) / divisor;
     }
 
     DJConsole& _console;
     DJDeck& _a;
     DJDeck& _b;
-    const MixOptions& _o;
-    int _atMs;
-    int _fadeMs;
+    bool _sync;
+    MixTimes _t;
     bool _bStarted = false;
+};
+
+// Runs the console on the fast capture device in steps: the device stops at the limit, the
+// engine reports where it stands, the script applies what is due there, and only then the
+// limit moves on. A change is applied with the device standing still and the main ring holding
+// a full resync fill ahead of it (or all that is left), so the resync it makes rewinds and
+// fades the same frames however the threads ran.
+class MixDriver {
+public:
+    MixDriver(DJConsole& console, const ToolSignals& signals, LRenderLimit& limit)
+        : _console(console), _player(console.GetMainPlayer()), _signals(signals), _limit(limit)
+    {
+    }
+
+    // False when a signal came first.
+    bool WaitAtStop()
+    {
+        for (;;) {
+            _limit.ResetStandSignal();
+            if (_signals.Caught())
+                return false;
+            if (_IsReady())
+                return true;
+            LSignalObjectGroup group;
+            group.Add(_limit.GetStandSignal());
+            group.Add(_player.GetFinishedSignal());
+            group.AddDescriptor(_signals.GetDescriptor());
+            group.Select(kWaitForever);
+        }
+    }
+    // Where the engine reports the mix to stand; read before anything is changed there, since
+    // a resync moves the report ahead by the slice it keeps.
+    Frames GetPosition() const { return _player.output.GetLastPosition(); }
+    // The engine's own reports, and what they set off, at this stop.
+    void DispatchEvents()
+    {
+        _LetGo();
+        LEventQueue& queue = *LEventQueue::ForCurrentThread();
+        while (queue.DispatchOne()) {
+        }
+    }
+    void MoveOn(Frames now, Frames next)
+    {
+        if (next == kNothingDue)
+            _limit.Raise(LRenderLimit::kUnlimited);
+        else
+            _limit.Raise(_limit.GetDelivered() + std::max<Frames>(next - now, 1));
+    }
+
+private:
+    bool _IsReady()
+    {
+        if (!_player.IsRunning())
+            return true;  // ended, the ring played out, or not started
+        if (!_limit.IsReached())
+            return false;
+        return _console.GetLag() >= DJConsole::kResyncFillFrames || _IsAllWritten();
+    }
+    bool _IsAllWritten()
+    {
+        _LetGo();
+        _player.Lock();
+        LSoundSource& source = _player.GetSource();
+        const bool all = source->GetPositionSample() >= source->GetEndSample();
+        _player.Unlock();
+        return all;
+    }
+    // A player waiting for room in its ring holds its lock until a render wakes it, and the
+    // device renders nothing while it stands: wake it as a render would.
+    void _LetGo() { _player.output.WakeRenderWaiter(); }
+
+    DJConsole& _console;
+    LSoundPlayer& _player;
+    const ToolSignals& _signals;
+    LRenderLimit& _limit;
 };
 
 bool _CheckOptions(const MixOptions& o)
@@ -209,10 +264,32 @@ bool _CheckOptions(const MixOptions& o)
            (!o.length || CheckRange(kMixLengthRange, *o.length));
 }
 
+MixTimes _Times(const MixOptions& o, const DJDeck& a)
+{
+    MixTimes t;
+    const int64_t aFrames = a.GetTrackEnd();
+    const int aRate = std::max(a.GetSampleRate(), 1);
+    t.aEnd = (aFrames * LAudioMixer::kRate + aRate - 1) / aRate;
+    const Frames margin = Frames(kLastStartMarginMs) * LAudioMixer::kRate / 1000;
+    t.fade = _SecondsToFrames(o.fade);
+    const Frames wanted = o.at ? _SecondsToFrames(*o.at) : t.aEnd - t.fade;
+    t.at = std::clamp<Frames>(wanted, 0, std::max<Frames>(t.aEnd - margin, 0));
+    if (o.length)
+        t.length = std::max<Frames>(_SecondsToFrames(*o.length), 1);
+    return t;
+}
+
+// How a run of the script ended.
+struct MixEnd {
+    bool finished = false;
+    std::optional<Frames> cut;  // where the mix was stopped while the console still played
+};
+
 // Plays the script on the console, recording into `recording`; the file is closed with a
 // true header when this returns.
-int _RunMix(const MixOptions& o, const std::string& recording, const MixInterrupt& interrupt)
+int _RunMix(const MixOptions& o, const std::string& recording, const ToolSignals& signals, MixEnd& end)
 {
+    LRenderLimit limit;  // before the console, so that it outlives the device
     MixSettings settings;
     MixController controller;
     DJConsole console;
@@ -227,40 +304,52 @@ int _RunMix(const MixOptions& o, const std::string& recording, const MixInterrup
     const bool bOk = _LoadDeck(b, o.b, o.sync);
     if (!aOk || !bOk)
         return kExitFailed;
-    if (o.sync && !_RunUntil(interrupt, [&] { return beats.count >= 2; }))
+    if (o.sync && !_RunUntil(signals, [&] { return beats.count >= 2; }))
         return kExitFailed;
-    const int aMs = LSoundTime::FromFrames(a.GetTrackEnd(), a.GetSampleRate()).GetMilliseconds();
-    const int wantedAt = o.at ? static_cast<int>(*o.at * 1000) : aMs - static_cast<int>(o.fade * 1000);
-    const int atMs = std::clamp(wantedAt, 0, std::max(aMs - kLastStartMarginMs, 0));
+    const MixTimes times = _Times(o, a);
     console.SetCrossFade(0);
-    MixScript script(console, a, b, o, atMs);
+    MixScript script(console, a, b, o.sync, times);
     // A track without frames would end the players at once, and B would start a second
     // recording over the first: B then starts alone.
-    if (aMs > 0)
+    if (times.aEnd > 0)
         a.Play();
+    MixDriver driver(console, signals, limit);
     // A failed write shows as the sink's flag while the player runs; at the natural end the
     // console closes the file itself.
     bool writeFailed = false;
-    const bool finished = script.Step() || _RunUntil(interrupt, [&] {
+    while (driver.WaitAtStop()) {
+        const Frames now = driver.GetPosition();
+        driver.DispatchEvents();
         writeFailed = writeFailed || (console.IsPlayerRunning() && !console.IsRecording());
-        return controller.Failed() || writeFailed || script.Step();
-    });
+        if (writeFailed || controller.Failed())
+            break;
+        if (script.IsOver(now)) {
+            end.finished = true;
+            if (console.IsPlayerRunning())
+                end.cut = times.length ? std::min(now, *times.length) : now;
+            break;
+        }
+        script.Apply(now);
+        if (!console.IsPlayerRunning())
+            break;  // the device could not be opened or started
+        driver.MoveOn(now, script.Next(now));
+    }
     writeFailed = writeFailed || (console.IsPlayerRunning() && !console.IsRecording());
-    const bool recorded = finished && !writeFailed && !controller.Failed();
+    const bool recorded = end.finished && !writeFailed && !controller.Failed();
     console.Stop();
-    if (!recorded && !interrupt.Caught()) {
+    if (!recorded && !signals.Caught()) {
         PrintError("%s: the recording failed", o.out.c_str());
         return kExitFailed;
     }
     return recorded ? kExitOk : kExitFailed;
 }
 
-// The script stops on positions the interface saw, a little after the length asked; the sink
-// cuts the file there and makes its header true.
-bool _CutToLength(const std::string& recording, double seconds)
+// The script stopped the console where the engine reported `frames`, with more recorded
+// ahead of it; the sink cuts the file there and makes its header true.
+bool _Cut(const std::string& recording, Frames frames)
 {
-    const int frames = static_cast<int>(std::min(seconds * LAudioMixer::kRate, double(INT32_MAX)));
-    LSoundSink cut = LWaveFile::OpenSinkPCM(recording.c_str(), LAudioMixer::kRate, kMixChannels, kMixBits, frames);
+    const int kept = static_cast<int>(std::min<Frames>(frames, INT32_MAX));
+    LSoundSink cut = LWaveFile::OpenSinkPCM(recording.c_str(), LAudioMixer::kRate, kMixChannels, kMixBits, kept);
     const bool opened = (cut->GetError() & kSinkErrorFlag) == 0;
     cut.Close();
     return opened;
@@ -276,26 +365,27 @@ int Mix(const MixOptions& options)
 {
     if (!_CheckOptions(options))
         return kExitUsage;
-    MixInterrupt interrupt;
+    ToolSignals signals;
     LSafeWrite recording(options.out.c_str());
     LSafeWrite capture(options.out.c_str());
     if (!recording.Begin() || !capture.Begin()) {
         PrintError("%s: cannot be written: %s", options.out.c_str(), std::strerror(errno));
         return kExitFailed;
     }
-    interrupt.Watch(0, recording.GetTemporaryPath());
-    interrupt.Watch(1, capture.GetTemporaryPath());
+    signals.Watch(recording.GetTemporaryPath());
+    signals.Watch(capture.GetTemporaryPath());
     setenv("ORVANE_AUDIO_CAPTURE", (std::string(capture.GetTemporaryPath()) + ":fast").c_str(), 1);
-    const int result = _RunMix(options, recording.GetTemporaryPath(), interrupt);
+    MixEnd end;
+    const int result = _RunMix(options, recording.GetTemporaryPath(), signals, end);
     unsetenv("ORVANE_AUDIO_CAPTURE");
     capture.Abandon();
-    if (interrupt.Caught()) {
+    if (signals.Caught()) {
         PrintError("%s: interrupted, not written", options.out.c_str());
-        return interrupt.ExitCode();
+        return signals.ExitCode();
     }
     if (result != kExitOk)
         return result;
-    if (options.length && !_CutToLength(recording.GetTemporaryPath(), *options.length)) {
+    if (end.cut && !_Cut(recording.GetTemporaryPath(), *end.cut)) {
         PrintError("%s: the recording failed", options.out.c_str());
         return kExitFailed;
     }
