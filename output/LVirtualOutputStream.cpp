@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cstring>
 
 namespace {
@@ -30,7 +31,7 @@ int _BlockFrames(int latencyMs, int rate)
 
 std::atomic<LRenderLimit*> LRenderLimit::_installed{nullptr};
 
-LRenderLimit::LRenderLimit()
+LRenderLimit::LRenderLimit(int aheadFrames) : _ahead(std::max(aheadFrames, 0))
 {
     _installed.store(this, std::memory_order_release);
 }
@@ -63,6 +64,14 @@ void LRenderLimit::_AddDelivered(int frames)
     _delivered.fetch_add(frames, std::memory_order_acq_rel);
     if (IsReached())
         _stand.Signal();
+}
+
+int LRenderLimit::_WriteRoom(int heldFrames) const
+{
+    const int64_t toLimit = GetLimit() - GetDelivered();
+    if (toLimit > INT_MAX)
+        return INT_MAX;
+    return static_cast<int>(std::clamp<int64_t>(toLimit + _ahead - heldFrames, 0, INT_MAX));
 }
 
 void LRenderLimit::_NoteRingWritten() const
@@ -139,6 +148,11 @@ void LVirtualOutputStream::NoteRingWritten()
     _written.Signal();
     if (_limit)
         _limit->_NoteRingWritten();
+}
+
+int LVirtualOutputStream::GetWriteRoom(int heldFrames) const
+{
+    return _limit ? _limit->_WriteRoom(heldFrames) : INT_MAX;
 }
 
 void LVirtualOutputStream::_RunFast()

@@ -17,7 +17,10 @@ class LRenderLimit {
 public:
     static constexpr int64_t kUnlimited = INT64_MAX;
 
-    LRenderLimit();  // installs itself with a limit of 0 frames
+    // Installs itself with a limit of 0 frames. The player may keep `aheadFrames` in the ring
+    // beyond the limit, and no more, so that what it has read ahead at a stop is the same
+    // whenever the stop is reached.
+    explicit LRenderLimit(int aheadFrames);
     ~LRenderLimit();
     LRenderLimit(const LRenderLimit&) = delete;
     LRenderLimit& operator=(const LRenderLimit&) = delete;
@@ -41,10 +44,12 @@ private:
     int _Allowed(int frames) const;
     void _AddDelivered(int frames);
     void _NoteRingWritten() const;
+    int _WriteRoom(int heldFrames) const;
 
     static std::atomic<LRenderLimit*> _installed;
     std::atomic<int64_t> _limit{0};
     std::atomic<int64_t> _delivered{0};
+    int _ahead;             // frames
     LSignalObject _raised;  // the device waits on it at the limit
     LSignalObject _stand;   // the driver waits on it
 };
@@ -67,6 +72,7 @@ public:
     int GetFramesPerSlice() const override { return _blockFrames; }
     double GetLatencySeconds() const override { return static_cast<double>(_blockFrames) / _rate; }
     void NoteRingWritten() override;
+    int GetWriteRoom(int heldFrames) const override;
 
 private:
     void ThreadFunction() override;

@@ -46,6 +46,9 @@ private:
 using Frames = int64_t;  // of the mix, at the mixer's rate
 constexpr Frames kNothingDue = LRenderLimit::kUnlimited;
 constexpr int kFullCrossFade = 100;  // percent: B alone
+// What the player may read ahead of a stop: a resync there finds a whole fill to fade from
+// whatever the last block written (a block of the player, and the slice the device keeps).
+constexpr int kAheadFrames = DJConsole::kResyncFillFrames + 2 * LSoundPlayer::kFillFrames;
 // While both decks play, the engine's own stops (a deck at its end) are looked at this often.
 constexpr Frames kLookFrames = LAudioMixer::kRate;  // 1 s
 
@@ -184,10 +187,10 @@ private:
 };
 
 // Runs the console on the fast capture device in steps: the device stops at the limit, the
-// engine reports where it stands, the script applies what is due there, and only then the
-// limit moves on. A change is applied with the device standing still and the main ring holding
-// a full resync fill ahead of it (or all that is left), so the resync it makes rewinds and
-// fades the same frames however the threads ran.
+// engine's reports of that position are dispatched, the script applies what is due there, and
+// only then the limit moves on. A change is applied with the device standing still and the
+// player's read-ahead at its bound (or at the end of the mix), so the resync it makes rewinds
+// and fades the same frames, from chains in the same state, however the threads ran.
 class MixDriver {
 public:
     MixDriver(DJConsole& console, const ToolSignals& signals, LRenderLimit& limit)
@@ -211,9 +214,8 @@ public:
             group.Select(kWaitForever);
         }
     }
-    // Where the engine reports the mix to stand; read before anything is changed there, since
-    // a resync moves the report ahead by the slice it keeps.
-    Frames GetPosition() const { return _player.output.GetLastPosition(); }
+    // The mix's time line is the capture device's: the frames it has delivered.
+    Frames GetPosition() const { return _limit.GetDelivered(); }
     // The engine's own reports, and what they set off, at this stop.
     void DispatchEvents()
     {
@@ -221,6 +223,17 @@ public:
         LEventQueue& queue = *LEventQueue::ForCurrentThread();
         while (queue.DispatchOne()) {
         }
+    }
+    // Applies `change` with the player locks held from first to last, as a deck holds them over
+    // a change of its chain: the ring gets no fill between a change of the mix and the resync
+    // that rewinds it, nor between two resyncs. Nothing in it may stop the players.
+    template <typename Change>
+    void Apply(DJDeck& deck, Change change)
+    {
+        _LetGo();
+        _console.djntfLockChain(deck, true);
+        change();
+        _console.djntfLockChain(deck, false);
     }
     void MoveOn(Frames now, Frames next)
     {
@@ -237,7 +250,9 @@ private:
             return true;  // ended, the ring played out, or not started
         if (!_limit.IsReached())
             return false;
-        return _console.GetLag() >= DJConsole::kResyncFillFrames || _IsAllWritten();
+        // The player writes whole blocks while the limit lets it: once it cannot, what it has
+        // read ahead is the same in every run.
+        return _player.output.GetWriteRoom() < LSoundPlayer::kFillFrames || _IsAllWritten();
     }
     bool _IsAllWritten()
     {
@@ -289,7 +304,7 @@ struct MixEnd {
 // true header when this returns.
 int _RunMix(const MixOptions& o, const std::string& recording, const ToolSignals& signals, MixEnd& end)
 {
-    LRenderLimit limit;  // before the console, so that it outlives the device
+    LRenderLimit limit(kAheadFrames);  // before the console, so that it outlives the device
     MixSettings settings;
     MixController controller;
     DJConsole console;
@@ -329,7 +344,7 @@ int _RunMix(const MixOptions& o, const std::string& recording, const ToolSignals
                 end.cut = times.length ? std::min(now, *times.length) : now;
             break;
         }
-        script.Apply(now);
+        driver.Apply(a, [&] { script.Apply(now); });
         if (!console.IsPlayerRunning())
             break;  // the device could not be opened or started
         driver.MoveOn(now, script.Next(now));
