@@ -130,6 +130,11 @@ public:
     {
         if (!_bStarted && (now >= _t.at || _a.GetState() != kDeckPlaying))
             _StartB();
+        // A stops where its track ends. The engine would stop it at the report of a later
+        // render, but a deck left at its end past the other's start puts the mix's end too
+        // early. B still plays here (the mix is over once it stops), so the players go on.
+        if (_bStarted && now >= _t.aEnd && _a.GetState() == kDeckPlaying)
+            _a.Stop();
         if (_bStarted)
             _console.SetCrossFade(_a.GetState() == kDeckPlaying ? _Percent(now) : kFullCrossFade);
     }
@@ -216,10 +221,18 @@ public:
     }
     // The mix's time line is the capture device's: the frames it has delivered.
     Frames GetPosition() const { return _limit.GetDelivered(); }
-    // The engine's own reports, and what they set off, at this stop.
+    // The engine's own reports, and what they set off, at this stop. The player posts its
+    // position after the renders, and the post may still be on its way when the device has
+    // stopped: the decks are given that report here, so that a deck at its end stops at the
+    // first stop at or after its end in every run. Reports queued before are read as they run,
+    // at this same position.
     void DispatchEvents()
     {
         _LetGo();
+        if (_console.IsPlayerRunning()) {
+            const LSoundTime at = LSoundTime::FromFrames(_player.output.GetLastPosition(), _player.GetSource()->GetRate());
+            _console.spntfTime(at, DJConsole::kMainPlayerId);
+        }
         LEventQueue& queue = *LEventQueue::ForCurrentThread();
         while (queue.DispatchOne()) {
         }
