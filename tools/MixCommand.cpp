@@ -49,6 +49,9 @@ constexpr int kFullCrossFade = 100;  // percent: B alone
 // What the player may read ahead of a stop: a resync there finds a whole fill to fade from
 // whatever the last block written (a block of the player, and the slice the device keeps).
 constexpr int kAheadFrames = DJConsole::kResyncFillFrames + 2 * LSoundPlayer::kFillFrames;
+// The crossfader moves at most once in this span (but reaches the right on time): the resync
+// of each move fades from the old gain to the new over it, so the gain ramps without a break.
+constexpr Frames kFaderStepFrames = DJConsole::kResyncFillFrames;
 // While both decks play, the engine's own stops (a deck at its end) are looked at this often.
 constexpr Frames kLookFrames = LAudioMixer::kRate;  // 1 s
 
@@ -105,7 +108,7 @@ bool _LoadDeck(DJDeck& deck, const std::string& path, bool detect)
 }
 
 // The script on the mix's own time line: A plays from frame 0; at `at` B starts (synced if
-// asked) and the crossfader moves right over the fade, one percent at a time; the mix ends at
+// asked) and the crossfader moves right over the fade, in whole percents; the mix ends at
 // its length or when B ends.
 struct MixTimes {
     Frames at = 0;
@@ -147,7 +150,8 @@ public:
         if (_a.GetState() == kDeckPlaying) {
             const int percent = _Percent(now);
             if (percent < kFullCrossFade)
-                next = std::min(next, _PercentStart(percent + 1));
+                next = std::min({next, std::max(_PercentStart(percent + 1), now + kFaderStepFrames),
+                                 _PercentStart(kFullCrossFade)});
             if (_t.aEnd > now)
                 next = std::min(next, _t.aEnd);
             next = std::min(next, now + kLookFrames);
