@@ -52,8 +52,6 @@ constexpr int kAheadFrames = DJConsole::kResyncFillFrames + 2 * LSoundPlayer::kF
 // The crossfader moves at most once in this span (but reaches the right on time): the resync
 // of each move fades from the old gain to the new over it, so the gain ramps without a break.
 constexpr Frames kFaderStepFrames = DJConsole::kResyncFillFrames;
-// While both decks play, the engine's own stops (a deck at its end) are looked at this often.
-constexpr Frames kLookFrames = LAudioMixer::kRate;  // 1 s
 
 Frames _SecondsToFrames(double seconds)
 {
@@ -154,7 +152,8 @@ public:
                                  _PercentStart(kFullCrossFade)});
             if (_t.aEnd > now)
                 next = std::min(next, _t.aEnd);
-            next = std::min(next, now + kLookFrames);
+            if (_b.GetState() == kDeckPlaying)
+                next = std::min(next, now + _FramesToEnd(_b));
         }
         return next;
     }
@@ -170,6 +169,14 @@ private:
         // are scheduled; the mix shows nothing, so both positions are taken as they are.
         _a.SetHold(false);
         _b.SetHold(false);
+    }
+    // Mix frames until the engine reports `deck` at its end (and stops it), by the position it
+    // reported last; a millisecond more, since a report is whole milliseconds.
+    static Frames _FramesToEnd(const DJDeck& deck)
+    {
+        const int endMs = LSoundTime::FromFrames(deck.GetEndSample(), std::max(deck.GetSampleRate(), 1)).GetMilliseconds();
+        const int leftMs = std::max(endMs - deck.GetPosition().GetMilliseconds(), 0) + 1;
+        return Frames(leftMs) * LAudioMixer::kRate / 1000;
     }
     // The crossfader at `now`, rounded half up.
     int _Percent(Frames now) const
