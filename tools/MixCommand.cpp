@@ -46,8 +46,9 @@ private:
 using Frames = int64_t;  // of the mix, at the mixer's rate
 constexpr Frames kNothingDue = LRenderLimit::kUnlimited;
 constexpr int kFullCrossFade = 100;  // percent: B alone
-// What the player may read ahead of a stop: a resync there finds a whole fill to fade from
-// whatever the last block written (a block of the player, and the slice the device keeps).
+// What the player may read ahead of a stop. It writes whole blocks while one fits, so it
+// stands more than this less a block ahead: less the slice the device keeps, a resync there
+// still finds a whole fill to fade from.
 constexpr int kAheadFrames = DJConsole::kResyncFillFrames + 2 * LSoundPlayer::kFillFrames;
 // The crossfader moves at most once in this span (but reaches the right on time): the resync
 // of each move fades from the old gain to the new over it, so the gain ramps without a break.
@@ -105,9 +106,7 @@ bool _LoadDeck(DJDeck& deck, const std::string& path, bool detect)
     return false;
 }
 
-// The script on the mix's own time line: A plays from frame 0; at `at` B starts (synced if
-// asked) and the crossfader moves right over the fade, in whole percents; the mix ends at
-// its length or when B ends.
+// Where the script's events fall on the mix's time line.
 struct MixTimes {
     Frames at = 0;
     Frames fade = 0;
@@ -115,6 +114,9 @@ struct MixTimes {
     std::optional<Frames> length;
 };
 
+// The script on the mix's own time line: A plays from frame 0; at `at` B starts (synced if
+// asked) and the crossfader moves right over the fade, in whole percents; the mix ends at
+// its length or when B ends.
 class MixScript {
 public:
     MixScript(DJConsole& console, DJDeck& a, DJDeck& b, bool sync, const MixTimes& times)
@@ -134,7 +136,7 @@ public:
         // A stops where its track ends. The engine would stop it at the report of a later
         // render, but a deck left at its end past the other's start puts the mix's end too
         // early. B still plays here (the mix is over once it stops), so the players go on.
-        if (_bStarted && now >= _t.aEnd && _a.GetState() == kDeckPlaying)
+        if (_bStarted && now >= _t.aEnd && _a.GetState() == kDeckPlaying && _b.GetState() == kDeckPlaying)
             _a.Stop();
         if (_bStarted)
             _console.SetCrossFade(_a.GetState() == kDeckPlaying ? _Percent(now) : kFullCrossFade);
@@ -287,8 +289,8 @@ private:
         _player.Unlock();
         return all;
     }
-    // A player waiting for room in its ring holds its lock until a render wakes it, and the
-    // device renders nothing while it stands: wake it as a render would.
+    // A player draining its ring at the end of the mix holds its lock until a render wakes it,
+    // and the device renders nothing while it stands: wake it as a render would.
     void _LetGo() { _player.output.WakeRenderWaiter(); }
 
     DJConsole& _console;
