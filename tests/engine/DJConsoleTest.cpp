@@ -1,4 +1,6 @@
 #include "engine/DJConsole.h"
+#include "output/LSoundPlayer.h"
+#include "output/LVirtualOutputStream.h"
 #include "sound/LConvertRateBase.h"
 
 #include "ConsoleTestSupport.h"
@@ -8,7 +10,9 @@
 
 #include <sys/stat.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -168,36 +172,11 @@ TEST_F(Console, ABadTrackLeavesItsDeckEmptyAndTheOtherPlaying)
     ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= 1000; }));
 }
 
-// On the paced capture device: the ring then holds audio ahead of the ear, which a resync
-// throws away and fades across. (A fast device takes every frame the moment it is written, so
-// there is never anything ahead to fade from.)
-TEST_F(Console, AnEffectChangeWhilePlayingMakesNoClick)
+// Largest step between neighbouring frames of one channel, leaving out frames next to a run
+// of silence: a paced device on a loaded machine may underrun and play silence, which is no
+// resync's doing. Answers the step and where it is.
+std::pair<int, size_t> LargestStepOutsideSilence(const std::vector<int>& out, int channel)
 {
-    Capture paced(home / "paced.wav", false);
-    DJConsole console;
-    DJDeck& a = console.AddDeck(kDeckLeft);
-    DJDeck& b = console.AddDeck(kDeckRight);
-    console.SetCrossFade(0);  // only deck A is heard; B still plays through the mixer
-    const std::vector<int> tone = MakeTone(20, 110, 12000, true, true);
-    ASSERT_TRUE(a.Load(Track("a.wav", tone).c_str(), 22050, 0));
-    ASSERT_TRUE(b.Load(Track("b.wav", MakeTone(20, 150, 12000, true, true)).c_str(), 22050, 0));
-    a.Play();
-    b.Play();
-    for (int i = 1; i <= 6; ++i) {
-        // A change fades across the audio thrown away; wait until the ring holds a second of
-        // it, as it does on a machine that keeps up.
-        ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= i * 400 && console.GetLag() >= 44100; }));
-        a.SetEq(LdBValue(i % 2 ? -12 : 0), LdBValue(0), LdBValue(0));  // a 12 dB jump of the fundamental
-    }
-    const int resyncs = console.GetResyncCount();
-    console.Stop();
-    EXPECT_GE(resyncs, 6);
-    const std::vector<int> out = paced.Read();
-    ASSERT_GT(out.size(), size_t(44100 * 2 * 3 / 2));
-    // The signal's own largest step; a hard switch between the two levels would step by
-    // three quarters of the amplitude.
-    // A paced device on a loaded machine may underrun: it then plays silence, which is no
-    // resync's doing, so frames next to a run of silence are left out.
     std::vector<bool> silent(out.size() / 2, false);
     for (size_t f = 0, run = 0; f < out.size() / 2; ++f) {
         run = (out[f * 2] == 0 && out[f * 2 + 1] == 0) ? run + 1 : 0;
@@ -207,20 +186,116 @@ TEST_F(Console, AnEffectChangeWhilePlayingMakesNoClick)
         else if (run > kUnderrunFrames)
             silent[f] = true;
     }
+    int largest = 0;
+    size_t at = 0;
+    for (size_t f = 4096; f < silent.size(); ++f) {
+        const int step = std::abs(out[f * 2 + channel] - out[(f - 1) * 2 + channel]);
+        if (!silent[f] && !silent[f - 1] && step > largest) {
+            largest = step;
+            at = f;
+        }
+    }
+    return {largest, at};
+}
+
+// No step in either channel beyond the tone's own largest, with a quarter to spare; a hard
+// switch between the two equaliser levels would step by three quarters of the amplitude.
+void ExpectNoClick(const std::vector<int>& out, const std::vector<int>& tone)
+{
     const int ownStep = LargestStep(tone, 0);
     for (int channel = 0; channel < 2; ++channel) {
-        int largest = 0;
-        size_t at = 0;
-        for (size_t f = 4096; f < silent.size(); ++f)
-            if (!silent[f] && !silent[f - 1] && std::abs(out[f * 2 + channel] - out[(f - 1) * 2 + channel]) > largest) {
-                largest = std::abs(out[f * 2 + channel] - out[(f - 1) * 2 + channel]);
-                at = f;
-            }
+        const auto [largest, at] = LargestStepOutsideSilence(out, channel);
         std::string around;
         for (size_t f = at - 3; at > 3 && f < at + 3; ++f)
             around += std::to_string(out[f * 2 + channel]) + " ";
         EXPECT_LE(largest, ownStep + ownStep / 4) << channel << " at " << at << ": " << around;
     }
+}
+
+// Two decks whose chains change while they play; deck A alone is heard.
+struct TwoTones {
+    static std::vector<int> ToneA() { return MakeTone(20, 110, 12000, true, true); }
+    static std::vector<int> ToneB() { return MakeTone(20, 150, 12000, true, true); }
+    TwoTones(const std::string& pathA, const std::string& pathB)
+    {
+        a.Load(pathA.c_str(), 22050, 0);
+        b.Load(pathB.c_str(), 22050, 0);
+        console.SetCrossFade(0);  // B still plays through the mixer
+    }
+    // A 12 dB jump of A's fundamental, one way or the other.
+    void ChangeEffect(int i) { a.SetEq(LdBValue(i % 2 ? -12 : 0), LdBValue(0), LdBValue(0)); }
+
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    DJDeck& b = console.AddDeck(kDeckRight);
+};
+
+// Turns the queue until `done`, looking at it again at least every 10 ms: a device standing at
+// its limit posts nothing that would wake a plain wait. Gives up after a minute.
+bool WaitFor(const std::function<bool()>& done)
+{
+    LEventQueue& queue = *LEventQueue::ForCurrentThread();
+    for (int turn = 0; turn < 6000 && !done(); ++turn) {
+        queue.WaitForEvent(10);
+        queue.DispatchPending(64);
+    }
+    return done();
+}
+
+// On the paced capture device: the ring then holds audio ahead of the ear, which a resync
+// throws away and fades across.
+TEST_F(Console, AnEffectChangeWhilePlayingMakesNoClick)
+{
+    Capture paced(home / "paced.wav", false);
+    TwoTones decks(Track("a.wav", TwoTones::ToneA()), Track("b.wav", TwoTones::ToneB()));
+    ASSERT_TRUE(decks.a.IsLoaded() && decks.b.IsLoaded());
+    decks.a.Play();
+    decks.b.Play();
+    for (int i = 1; i <= 6; ++i) {
+        // A change fades across the audio thrown away; wait until the ring holds a second of
+        // it, as it does on a machine that keeps up.
+        ASSERT_TRUE(RunUntil([&] { return decks.a.GetPosition().GetMilliseconds() >= i * 400 && decks.console.GetLag() >= 44100; }));
+        decks.ChangeEffect(i);
+    }
+    const int resyncs = decks.console.GetResyncCount();
+    decks.console.Stop();
+    EXPECT_GE(resyncs, 6);
+    const std::vector<int> out = paced.Read();
+    ASSERT_GT(out.size(), size_t(44100 * 2 * 3 / 2));
+    ExpectNoClick(out, TwoTones::ToneA());
+}
+
+// The same on the fast capture device, held by a render limit so that the player has read
+// ahead when each change comes: the resync then has a ring of audio to throw away and fade
+// across, as on a real device, while the capture runs faster than real time.
+TEST_F(Console, AnEffectChangeOnTheFastDeviceMakesNoClick)
+{
+    constexpr int kAheadFrames = 24576;  // read ahead of the limit: over half a second
+    constexpr int kStepFrames = 17640;   // 0.4 s at 44,100 Hz between changes
+    LRenderLimit limit(kAheadFrames);    // before the console, so that it outlives the device
+    Capture fast(home / "fast.wav", true);
+    TwoTones decks(Track("a.wav", TwoTones::ToneA()), Track("b.wav", TwoTones::ToneB()));
+    ASSERT_TRUE(decks.a.IsLoaded() && decks.b.IsLoaded());
+    LSoundPlayer& player = decks.console.GetMainPlayer();
+    // Standing at the limit with the ring filled to its bound.
+    const auto standing = [&] {
+        return limit.IsReached() && player.output.GetWriteRoom() < LSoundPlayer::kFillFrames;
+    };
+    decks.a.Play();
+    decks.b.Play();
+    for (int i = 1; i <= 7; ++i) {
+        limit.Raise(int64_t(i) * kStepFrames);
+        ASSERT_TRUE(WaitFor(standing)) << "step " << i;
+        if (i < 7)
+            decks.ChangeEffect(i);
+    }
+    const int resyncs = decks.console.GetResyncCount();
+    limit.Raise(LRenderLimit::kUnlimited);
+    decks.console.Stop();
+    EXPECT_GE(resyncs, 6);
+    const std::vector<int> out = fast.Read();
+    ASSERT_GE(out.size(), size_t(7 * kStepFrames * 2));
+    ExpectNoClick(out, TwoTones::ToneA());
 }
 
 // Onsets of a click train on one channel: a sample far above silence after at least 0.2 s of
