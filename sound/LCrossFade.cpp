@@ -77,6 +77,7 @@ void LSRCCrossFade::Seek(int sample)
 {
     const int64_t p = _source->GetResyncPositionSample();
     _source->Seek(sample);
+    _fadeLeft = 0;  // a fade in progress ends at a jump; a resync asks again after its seek
     const int64_t back = (p - sample) * channels % kHistoryValues;
     _index = static_cast<int>((_index - back + kHistoryValues) % kHistoryValues);
 }

@@ -32,7 +32,8 @@ public:
     int GetEndSample() const override { return _source->GetEndSample(); }
     int GetResyncPositionSample() const override { return _source->GetResyncPositionSample(); }
     bool ControlMessage(LControlMessage id, long* data) override { return _source->ControlMessage(id, data); }
-    // Seeks the chain and moves the history index back (or on) by the same distance.
+    // Seeks the chain and moves the history index back (or on) by the same distance; ends a
+    // fade in progress.
     void Seek(int sample) override;
 
     int GetHistoryIndex() const { return _index; }
