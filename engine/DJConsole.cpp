@@ -472,6 +472,12 @@ void DJConsole::djntfPosition(DJDeck& deck)
     }
 }
 
+// The pitch is the ratio of the stored periods, but the pitch stage plays at its converter's
+// real speed M/L, the nearest fraction its search finds (within 0.001): 128 BPM synced to 125
+// plays at 40/41 instead of 0.97657, and its beats drift 20.7 frames a beat from the other's
+// (662 frames, 15 ms, over 32 beats). The phase uses the grid offset in the track's own frames
+// against a position in pitched ones, so the first beat also lands late by the offset's share
+// of that stretch (225 frames for an offset of 9000).
 void DJConsole::djntfSync(DJDeck& deck)
 {
     DJDeck* other = _OtherDeck(deck);
@@ -499,15 +505,21 @@ void DJConsole::djntfUnsync(DJDeck& deck)
     _ResyncIfRunning();
 }
 
-// The new chain stands where the old one did, in the new chain's frames.
+// The new chain stands where the old one did, in the new chain's frames. The player locks are
+// held from the first resync to the swap: a fill of the player in between would put more of
+// the old chain in the ring, and the resync after the swap rewinds the ring's frames in the
+// new chain's frames, so the fill would play again (pitch up) or be skipped (pitch down) in
+// part. What is left are the old chain's frames ahead of the ear after the first resync (its
+// fill of 8192 and the limiter's read-ahead): |r - 1| times those, at pitch ratio r, repeat or
+// go inside the fade (2,970 frames of the track measured from 1.0 to 1.25; about 230 at 1.02).
 void DJConsole::djntfPitch(DJDeck& deck)
 {
     SetDeckOffsets();
-    _ResyncIfRunning();
-    if (!deck.IsActive())
-        return;
     {
         _PlayerLocks locks(*this);
+        _ResyncIfRunning();
+        if (!deck.IsActive())
+            return;
         const int position = deck.GetPositionSource()->GetPositionSample();
         const int end = deck.GetEndSample();
         SetDeckOffsets();

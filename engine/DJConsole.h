@@ -80,6 +80,9 @@ public:
 
     // Both do nothing while the main player is stopped.
     void StartRecording();
+    // Recordings go to `path` as given, in place of the recording settings' folder and name
+    // (a writer that commits the file itself names its temporary here); "" returns to those.
+    void SetRecordingPath(const std::string& path) { _recordingPath = path; }
     void StopRecording();
 
     // Resyncs done so far, for diagnostics.
@@ -139,6 +142,7 @@ private:
     std::vector<std::unique_ptr<DJDeck>> _ownedDecks;
     LdBValue _master{0};
     LSoundSink _recordSink;
+    std::string _recordingPath;  // "": from the settings
     std::shared_ptr<LSplitterRing> _splitRing;
     bool _secondInUse = false;
     bool _mainHeld = false, _secondHeld = false;  // player locks the interface thread holds

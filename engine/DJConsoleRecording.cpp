@@ -44,6 +44,8 @@ std::string _DateTimeName()
 
 std::string DJConsole::_RecordingPath() const
 {
+    if (!_recordingPath.empty())
+        return _recordingPath;
     std::string folder = DJSettingString("DefaultRecordFolder");
     if (folder.empty()) {
         char dest[LFile::kPathBytes] = {};
@@ -71,7 +73,7 @@ void DJConsole::_FailRecording(const std::string& path)
 bool DJConsole::_OpenRecording(LSoundSource& mix)
 {
     const std::string path = _RecordingPath();
-    if (path.size() > LFile::kMaxPathChars) {
+    if (_recordingPath.empty() && path.size() > LFile::kMaxPathChars) {
         _FailRecording(path);
         return false;
     }

@@ -11,9 +11,11 @@ DJSettingsAccess* gAccess = nullptr;
 
 }  // namespace
 
-void DJSetSettingsAccess(DJSettingsAccess* access)
+DJSettingsAccess* DJSetSettingsAccess(DJSettingsAccess* access)
 {
+    DJSettingsAccess* former = gAccess;
     gAccess = access;
+    return former;
 }
 
 std::string DJSettingString(const char* key, const char* def)

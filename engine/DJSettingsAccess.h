@@ -13,8 +13,9 @@ public:
     virtual void SetString(const char* section, const char* key, const char* value) = 0;
 };
 
-// Installs the store for the process (null: none). Not thread-safe: install before use.
-void DJSetSettingsAccess(DJSettingsAccess* access);
+// Installs the store for the process (null: none) and answers the one it replaces, so that a
+// store installed for a while can put the former one back. Not thread-safe: install before use.
+DJSettingsAccess* DJSetSettingsAccess(DJSettingsAccess* access);
 
 // Section "Settings" as the engine reads it: empty means the default.
 std::string DJSettingString(const char* key, const char* def = "");

@@ -1,5 +1,6 @@
 // The process's entry: the static start-up in its fixed order, then main's preparation.
 #include "OrvaneVersion.h"
+#include "app/LSettingsAdapters.h"
 #include "base/LDebugThreads.h"
 #include "base/LFile.h"
 #include "engine/AppEntry.h"
@@ -82,6 +83,8 @@ int main(int argc, char** argv)
     LDebugThreadDataStartThread("MAIN");
     LInitLocale();
     LSetMaximumNumberOfOpenFiles();
+    // Decks, the console and the cache read the user's settings from here on.
+    LInstallProgramSettings();
 
     int result = 0;
     if (gargc > 1 && std::strcmp(gargv[1], "-installer") == 0) {

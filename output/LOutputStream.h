@@ -1,5 +1,6 @@
 #pragma once
 
+#include <climits>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -33,6 +34,10 @@ public:
     // The player has put frames in the ring; a device that runs as fast as the ring fills
     // waits for this.
     virtual void NoteRingWritten() {}
+    // Frames the player may put in the ring beyond the `heldFrames` it holds now. A device
+    // that runs only as far as it is let bounds the read-ahead too, so that what has been read
+    // ahead where it stands does not depend on how the threads ran.
+    virtual int GetWriteRoom(int /*heldFrames*/) const { return INT_MAX; }
 };
 
 // Opens the device of `deviceId` (an id of LSoundPlayDeviceList). Null, with one line in

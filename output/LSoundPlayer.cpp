@@ -136,6 +136,14 @@ typename LSoundPlayerTemplate<T>::Step LSoundPlayerTemplate<T>::_FillOnce(LSound
     Lock();
     const int left = _source->GetEndSample() - _source->GetPositionSample();
     if (left >= 1) {
+        if (output.GetWriteRoom() < kFillFrames) {
+            // The device does not let the ring run further ahead yet: nothing to guard while
+            // it moves on, so the lock is free for the one who moves it.
+            Unlock();
+            ProcessWaitSignal(_wake, kWakeWaitMs);
+            _wake.Reset();
+            return Step::kAgain;
+        }
         if (output.GetFreeFrames() < kFillFrames) {
             // Full: the device is ahead of nothing, so its handler matters more than we do.
             _renderCounter.store(0);

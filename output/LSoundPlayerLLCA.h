@@ -8,6 +8,7 @@
 #include "sound/LdB.h"
 
 #include <atomic>
+#include <climits>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -59,6 +60,8 @@ public:
     void WriteRing(LSoundSource& source, int frames);
     int GetFreeFrames() const { return _ring ? _ring->GetFreeFrames() : 0; }
     int GetHeldFrames() const { return _ring ? _ring->GetHeldFrames() : 0; }
+    // What the device lets the player write beyond what the ring holds (see LOutputStream).
+    int GetWriteRoom() const { return _stream ? _stream->GetWriteRoom(GetHeldFrames()) : INT_MAX; }
     int GetRingFrames() const { return _ringFrames.load(std::memory_order_relaxed); }
     // Both locks held: the ring itself, for a resync.
     LCARingBuffer* GetRing() { return _ring.get(); }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cstring>
 
 namespace {
@@ -28,6 +29,57 @@ int _BlockFrames(int latencyMs, int rate)
 
 }  // namespace
 
+std::atomic<LRenderLimit*> LRenderLimit::_installed{nullptr};
+
+LRenderLimit::LRenderLimit(int aheadFrames) : _ahead(std::max(aheadFrames, 0))
+{
+    _installed.store(this, std::memory_order_release);
+}
+
+LRenderLimit::~LRenderLimit()
+{
+    LRenderLimit* self = this;
+    _installed.compare_exchange_strong(self, nullptr);
+    Raise(kUnlimited);  // a device still running is not left waiting
+}
+
+void LRenderLimit::Raise(int64_t frames)
+{
+    int64_t present = _limit.load(std::memory_order_acquire);
+    while (frames > present && !_limit.compare_exchange_weak(present, frames)) {
+    }
+    _raised.Signal();
+}
+
+int LRenderLimit::_Allowed(int frames) const
+{
+    const int64_t left = GetLimit() - GetDelivered();
+    return static_cast<int>(std::clamp<int64_t>(left, 0, frames));
+}
+
+void LRenderLimit::_AddDelivered(int frames)
+{
+    if (frames <= 0)
+        return;
+    _delivered.fetch_add(frames, std::memory_order_acq_rel);
+    if (IsReached())
+        _stand.Signal();
+}
+
+int LRenderLimit::_WriteRoom(int heldFrames) const
+{
+    const int64_t toLimit = GetLimit() - GetDelivered();
+    if (toLimit > INT_MAX)
+        return INT_MAX;
+    return static_cast<int>(std::clamp<int64_t>(toLimit + _ahead - heldFrames, 0, INT_MAX));
+}
+
+void LRenderLimit::_NoteRingWritten() const
+{
+    if (IsReached())
+        _stand.Signal();
+}
+
 LVirtualOutputStream::LVirtualOutputStream(const LOutputFormat& format, LRenderClient& client,
                                            LSoundSink capture, bool fast)
     : _client(client),
@@ -38,7 +90,8 @@ LVirtualOutputStream::LVirtualOutputStream(const LOutputFormat& format, LRenderC
       _capture(capture),
       _capturing(capture->GetError() == 0),
       _block(new int32_t[static_cast<size_t>(_blockFrames) * _channels]),
-      _graph(new int[static_cast<size_t>(_blockFrames) * _channels])
+      _graph(new int[static_cast<size_t>(_blockFrames) * _channels]),
+      _limit(fast && _capturing ? LRenderLimit::GetInstalled() : nullptr)
 {
 }
 
@@ -90,13 +143,34 @@ void LVirtualOutputStream::_RunPaced()
     }
 }
 
+void LVirtualOutputStream::NoteRingWritten()
+{
+    _written.Signal();
+    if (_limit)
+        _limit->_NoteRingWritten();
+}
+
+int LVirtualOutputStream::GetWriteRoom(int heldFrames) const
+{
+    return _limit ? _limit->_WriteRoom(heldFrames) : INT_MAX;
+}
+
 void LVirtualOutputStream::_RunFast()
 {
     while (!IsToStop()) {
+        if (_limit)
+            _limit->_raised.Reset();  // before the look, so that a raise after it still wakes
+        const int allowed = _limit ? _limit->_Allowed(_blockFrames) : _blockFrames;
+        if (allowed == 0) {
+            ProcessWaitSignal(_limit->_raised, kWaitForever);
+            continue;
+        }
         _written.Reset();
-        const int delivered = _client.RenderData_(_block.get(), _blockFrames);
+        const int delivered = _client.RenderData_(_block.get(), allowed);
         _Capture(delivered);
-        if (delivered < _blockFrames)
+        if (_limit)
+            _limit->_AddDelivered(delivered);
+        if (delivered < allowed)
             ProcessWaitSignal(_written, kFastWaitMs);
     }
 }

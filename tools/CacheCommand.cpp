@@ -1,7 +1,7 @@
 // cache FILE: what a deck load does; and the settings and alerts the files layer reads here.
 #include "tools/ToolCommands.h"
 
-#include "app/LSettings.h"
+#include "app/LSettingsAdapters.h"
 #include "files/FileConversion.h"
 #include "files/LFilesSettings.h"
 
@@ -10,26 +10,9 @@
 
 namespace tool {
 
-namespace {
-
-class UserSettings : public LFilesSettings {
-public:
-    bool GetString(const char* section, const char* key, const char* def, char* dest) override
-    {
-        return _LUserSettingGetString(section, key, def, dest);
-    }
-    bool SetString(const char* section, const char* key, const char* value) override
-    {
-        return LUserSettingSetString(section, key, value);
-    }
-};
-
-}  // namespace
-
 void InstallFilesHooks()
 {
-    static UserSettings settings;
-    LSetFilesSettings(&settings);
+    LInstallFilesSettings();
     LSetFilesAlert([](OpaqueWindowPtr*, const char* title, const char* text) { PrintError("%s: %s", title, text); });
 }
 

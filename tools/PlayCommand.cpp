@@ -6,8 +6,8 @@
 #include "output/LSoundPlayer.h"
 #include "sound/LPeakLimit.h"
 #include "sound/LSRCConvChannels.h"
+#include "tools/ToolSignals.h"
 
-#include <csignal>
 #include <cstdio>
 #include <string>
 #include <strings.h>
@@ -19,13 +19,6 @@ namespace {
 constexpr int kPositionStepMs = 1000;  // one position line a second of audio
 constexpr char kLatencySection[] = "Settings";
 constexpr char kLatencyKey[] = "OutputLatency";  // ms; empty or 0: the device's low latency
-
-LSignalObject* gInterrupt = nullptr;
-
-void _OnInterrupt(int)
-{
-    gInterrupt->Signal();  // one write: safe in a signal handler
-}
 
 // Prints the position as it passes each second, and asks for the stop at the time limit.
 class PlayListener : public LSoundPlayerNotify {
@@ -101,15 +94,15 @@ LSoundSource _Chain(LSoundSource source, LSoundPlayer& player)
 }
 
 // Turns the event queue until the player has stopped; Ctrl-C or the time limit stop it.
-void _RunUntilStopped(LSoundPlayer& player, PlayListener& listener, const LSignalObject& interrupt)
+void _RunUntilStopped(LSoundPlayer& player, PlayListener& listener, const ToolSignals& signals)
 {
     const auto queue = LEventQueue::ForCurrentThread();
     while (!listener.stopped) {
-        if (interrupt.IsSignaled() || listener.limitReached) {
+        if (signals.Caught() || listener.limitReached) {
             player.Stop();
             continue;
         }
-        if (queue->WaitForEvent(kWaitForever, interrupt.GetReadDescriptor()) == LEventQueue::Wait::kEvent)
+        if (queue->WaitForEvent(kWaitForever, signals.GetDescriptor()) == LEventQueue::Wait::kEvent)
             queue->DispatchPending(64);
     }
 }
@@ -139,20 +132,13 @@ int Play(const PlayOptions& options)
     }
     std::printf("device: %s\nlatency: %.1f ms\n", device, player.output.GetLatencySeconds() * 1000);
 
-    LSignalObject interrupt;
-    gInterrupt = &interrupt;
-    struct sigaction action {};
-    action.sa_handler = &_OnInterrupt;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    // Ctrl-C or SIGTERM is the user's way to stop: the player stops cleanly and play succeeds.
+    const ToolSignals signals;
     if (!player.Play()) {
         PrintError("cannot start %s", device);
         return kExitFailed;
     }
-    _RunUntilStopped(player, listener, interrupt);
-    signal(SIGINT, SIG_DFL);
-    signal(SIGTERM, SIG_DFL);
-    gInterrupt = nullptr;
+    _RunUntilStopped(player, listener, signals);
     return kExitOk;
 }
 

@@ -7,14 +7,12 @@
 #include "sound/LSNKPCMFile.h"
 #include "sound/LSampleFormat.h"
 #include "sound/LWaveFile.h"
+#include "tools/ToolSignals.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <unistd.h>
 #include <vector>
 
 namespace tool {
@@ -23,59 +21,27 @@ namespace {
 
 constexpr int kBlockFrames = 8192;
 
-// Set by SIGINT or SIGTERM while a file is being written; the copy loop stops at it.
-volatile sig_atomic_t gInterrupted = 0;
-// The temporary a second signal removes at once, for a write that is stuck.
-char gTemporaryPath[PATH_MAX + 32];
-
-void _OnSignal(int)
-{
-    if (gInterrupted) {
-        unlink(gTemporaryPath);
-        _exit(kExitFailed);
-    }
-    gInterrupted = 1;
-}
-
 // OUT is written through LSafeWrite (a temporary beside it, renamed over it once whole); this
 // class adds what a command on a terminal needs: SIGINT or SIGTERM stops the copy, and a second
 // one removes the temporary at once for a write that is stuck.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(const std::string& target) : _write(target.c_str())
-    {
-        gInterrupted = 0;
-        struct sigaction action {};
-        action.sa_handler = _OnSignal;
-        sigemptyset(&action.sa_mask);
-        sigaction(SIGINT, &action, &_previousInt);
-        sigaction(SIGTERM, &action, &_previousTerm);
-    }
-
-    ~TemporaryFile()
-    {
-        sigaction(SIGINT, &_previousInt, nullptr);
-        sigaction(SIGTERM, &_previousTerm, nullptr);
-        gTemporaryPath[0] = '\0';
-    }
-
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    explicit TemporaryFile(const std::string& target) : _signals(kExitFailed), _write(target.c_str()) {}
 
     bool Begin()
     {
         if (!_write.Begin())
             return false;
-        std::snprintf(gTemporaryPath, sizeof(gTemporaryPath), "%s", _write.GetTemporaryPath());
+        _signals.Watch(_write.GetTemporaryPath());
         return true;
     }
     const char* Path() const { return _write.GetTemporaryPath(); }
     bool Commit() { return _write.Commit(); }
+    bool Interrupted() const { return _signals.Caught(); }
 
 private:
+    ToolSignals _signals;
     LSafeWrite _write;
-    struct sigaction _previousInt {};
-    struct sigaction _previousTerm {};
 };
 
 // The copy from source to sink, run as a long task so that base's progress view shows it on a
@@ -85,6 +51,7 @@ struct WaveCopy {
     LSoundSink& sink;
     LSampleRange range;  // what the file keeps
     int frames;
+    const TemporaryFile& temporary;  // its signals stop the copy
 };
 
 LProcessResult Process(LProcessInterface& progress, WaveCopy& copy)
@@ -92,7 +59,7 @@ LProcessResult Process(LProcessInterface& progress, WaveCopy& copy)
     const int channels = copy.source->GetChannels();
     std::vector<int> block(static_cast<size_t>(kBlockFrames) * channels);
     for (int64_t done = 0; done < copy.frames; done += kBlockFrames) {
-        if (progress.IsToStop() || gInterrupted)
+        if (progress.IsToStop() || copy.temporary.Interrupted())
             return kProcessStopped;
         const int frames = static_cast<int>(std::min<int64_t>(kBlockFrames, copy.frames - done));
         copy.source->Read(block.data(), frames);
@@ -157,12 +124,12 @@ int WriteWave(LSoundSource& source, const std::string& out, WaveBits bits, int f
     }
     // The limiter the console puts between the mix and every output.
     LSoundSource limited = source->GetPeak() > kPeakLimit ? LSPPeakLimit(kPeakLimit).OpenSource(source) : source;
-    WaveCopy copy{limited, sink, LPCMSampleRange(static_cast<unsigned>(bits)), frames};
+    WaveCopy copy{limited, sink, LPCMSampleRange(static_cast<unsigned>(bits)), frames, temporary};
     const std::string title = "writing " + out.substr(out.rfind('/') + 1);
     const LProcessResult result = ProcessRunAsDialog(nullptr, title.c_str(), copy);
     const bool failed = (sink->GetError() & kSinkErrorFlag) != 0;
     sink.Close();  // the header is made true here
-    if (result == kProcessStopped || gInterrupted) {
+    if (result == kProcessStopped || temporary.Interrupted()) {
         PrintError("%s: interrupted, not written", out.c_str());
         return kExitFailed;
     }

@@ -1,4 +1,5 @@
 #include "engine/DJConsole.h"
+#include "sound/LConvertRateBase.h"
 
 #include "ConsoleTestSupport.h"
 #include "support/TestHome.h"
@@ -6,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+
+#include <string>
 
 namespace {
 
@@ -263,6 +266,37 @@ TEST_F(Console, DraggingAnEffectWithAllSixOnNeverLetsThePacedDeviceRunDry)
     EXPECT_EQ(gaps, 0) << "the device ran dry after a resync";
 }
 
+// Onsets of a click train on one channel: a sample far above silence after at least 0.2 s of
+// quiet on that channel.
+std::vector<size_t> Onsets(const std::vector<int>& stereo, int channel)
+{
+    constexpr int kLoud = 16 * 2000;
+    constexpr size_t kQuietFrames = 8820;
+    std::vector<size_t> at;
+    size_t quiet = 0;
+    for (size_t f = 0; f < stereo.size() / 2; ++f) {
+        const bool loud = std::abs(stereo[f * 2 + channel]) > kLoud;
+        if (loud && quiet > kQuietFrames)
+            at.push_back(f);
+        quiet = loud ? 0 : quiet + 1;
+    }
+    return at;
+}
+
+// Least-squares slope of `y` over its index.
+double Slope(const std::vector<double>& y)
+{
+    const double n = static_cast<double>(y.size());
+    double sx = 0, sy = 0, sxx = 0, sxy = 0;
+    for (size_t i = 0; i < y.size(); ++i) {
+        sx += double(i);
+        sy += y[i];
+        sxx += double(i) * double(i);
+        sxy += double(i) * y[i];
+    }
+    return (n * sxy - sx * sy) / (n * sxx - sx * sx);
+}
+
 TEST_F(Console, SyncLandsA128BpmTrackOnTheBeatsOfA125BpmOne)
 {
     DJConsole console;
@@ -282,34 +316,44 @@ TEST_F(Console, SyncLandsA128BpmTrackOnTheBeatsOfA125BpmOne)
     ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 1000; }));
     b.Sync();
     EXPECT_NEAR(b.GetPitch(), 20672.0 / 21168.0, 1e-9);
-    ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 8000; }));
+    ASSERT_TRUE(RunUntil([&] { return b.GetPosition().GetMilliseconds() >= 20000; }));
     console.Stop();
     const std::vector<int> out = capture.Read();
-    // Onsets: a sample far above silence after at least 0.2 s of quiet on that channel.
-    auto onsets = [&](int channel) {
-        std::vector<size_t> at;
-        size_t quiet = 0;
-        for (size_t f = 0; f < out.size() / 2; ++f) {
-            if (std::abs(out[f * 2 + channel]) > 16 * 2000 && quiet > 8820)
-                at.push_back(f);
-            quiet = std::abs(out[f * 2 + channel]) > 16 * 2000 ? 0 : quiet + 1;
-        }
-        return at;
-    };
-    const std::vector<size_t> beatsA = onsets(0), beatsB = onsets(1);
-    ASSERT_GT(beatsB.size(), 12u);
-    // After the sync B's clicks land on A's: a run of at least 4 in a row within 12 ms. Before
-    // it they drift 11 ms a beat apart, so no such run happens by chance. (The grid offset is
-    // not rescaled by the pitch, and the pitch stage runs 0.1 % slow at this ratio: a few ms.)
-    int run = 0, longest = 0;
-    for (size_t b : beatsB) {
-        size_t nearest = SIZE_MAX;
+    const std::vector<size_t> beatsA = Onsets(out, 0), beatsB = Onsets(out, 1);
+
+    // B's clicks from the sync on: the run at the synced spacing that lasts to the end.
+    const double beatA = 60.0 * slow.rate / slow.bpm, beatB = 60.0 * fast.rate / fast.bpm;
+    size_t first = beatsB.empty() ? 0 : beatsB.size() - 1;
+    while (first >= 1 && std::abs(double(beatsB[first] - beatsB[first - 1]) - beatA) < beatA * 0.01)
+        --first;
+    const std::vector<size_t> synced(beatsB.begin() + first, beatsB.end());
+    ASSERT_GE(synced.size(), 33u) << "B ran too briefly after the sync";
+    // Each synced click of B against the nearest click of A, in frames (B late is positive).
+    std::vector<double> error;
+    for (size_t click : synced) {
+        double nearest = 1e9;
         for (size_t x : beatsA)
-            nearest = std::min(nearest, x > b ? x - b : b - x);
-        run = nearest <= 529 ? run + 1 : 0;
-        longest = std::max(longest, run);
+            if (std::abs(double(click) - double(x)) < std::abs(nearest))
+                nearest = double(click) - double(x);
+        error.push_back(nearest);
     }
-    EXPECT_GE(longest, 4);
+    // The pitch stage plays at its converter's real speed M/L, the closest fraction its search
+    // finds to the pitch asked (within 0.001): B's beats drift from A's by what that leaves.
+    const LConvertRateBase converter(fast.rate, static_cast<int>(fast.rate / b.GetPitch()), 63, false, true);
+    const double modelDrift = beatB * converter.GetPhases() / converter.GetStep() - beatA;  // frames a beat
+    const double drift = Slope(error);
+    RecordProperty("landing_frames", std::to_string(error[0]));
+    RecordProperty("drift_frames_over_32_beats", std::to_string(drift * 32));
+    EXPECT_NEAR(drift, modelDrift, 0.5);
+    // No beat lost or repeated: every click stands where the steady drift puts it.
+    for (size_t k = 0; k < error.size(); ++k)
+        EXPECT_NEAR(error[k], error[0] + drift * double(k), 4.0) << "click " << k;
+    // Where the first synced beat lands: the grid offset stays in the track's own frames while
+    // the position is in pitched ones, and the phase is taken modulo A's period, so B lands
+    // late by its offset's and its beats' share of the converter's stretch.
+    const double stretch = double(converter.GetPhases()) / converter.GetStep() - 1;
+    EXPECT_GT(error[0], 0);
+    EXPECT_LT(error[0], fast.firstClickFrame * stretch + (synced[0] / beatA + 1) * std::abs(modelDrift) + 16);
 }
 
 TEST_F(Console, ALoopAtTheVeryEndPlaysThroughTheLimiterWithoutAGap)

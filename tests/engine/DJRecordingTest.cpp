@@ -1,6 +1,7 @@
 #include "engine/DJConsole.h"
 
 #include "ConsoleTestSupport.h"
+#include "sound/LPeakLimit.h"
 #include "support/TestHome.h"
 
 #include <gtest/gtest.h>
@@ -112,21 +113,23 @@ TEST_F(Recording, AFolderThatCannotBeWrittenShowsTheMessageAndPlaybackGoesOn)
 }
 
 // On the paced capture device the ring holds seconds of audio ahead of the ear, so every
-// resync throws audio away that the file must lose too.
+// resync throws audio away that the file must lose too. After the pitch change the ramp is
+// resampled: each recorded frame then moves the ramp on by the deck's speed, not by one.
 TEST_F(Recording, ResyncsLeaveNoRepeatedOrMissingStretchAndTheHeaderIsTrue)
 {
-    const std::string ramp = home / "ramp.wav";
-    ASSERT_TRUE(WriteStereoWave(ramp, MakeRamp()));
+    const std::string rampPath = home / "ramp.wav";
+    ASSERT_TRUE(WriteStereoWave(rampPath, MakeRamp()));
     Capture capture(home / "capture.wav", false);
     controller.recording = true;
-    constexpr int kSeekTo = 44100 * 3;
+    constexpr double kPitch = 1.25;  // the converter's fraction is exact here: 5/4
+    constexpr int kSeekTo = 44100 * 3;  // in frames of the ramp
     {
         DJConsole console;
         console.SetNotify(&controller);
         DJDeck& deck = console.AddDeck(kDeckLeft);
         console.AddDeck(kDeckRight);
         console.SetCrossFade(0);
-        ASSERT_TRUE(deck.Load(ramp.c_str(), 22050, 0));
+        ASSERT_TRUE(deck.Load(rampPath.c_str(), 22050, 0));
         deck.Play();
         ASSERT_TRUE(console.IsRecording());
         auto at = [&](int ms) { ASSERT_TRUE(RunUntil([&] { return deck.GetPosition().GetMilliseconds() >= ms; })); };
@@ -138,7 +141,10 @@ TEST_F(Recording, ResyncsLeaveNoRepeatedOrMissingStretchAndTheHeaderIsTrue)
         console.SetCrossFade(0);
         at(1400);
         ASSERT_GE(console.GetLag(), 44100);  // there is audio ahead to throw away
-        deck.Seek(kSeekTo);
+        deck.SetPitch(kPitch);  // positions are in pitched frames from here on
+        at(1500);
+        ASSERT_GE(console.GetLag(), 44100);
+        deck.Seek(static_cast<int>(kSeekTo / kPitch));
         ASSERT_TRUE(RunUntil([&] { return deck.GetState() == kDeckStopped; }));
         EXPECT_FALSE(console.IsRecording());
     }
@@ -147,30 +153,62 @@ TEST_F(Recording, ResyncsLeaveNoRepeatedOrMissingStretchAndTheHeaderIsTrue)
     EXPECT_EQ(int64_t(file->GetEndSample()) * 4 + 46, FileSize(recording));
     std::vector<int> out(size_t(file->GetEndSample()) * 2);
     file->Read(out.data(), file->GetEndSample());
-    // The frame each recorded frame came from, less its place in the file: constant while the
-    // file runs on, one jump at the seek.
-    std::vector<double> drift;
-    // From 9000 frames on: the equaliser's filters settle on the ramp at the start.
-    for (size_t f = 9000; f < out.size() / 2; f += 1000)
-        drift.push_back(RampFrameOf(out[f * 2]) - double(f));
-    // Jumps: runs of steps above 300 frames (the fade spreads one over up to 8192 frames).
-    int jumps = 0;
-    bool inJump = false;
-    for (size_t i = 1; i < drift.size(); ++i) {
-        const bool step = std::abs(drift[i] - drift[i - 1]) > 300;
-        jumps += step && !inJump;
-        inJump = step;
-    }
-    const double jumpSize = drift.back() - drift.front();
+    // The ramp frame under every 1000th recorded frame from 9000 on (the equaliser's filters
+    // settle on the ramp at the start). A step of them moves the ramp on by 1000 at speed 1 and
+    // by 1000 * kPitch after the pitch change; a resync's fade bends a few steps.
+    constexpr int kEvery = 1000, kFirst = 9000;
+    constexpr double kSteady = 30;  // ramp frames: the ramp's 16-bit steps and the filters
+    std::vector<double> ramp;
+    for (size_t f = kFirst; f < out.size() / 2; f += kEvery)
+        ramp.push_back(RampFrameOf(out[f * 2]));
+    ASSERT_GT(ramp.size(), 60u);
     std::string trace;
-    for (size_t i = 0; i < drift.size(); ++i)
-        trace += std::to_string(int(drift[i])) + " ";
+    for (size_t i = 1; i < ramp.size(); ++i)
+        trace += std::to_string(int(ramp[i] - ramp[i - 1])) + " ";
+    auto steady = [&](size_t i, double speed) { return std::abs(ramp[i + 1] - ramp[i] - kEvery * speed) < kSteady; };
+    // The new speed for good from `fast` on; the last steady step at speed 1 before it ends at `slow`.
+    size_t fast = ramp.size() - 1;
+    while (fast > 0 && (steady(fast - 1, kPitch) || ramp[fast] - ramp[fast - 1] > kEvery * kPitch))
+        --fast;
+    size_t slow = fast;
+    while (slow > 1 && !(steady(slow - 1, 1) && steady(slow - 2, 1)))
+        --slow;
+    ASSERT_GT(slow, 10u) << trace;
+    ASSERT_LT(fast, ramp.size() - 20) << trace;
+
+    // Up to the pitch change: from the start, every frame once; the fades of the other resyncs
+    // bend the ramp but never turn it back.
+    EXPECT_NEAR(ramp[0], kFirst, 2000) << trace;
+    EXPECT_NEAR(ramp[slow] - ramp[0], double(slow) * kEvery, kSteady) << trace;
+    for (size_t i = 0; i < slow; ++i)
+        EXPECT_GT(ramp[i + 1], ramp[i]) << "step " << i << ": " << trace;
+    // Across the pitch change the new chain starts a little before the old one stopped: the
+    // frames of the old chain ahead of the ear (the first resync's fill and the limiter's
+    // read-ahead) are rewound in the new chain's frames. Nothing more repeats, nothing goes.
+    const double span = double(fast - slow) * kEvery;
+    const double repeated = span * kPitch - (ramp[fast] - ramp[slow]);
+    RecordProperty("repeated_at_pitch_change", std::to_string(repeated));
+    EXPECT_GT(repeated, -kEvery * (kPitch - 1)) << trace;
+    EXPECT_LT(repeated, (kPitch - 1) * (DJConsole::kResyncFillFrames + LSRCPeakLimit::kMaxBlockFrames) + kEvery * (kPitch - 1))
+        << trace;
+    // After it: at the new speed, never back, and forward once, at the seek (a run of steps
+    // beyond what a fade's bend adds).
+    constexpr double kBend = 300;
+    auto jumping = [&](size_t i) { return ramp[i + 1] - ramp[i] > kEvery * kPitch + kBend; };
+    int jumps = 0;
+    for (size_t i = fast; i + 1 < ramp.size(); ++i) {
+        EXPECT_GT(ramp[i + 1] - ramp[i], kEvery * kPitch - kSteady) << "step " << i << ": " << trace;
+        jumps += jumping(i) && (i == fast || !jumping(i - 1));
+    }
     EXPECT_EQ(jumps, 1) << trace;
-    EXPECT_NEAR(drift.front(), 0, 2000);  // the start is there
-    // Every frame up to the end of the track is in the file once.
-    EXPECT_NEAR(RampFrameOf(out[out.size() - 2]), kRampFrames, 2000);
-    EXPECT_GT(jumpSize, 44100);  // forward, from about 1.4 s to 3 s
-    EXPECT_LT(jumpSize, 44100 * 2.5);
+    // Every frame up to the end of the track is in the file once: the frames recorded after the
+    // change, at the new speed, cover the ramp from there to its end but for the seek's jump.
+    const double tail = double(out.size() / 2 - (kFirst + fast * kEvery));
+    const double jump = ramp.back() - ramp[fast] - double(ramp.size() - 1 - fast) * kEvery * kPitch;
+    EXPECT_NEAR(RampFrameOf(out[out.size() - 2]), kRampFrames, 2000) << trace;
+    EXPECT_NEAR(tail * kPitch + jump, kRampFrames - ramp[fast], 2000) << trace;
+    EXPECT_GT(jump, 44100 * 0.5);  // forward, from about 1.9 s of the ramp to 3 s
+    EXPECT_LT(jump, kSeekTo);
 }
 
 TEST_F(Recording, AKilledProcessLeavesAFileThatOpensUpToTheLastCommit)
