@@ -35,9 +35,9 @@ public:
     static constexpr int kFadeFrames = 1024;
     static constexpr int kStopRewindFrames = 4096;  // a stopped deck restarts this much earlier than heard
     static constexpr int kResyncFillFrames = 8192;
-    // Rendered while a resync holds the render lock: 23 ms of audio at 44,100 Hz, several
-    // times what the rest of the fill takes to get ahead of the device.
-    static constexpr int kResyncHeadFrames = 1024;
+    // Rendered while a resync holds the render lock: 46 ms of audio at 44,100 Hz, so that the
+    // rest of the fill gets ahead of the device even when the interface thread is held up.
+    static constexpr int kResyncHeadFrames = 2048;
     static constexpr int kDefaultCrossFade = 50;    // percent
     static constexpr int kMaxMapChannel = 63;       // highest output channel a setting may name
 
