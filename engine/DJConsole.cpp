@@ -33,33 +33,6 @@ int _Remainder(int64_t value, int64_t period)
     return static_cast<int>(value % period);  // takes the sign of the dividend
 }
 
-// A block already read, played back into the ring with the positions it came from. The fade
-// of a resync spans exactly one Read, so it is read here in one piece; the ring may then take
-// it in two pieces where it wraps without cutting the fade short.
-class _ReadBlock : public LSoundSourceBase {
-public:
-    _ReadBlock(LSoundSource& from, int frames)
-        : LSoundSourceBase(from->GetRate(), from->GetChannels(), from->GetPeak()),
-          _start(from->GetPositionSample()),
-          _data(size_t(std::max(frames, 0)) * from->GetChannels())
-    {
-        from->Read(_data.data(), frames);
-    }
-    void Read(int* buffer, int frames) override
-    {
-        const size_t values = size_t(frames) * channels;
-        std::copy_n(_data.begin() + _read, values, buffer);
-        _read += values;
-    }
-    int GetPositionSample() const override { return _start + static_cast<int>(_read / channels); }
-    int GetEndSample() const override { return _start + static_cast<int>(_data.size() / channels); }
-
-private:
-    int _start;
-    std::vector<int> _data;
-    size_t _read = 0;
-};
-
 }  // namespace
 
 // Takes the second player's lock (when a second device is in use), then the main one, each
@@ -345,42 +318,58 @@ void DJConsole::ResyncPlayer()
     // nothing to fade from.
     const int fadeFrames = std::min(lag, kResyncFillFrames);
     if (fadeFrames > 0) {
-        source->ControlMessage(kMsgCrossFade, nullptr);
+        long span = fadeFrames;
+        source->ControlMessage(kMsgCrossFade, &span);
+        _main.crossfade.fadeFrames = fadeFrames;
         _main.crossfade.fadeRequested = true;
     }
-    const int position = std::max(source->GetPositionSample(), 0);
-    _main.output.SetLastPosition(position);
-    ring->KeepSlice(position);
-    if (fadeFrames > 0) {
-        const int left = source->GetEndSample() - source->GetPositionSample();
-        LSoundSource block(new _ReadBlock(source, std::min({fadeFrames, ring->GetFreeFrames(), std::max(left, 0)})));
-        _main.output.WriteRing(block, fadeFrames);
-    }
-    _main.output.WriteRing(source, kResyncFillFrames - fadeFrames);
+    _RestartRing(_main, kResyncHeadFrames);
     render.unlock();
 #ifdef ORVANE_RESYNC_HOLD_PROBE
     DJResyncHoldProbe(std::chrono::duration_cast<std::chrono::nanoseconds>(
                           std::chrono::steady_clock::now() - heldFrom).count());
 #endif
-    if (render2.owns_lock()) {
-        render2.unlock();
+    const bool second = render2.owns_lock();
+    if (second) {
         _ResyncSecond(lag2);
+        render2.unlock();
     }
+    // The device plays the head meanwhile; the chunks stay small so that it keeps ahead of
+    // the device even where rendering is slow, and the ring is as full as before the resync
+    // once the player thread runs again.
+    _FillAfterResync(_main);
+    if (second)
+        _FillAfterResync(_second);
 }
 
+// With the second player's render lock held.
 void DJConsole::_ResyncSecond(int lag2)
 {
-    std::lock_guard render(_second.output.GetRenderLock());
-    LCARingBuffer* ring = _second.output.GetRing();
-    if (!ring)
-        return;
     LSoundSource& source = _second.GetSource();
     source->Seek(std::max(source->GetResyncPositionSample() - lag2, 0));
+    _second.crossfade.fadeFrames = kResyncFillFrames;
     _second.crossfade.fadeRequested = true;
+    _RestartRing(_second, kResyncHeadFrames);
+}
+
+// With the player's render lock held: keeps the frames the device is about to take and
+// writes `head` frames behind them from the source's present position.
+void DJConsole::_RestartRing(LSoundPlayer& player, int head)
+{
+    LSoundSource& source = player.GetSource();
     const int position = std::max(source->GetPositionSample(), 0);
-    _second.output.SetLastPosition(position);
-    ring->KeepSlice(position);
-    _second.output.WriteRing(source, kResyncFillFrames);
+    player.output.SetLastPosition(position);
+    player.output.GetRing()->KeepSlice(position);
+    player.output.WriteRing(source, head);
+}
+
+// With the player's lock held but not its render lock: the writer side of the ring, as the
+// player thread is.
+void DJConsole::_FillAfterResync(LSoundPlayer& player)
+{
+    LSoundSource& source = player.GetSource();
+    for (int written = kResyncHeadFrames; written < kResyncFillFrames; written += kResyncHeadFrames)
+        player.output.WriteRing(source, std::min(kResyncHeadFrames, kResyncFillFrames - written));
 }
 
 void DJConsole::_StartOn(LSoundPlayer& player, LSoundSource source)

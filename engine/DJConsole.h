@@ -35,6 +35,9 @@ public:
     static constexpr int kFadeFrames = 1024;
     static constexpr int kStopRewindFrames = 4096;  // a stopped deck restarts this much earlier than heard
     static constexpr int kResyncFillFrames = 8192;
+    // Rendered while a resync holds the render lock: 46 ms of audio at 44,100 Hz, so that the
+    // rest of the fill gets ahead of the device even when the interface thread is held up.
+    static constexpr int kResyncHeadFrames = 2048;
     static constexpr int kDefaultCrossFade = 50;    // percent
     static constexpr int kMaxMapChannel = 63;       // highest output channel a setting may name
 
@@ -126,6 +129,8 @@ private:
     void _RouteHeadphones(DJDeck& deck, bool on);
     void _SetHeadphoneVolume(DJDeck& deck);
     void _ResyncSecond(int lag2);
+    void _RestartRing(LSoundPlayer& player, int head);
+    void _FillAfterResync(LSoundPlayer& player);
     std::string _RecordingPath() const;
     void _FailRecording(const std::string& path);
 

@@ -1,5 +1,8 @@
 #include "engine/LOrvaneSourceTap.h"
 
+#include <algorithm>
+#include <cstdint>
+
 LOrvaneSourceTap::LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink)
     : LSoundProcessBase(inner), _sink(sink)
 {
@@ -21,6 +24,7 @@ bool LOrvaneSourceTap::ControlMessage(LControlMessage id, long* data)
 {
     if (id != kMsgCrossFade)
         return source->ControlMessage(id, data);
+    _crossfade.fadeFrames = data ? static_cast<int>(std::clamp(*data, 0L, long(INT32_MAX))) : 0;
     _crossfade.fadeRequested = true;
     return true;
 }

@@ -16,7 +16,8 @@ public:
     LOrvaneSourceTap(const LSoundSource& inner, LSoundSink* sink);
 
     void Read(int* buffer, int frames) override;
-    // kMsgCrossFade asks the tap's own crossfade to fade the next block and is taken; others go inside.
+    // kMsgCrossFade asks the tap's own crossfade to fade the next block (or, when `data` is
+    // given, that many frames) and is taken; others go inside.
     bool ControlMessage(LControlMessage id, long* data) override;
 
 private:

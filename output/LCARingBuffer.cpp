@@ -106,5 +106,10 @@ void LCARingBuffer::KeepSlice(int position)
     const int read = _read.load(std::memory_order_relaxed);
     const int kept = std::min(_framesPerSlice, GetHeldFrames());
     _write.store(_Modulo(read + kept * _channels, _capacity), std::memory_order_release);
-    std::fill(_positions.get(), _positions.get() + _frames + 1, position);
+    // Only the kept frames can be read before they are written again: a resync does this with
+    // the render lock held, so it touches no more of the table than that.
+    const int first = read / _channels, tableFrames = _frames + 1;
+    const int beforeEnd = std::min(kept, tableFrames - first);
+    std::fill_n(_positions.get() + first, beforeEnd, position);
+    std::fill_n(_positions.get(), kept - beforeEnd, position);
 }

@@ -35,7 +35,7 @@ public:
 
     // Empties the ring (both sides must be still).
     void Clear();
-    // Keeps only the frames the device is about to take, and gives every frame `position`
+    // Keeps only the frames the device is about to take, and gives each of them `position`
     // (both sides must be still).
     void KeepSlice(int position);
 

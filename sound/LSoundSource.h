@@ -29,7 +29,7 @@ enum LSoundError : unsigned char {
 // Ids of the out-of-band messages sent down a chain, each with one meaning wherever it lands.
 enum LControlMessage : int {
     kMsgPrefillSecondary = 0,  // splitter: prefill the secondary branch; data points at a frame difference
-    kMsgCrossFade = 1,         // recording tap: crossfade the next block; data unused
+    kMsgCrossFade = 1,         // recording tap: crossfade the next block; data, when given, the frames to span
     kMsgSeekBelow = 2,         // rate converter: seek the stream below it to *data (its own frames)
     kMsgPositionBelow = 3,     // rate converter: store the position of the stream below it in *data
 };

@@ -298,6 +298,49 @@ TEST_F(Console, AnEffectChangeOnTheFastDeviceMakesNoClick)
     ExpectNoClick(out, TwoTones::ToneA());
 }
 
+// A slider dragged with every effect on: each pointer move resyncs, which leaves the ring with
+// only what the device is about to take plus what the resync writes. At the device's own pace
+// that must always be enough: no run of silence in a tone that never stops.
+TEST_F(Console, DraggingAnEffectWithAllSixOnNeverLetsThePacedDeviceRunDry)
+{
+    Capture paced(home / "paced.wav", false);
+    DJConsole console;
+    DJDeck& a = console.AddDeck(kDeckLeft);
+    ASSERT_TRUE(a.Load(Track("a.wav", MakeTone(20, 440, 12000, true, true)).c_str(), 22050, 0));
+    a.SetHighPass(120, true);
+    a.SetReverb(30, LSoundTime(2000), 40, true);
+    a.SetDistortion(0.4, LdBValue(3), true);
+    a.SetPhaser(3, 60, true);
+    a.SetDelay(40, 375, true);
+    a.SetFlanger(5, 0.5, 40, 50, true);
+    a.Play();
+    ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= 300; }));
+    const int resyncsBefore = console.GetResyncCount();
+    constexpr int kMoves = 120, kMoveMs = 16;  // a pointer move per frame of a 60 Hz screen
+    for (int move = 0; move < kMoves; ++move) {
+        const int next = a.GetPosition().GetMilliseconds() + kMoveMs;
+        a.SetFlanger(5, 0.5, move % 100, 50, true);
+        ASSERT_TRUE(RunUntil([&] { return a.GetPosition().GetMilliseconds() >= next; }));
+    }
+    const int resyncs = console.GetResyncCount() - resyncsBefore;
+    console.Stop();
+    EXPECT_GE(resyncs, kMoves);
+
+    const std::vector<int> out = paced.Read();
+    size_t first = 0, last = out.size() / 2;
+    while (first < last && out[first * 2] == 0 && out[first * 2 + 1] == 0)
+        ++first;
+    while (last > first && out[(last - 1) * 2] == 0 && out[(last - 1) * 2 + 1] == 0)
+        --last;
+    ASSERT_GT(last - first, size_t(44100 * kMoves * kMoveMs / 1000));
+    int gaps = 0;
+    for (size_t f = first, run = 0; f < last; ++f) {
+        run = (out[f * 2] == 0 && out[f * 2 + 1] == 0) ? run + 1 : 0;
+        gaps += run == kUnderrunFrames;
+    }
+    EXPECT_EQ(gaps, 0) << "the device ran dry after a resync";
+}
+
 // Onsets of a click train on one channel: a sample far above silence after at least 0.2 s of
 // quiet on that channel.
 std::vector<size_t> Onsets(const std::vector<int>& stereo, int channel)

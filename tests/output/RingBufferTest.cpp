@@ -123,6 +123,22 @@ TEST(RingBuffer, KeepSliceLeavesOnlyTheNextSlice)
     EXPECT_EQ(position, 777);
     ring->Clear();
     EXPECT_EQ(ring->GetHeldFrames(), 0);
+
+    // The kept slice runs over the array's end: every kept frame, on both sides of it, answers
+    // the new position, and what is written after it carries its own.
+    LSoundSource longer = MakeMemory(Ramp(20000)).handle;
+    ring->Write(longer, 8000);
+    Take(*ring, 8000, &position);
+    ring->Write(longer, 1000);  // wraps 183 frames before the array's end
+    ring->KeepSlice(4242);
+    EXPECT_EQ(ring->GetHeldFrames(), 256);
+    for (int f = 0; f < 256; ++f) {
+        Take(*ring, 1, &position);
+        ASSERT_EQ(position, 4242) << f;
+    }
+    ring->Write(longer, 50);
+    Take(*ring, 50, &position);
+    EXPECT_EQ(position, 9049) << "written after the slice: its own positions";
 }
 
 }  // namespace
