@@ -5,6 +5,7 @@
 #include "base/LFile.h"
 #include "engine/CmdCounts.h"
 #include "mainwindow/MainMenus.h"
+#include "mainwindow/MainQuitSignals.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
 #include "ui/LGuiApplication.h"
@@ -108,6 +109,7 @@ bool MainDialog::MainWindowInitCommon()
         return false;
     }
     _windowCreated = true;
+    _quitSignals = std::make_unique<MainQuitSignals>([this] { RequestQuit(); });
     _filter = std::make_unique<_EventFilter>(*this);
     window->installEventFilter(_filter.get());
     window->setWindowTitle(kWindowTitle);
@@ -181,6 +183,7 @@ void MainDialog::MainWindowDestroyCommon()
         window->hide();
         window->removeEventFilter(_filter.get());
     }
+    _quitSignals.reset();
     // A counts file that cannot be written costs only the statistics.
     CmdCountsWrite(_files.countsPath.c_str());
     DestroyDialog();

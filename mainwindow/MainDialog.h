@@ -14,6 +14,7 @@
 class DJBottomPanel;
 class DJConsoleGUI;
 class LEmbeddedWindow;
+class MainQuitSignals;
 class QAction;
 class QListWidget;
 class QMenuBar;
@@ -114,4 +115,5 @@ private:
     QListWidget* _list = nullptr;      // owned by the window's widget
     std::map<int, QAction*> _actions;
     std::unique_ptr<QObject> _filter;
+    std::unique_ptr<MainQuitSignals> _quitSignals;
 };
