@@ -95,8 +95,10 @@ int MainDialog::RunMainWindow()
     if (!MainWindowInitCommon()) {
         return 0;
     }
-    // The application object belongs to main; its loop is the one loop of the process.
-    const int result = QApplication::exec();
+    // The application object belongs to main; its loop is the one loop of the process. A quit
+    // can come while the window is still coming up (events are handled during start-up too);
+    // then the loop is not entered at all.
+    const int result = _quitting ? 0 : QApplication::exec();
     MainWindowDestroyCommon();
     return result;
 }
@@ -236,7 +238,10 @@ void MainDialog::RequestQuit()
     }
     if (CmCancel()) {
         _quitting = true;
-        QCoreApplication::exit(0);
+        // Queued, so a request that comes before the loop runs (from the window system while
+        // the window is being shown) still ends it.
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [] { QCoreApplication::exit(0); },
+                                  Qt::QueuedConnection);
     }
 }
 
