@@ -5,6 +5,7 @@
 #include "sound/LPeakLimit.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 
@@ -304,11 +305,20 @@ void DJConsole::SetDeckOffsets()
     second->SetPlayerTimeOffset(LSoundTime(b < a ? a - b : 0));
 }
 
+#ifdef ORVANE_RESYNC_HOLD_PROBE
+// Bench builds only (the probe is compiled out elsewhere): told, in nanoseconds, how long each
+// resync held the main player's render lock.
+void DJResyncHoldProbe(long long heldNs);
+#endif
+
 void DJConsole::ResyncPlayer()
 {
     _PlayerLocks locks(*this);
     ++_resyncCount;
     std::unique_lock render(_main.output.GetRenderLock());
+#ifdef ORVANE_RESYNC_HOLD_PROBE
+    const auto heldFrom = std::chrono::steady_clock::now();
+#endif
     LCARingBuffer* ring = _main.output.GetRing();
     if (!ring)
         return;
@@ -348,6 +358,10 @@ void DJConsole::ResyncPlayer()
     }
     _main.output.WriteRing(source, kResyncFillFrames - fadeFrames);
     render.unlock();
+#ifdef ORVANE_RESYNC_HOLD_PROBE
+    DJResyncHoldProbe(std::chrono::duration_cast<std::chrono::nanoseconds>(
+                          std::chrono::steady_clock::now() - heldFrom).count());
+#endif
     if (render2.owns_lock()) {
         render2.unlock();
         _ResyncSecond(lag2);

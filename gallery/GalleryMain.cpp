@@ -1,6 +1,7 @@
 // orvane-gallery: one window with every control, button look and theme image of the toolkit,
 // for developers and for the screenshot tests. Not installed.
 #include "base/LSafeWrite.h"
+#include "gallery/GalleryDeck.h"
 #include "gallery/GalleryLayout.h"
 #include "gallery/GalleryWindow.h"
 #include "gallery/ConsolePanels.h"
@@ -23,14 +24,21 @@ enum ExitCode : int { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 struct Options {
     bool still = false;
     std::string screenshot;  // empty: run the window
+    std::string deck;        // deck mode: the track to load
+    bool play = false;       // deck mode: play from the start
 };
 
 void _PrintUsage(FILE* to)
 {
     std::fprintf(to,
                  "Usage: orvane-gallery [--still] [--screenshot FILE.png]\n"
+                 "       orvane-gallery --deck FILE.wav [--play]\n"
                  "  --still       start with the meters' test signal off, so nothing moves\n"
-                 "  --screenshot  render the window into FILE.png and exit (no display needed)\n");
+                 "  --screenshot  render the window into FILE.png and exit (no display needed)\n"
+                 "  --deck        one deck panel over the console on the default sound device\n"
+                 "                (the capture device while ORVANE_AUDIO_CAPTURE is set), with\n"
+                 "                FILE.wav loaded and its beats scanned\n"
+                 "  --play        with --deck: play the track from the start\n");
 }
 
 bool _IsSet(const char* name)
@@ -52,13 +60,37 @@ int _ParseOptions(int argc, char** argv, Options& options)
             options.still = true;
         } else if (std::strcmp(arg, "--screenshot") == 0 && i + 1 < argc && argv[i + 1][0]) {
             options.screenshot = argv[++i];
+        } else if (std::strcmp(arg, "--deck") == 0 && i + 1 < argc && argv[i + 1][0]) {
+            options.deck = argv[++i];
+        } else if (std::strcmp(arg, "--play") == 0) {
+            options.play = true;
         } else {
             std::fprintf(stderr, "orvane-gallery: unexpected argument '%s'\n", arg);
             _PrintUsage(stderr);
             return kExitUsage;
         }
     }
+    const bool deckMode = !options.deck.empty();
+    if ((options.play && !deckMode) || (deckMode && (options.still || !options.screenshot.empty()))) {
+        std::fprintf(stderr, "orvane-gallery: --play goes with --deck alone\n");
+        _PrintUsage(stderr);
+        return kExitUsage;
+    }
     return -1;
+}
+
+// The deck mode's window until it is closed; fails at once when the track cannot be loaded.
+int _RunDeck(LGuiApplication& application, const Options& options)
+{
+    GalleryDeckWindow window;
+    window.QuitOnSignals();
+    window.Create();
+    window.Show();
+    if (!window.Open(options.deck.c_str(), options.play)) {
+        std::fprintf(stderr, "orvane-gallery: %s\n", window.GetLastMessage().c_str());
+        return kExitFailed;
+    }
+    return application.Run();
 }
 
 // The window as it paints, into a PNG written whole or not at all.
@@ -98,6 +130,9 @@ int main(int argc, char** argv)
         return kExitFailed;
     }
     LGuiApplication application(argc, argv);
+    if (!options.deck.empty()) {
+        return _RunDeck(application, options);
+    }
     GalleryMeters meters = options.still ? GalleryMeters::kSilent : GalleryMeters::kMoving;
     if (!options.screenshot.empty()) {
         meters = GalleryMeters::kHeld;
