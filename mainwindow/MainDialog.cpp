@@ -8,6 +8,7 @@
 #include "mainwindow/MainQuitSignals.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
+#include "ui/DJDeckGUI.h"
 #include "ui/LGuiApplication.h"
 
 #include <QApplication>
@@ -27,7 +28,7 @@
 namespace {
 
 constexpr char kWindowTitle[] = "Orvane";
-constexpr int kDeckPanelHeight = 394;    // pixels
+constexpr int kPanelRowHeight = 394;     // pixels: deck and console panels
 constexpr int kBottomPanelHeight = 25;   // pixels
 constexpr int kListTop = 404;            // pixels below the content's top
 constexpr int kListBottomMargin = 36;    // pixels from the list's bottom to the content's
@@ -77,7 +78,7 @@ MainDialog::MainDialog(MainDialogFiles files)
         _files.countsPath = CmdCountsDefaultPath();
     }
     for (auto& panel : _deckPanel) {
-        panel = std::make_unique<LEmbeddedWindow>();
+        panel = std::make_unique<DJDeckGUI>();
     }
     CmdCountsRead(_files.countsPath.c_str());
 }
@@ -141,9 +142,9 @@ void MainDialog::InitDialog()
     _BuildLibraryList();
     _InitPanels();
     _console.SetNotify(this);
-    // The console keeps its decks at the head of its list: A first, then B.
-    _console.AddDeck(kDeckLeft);
-    _console.AddDeck(kDeckRight);
+    // The decks exist from here on, each handed to its panel.
+    _deckPanel[0]->SetDeck(&_console.AddDeck(kDeckLeft));
+    _deckPanel[1]->SetDeck(&_console.AddDeck(kDeckRight));
     _library.Load();
     for (size_t i = 0; i < _library.GetList().Count(); ++i) {
         char name[LFile::kPathBytes];
@@ -165,11 +166,11 @@ void MainDialog::_InitPanels()
 {
     const int width = kMainWindowDefaultWidth;
     const int deckWidth = (width - kConsolePanelWidth) / 2;
-    _deckPanel[0]->CreateEmbedded(this, kPanelMargin, kPanelMargin, deckWidth - 2 * kPanelMargin,
-                                  kDeckPanelHeight);
-    _deckPanel[1]->CreateEmbedded(this, deckWidth - 2 * kPanelMargin + kConsolePanelWidth + 15,
-                                  kPanelMargin, deckWidth - 2 * kPanelMargin, kDeckPanelHeight);
-    _consolePanel->Init(*this, *this, deckWidth, kPanelMargin, kConsolePanelWidth, kDeckPanelHeight);
+    _deckPanel[0]->Init(*this, kDeckPanelA, kPanelMargin, kPanelMargin, deckWidth - 2 * kPanelMargin,
+                        kPanelRowHeight);
+    _deckPanel[1]->Init(*this, kDeckPanelB, deckWidth - 2 * kPanelMargin + kConsolePanelWidth + 15,
+                        kPanelMargin, deckWidth - 2 * kPanelMargin, kPanelRowHeight);
+    _consolePanel->Init(*this, *this, deckWidth, kPanelMargin, kConsolePanelWidth, kPanelRowHeight);
     _bottomPanel->Init(*this, *this, kPanelMargin, kMainWindowDefaultHeight - 31,
                        width - 2 * kPanelMargin, kBottomPanelHeight);
 }
@@ -340,10 +341,10 @@ void MainDialog::LayoutControls(int width, int height)
         _menuBar->setGeometry(0, 0, width, top);
     }
     _SetPanelGeometry(_deckPanel[0].get(), kPanelMargin, top + kPanelMargin, deckWidth - 2 * kPanelMargin,
-                      kDeckPanelHeight);
-    _SetPanelGeometry(_consolePanel.get(), deckWidth, top + kPanelMargin, kConsolePanelWidth, kDeckPanelHeight);
+                      kPanelRowHeight);
+    _SetPanelGeometry(_consolePanel.get(), deckWidth, top + kPanelMargin, kConsolePanelWidth, kPanelRowHeight);
     _SetPanelGeometry(_deckPanel[1].get(), deckWidth - 2 * kPanelMargin + kConsolePanelWidth + 15,
-                      top + kPanelMargin, deckWidth - 2 * kPanelMargin, kDeckPanelHeight);
+                      top + kPanelMargin, deckWidth - 2 * kPanelMargin, kPanelRowHeight);
     if (_list) {
         _list->setGeometry(kPanelMargin, top + kListTop, std::max(width - 2 * kPanelMargin, 0),
                            std::max(height - kListTop - kListBottomMargin, 0));

@@ -13,7 +13,7 @@
 
 class DJBottomPanel;
 class DJConsoleGUI;
-class LEmbeddedWindow;
+class DJDeckGUI;
 class MainQuitSignals;
 class QAction;
 class QListWidget;
@@ -76,6 +76,7 @@ public:
     DJLibrary& GetLibrary() { return _library; }
     const DJConsoleGUI* GetConsolePanel() const { return _consolePanel.get(); }
     const DJBottomPanel* GetBottomPanel() const { return _bottomPanel.get(); }
+    const DJDeckGUI* GetDeckPanel(int index) const { return _deckPanel[index].get(); }
     // Content size (without menu bar and status bar), pixels.
     int GetContentWidth() const;
     int GetContentHeight() const;
@@ -102,7 +103,7 @@ private:
     int _rowOnDeck[2] = {-1, -1};  // library row loaded on deck A, B; -1: none
     DJConsole _console;
     std::unique_ptr<DJConsoleGUI> _consolePanel;
-    std::unique_ptr<LEmbeddedWindow> _deckPanel[2];  // deck A, deck B
+    std::unique_ptr<DJDeckGUI> _deckPanel[2];  // deck A, deck B
     std::unique_ptr<DJBottomPanel> _bottomPanel;
     bool _autoPlay = false;
 

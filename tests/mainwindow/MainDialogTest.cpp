@@ -8,6 +8,7 @@
 #include "support/TestHome.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
+#include "ui/DJDeckGUI.h"
 
 #include <gtest/gtest.h>
 
@@ -80,8 +81,10 @@ TEST_F(MainDialogTest, InitBuildsDecksPanelsAndPlacesTheWindow)
     ASSERT_TRUE(dialog.MainWindowInitCommon());
     ASSERT_NE(dialog.GetWidget(), nullptr);
     EXPECT_TRUE(dialog.IsShown());
-    EXPECT_NE(dialog.GetConsole().GetDeck(kDeckLeft), nullptr);
-    EXPECT_NE(dialog.GetConsole().GetDeck(kDeckRight), nullptr);
+    ASSERT_NE(dialog.GetConsole().GetDeck(kDeckLeft), nullptr);
+    ASSERT_NE(dialog.GetConsole().GetDeck(kDeckRight), nullptr);
+    EXPECT_EQ(dialog.GetDeckPanel(0)->GetDeck(), dialog.GetConsole().GetDeck(kDeckLeft));
+    EXPECT_EQ(dialog.GetDeckPanel(1)->GetDeck(), dialog.GetConsole().GetDeck(kDeckRight));
     EXPECT_NE(dialog.GetConsolePanel()->GetWidget(), nullptr);
     EXPECT_NE(dialog.GetBottomPanel()->GetWidget(), nullptr);
     EXPECT_GE(dialog.GetContentWidth(), kMainWindowMinWidth);
@@ -130,6 +133,7 @@ TEST_F(MainDialogTest, TeardownStopsTheConsoleBeforeSavingTheLibraryAndDeletesTe
     EXPECT_TRUE(LFile::Exists((home / "counts.txt").c_str()));
     EXPECT_EQ(dialog.GetConsolePanel(), nullptr);
     EXPECT_EQ(dialog.GetBottomPanel(), nullptr);
+    EXPECT_EQ(dialog.GetDeckPanel(0), nullptr);
 }
 
 TEST_F(MainDialogTest, CountsFileAbove256EntriesIsReadAs256AndWrittenBack)
