@@ -64,7 +64,7 @@ const MainMenuEntry kMenu[] = {
     {kMenuSeparator, nullptr},
     {kCmSettings, "Preferences"},
     {kMenuSeparator, nullptr},
-    {kCmQuit, "Quit\tCtrl+Q"},
+    {kCmQuit, "Quit"},
     {kMenuClose, nullptr},
 
     {kMenuOpen, "&Controls"},
