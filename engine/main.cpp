@@ -7,6 +7,7 @@
 #include "engine/CmdCounts.h"
 #include "engine/LDebug.h"
 #include "engine/LInstaller.h"
+#include "mainwindow/MainDialog.h"
 #include "ui/LGuiApplication.h"
 
 #include <cstdio>
@@ -49,8 +50,8 @@ void _PrintHelp()
         "Usage: orvane [--help | --version]\n"
         "       orvane -installer -username NAME\n"
         "\n"
-        "The two-deck window is not built yet. What works today runs through the\n"
-        "command-line companion: see orvane-tool --help.\n");
+        "Without arguments the two-deck window opens. The command-line companion,\n"
+        "orvane-tool, works without a display: see orvane-tool --help.\n");
 }
 
 // Without arguments the program is the windowed application. The window system is checked
@@ -65,10 +66,8 @@ int _RunWindowed(int argc, char** argv)
     // Qt may take its own options out of the list; it gets a list of its own to edit.
     std::vector<char*> qtArguments(argv, argv + argc + 1);
     LGuiApplication application(argc, qtArguments.data());
-    // Until the main window exists there is nothing to show; say so rather than open an
-    // empty window.
-    _PrintHelp();
-    return 0;
+    MainDialog mainDialog;
+    return mainDialog.RunMainWindow();
 }
 
 }  // namespace

@@ -67,12 +67,22 @@ TEST(GuiApplication, NoDisplayIsOneLineAndExitCodeOne)
     EXPECT_NE(help.out.find("Usage: orvane"), std::string::npos);
 }
 
-// With a platform the application starts (here off screen) and exits cleanly.
-TEST(GuiApplication, StartsWithAPlatform)
+// With a platform the main window comes up (here off screen), and a SIGTERM once it is up
+// takes it down in order: exit code 0 and the library saved.
+TEST(GuiApplication, StartsWithAPlatformAndQuitsOnTerm)
 {
-    const ProgramRun run = _RunWithout("QT_QPA_PLATFORM=offscreen", "");
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_NE(run.out.find("Usage: orvane"), std::string::npos);
+    TempFolder folder;
+    const std::string settings = folder / "config/Orvane/settings.xml";
+    const std::string command =
+        "env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=" + folder / "config" +
+        " XDG_DATA_HOME=" + folder / "data" + " ORVANE_AUDIO_CAPTURE=" + folder / "capture.wav" + " " +
+        ORVANE_PROGRAM_PATH + " >" + folder / "out" + " 2>" + folder / "err" +
+        " & pid=$!; for i in $(seq 1200); do grep -qs FirstRun " + settings +
+        " && break; sleep 0.05; done; kill -TERM $pid; wait $pid";
+    const int status = std::system(command.c_str());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0) << ReadWholeFile(folder / "err");
+    EXPECT_NE(ReadWholeFile(folder / "data/Orvane/library.xml"), "");
 }
 
 TEST(GuiApplication, CanStartAndTheClock)
