@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/DJLibrary.h"
+#include "app/LSettingsAdapters.h"
 #include "engine/DJConsole.h"
-#include "mainwindow/MainSettingsAccess.h"
 #include "mainwindow/MainWindowPlacement.h"
 #include "ui/DJMainWindowLink.h"
 #include "ui/LWindow.h"
@@ -97,7 +97,10 @@ private:
     static void _SetPanelGeometry(LWindow* panel, int x, int y, int width, int height);
 
     // Members in the order the window builds them.
-    MainSettingsAccess _settings;  // the engine reads the user's settings while the window lives
+    // Before anything that reads a setting: the engine and files layers read the user's store.
+    struct ProgramSettings {
+        ProgramSettings() { LInstallProgramSettings(); }
+    } _settings;
     MainDialogFiles _files;
     DJLibrary _library;
     int _rowOnDeck[2] = {-1, -1};  // library row loaded on deck A, B; -1: none
