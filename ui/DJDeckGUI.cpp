@@ -75,10 +75,10 @@ DJDeckGUI::DJDeckGUI()
     _background = std::make_unique<DeckBackground>(*this);
     const LGuiColor surface = GetTheme().deckSurface;
     for (size_t i = 0; i < std::size(kSliderSpecs); ++i) {
-        const SliderSpec& spec = kSliderSpecs[i];
-        _sliderIds[i] = spec.id;
-        _sliders[i] = spec.label ? std::make_unique<DJVerticalSlider>(surface, spec.start, spec.label)
-                                 : std::make_unique<DJVerticalSlider>(surface, spec.start);
+        const SliderSpec& entry = kSliderSpecs[i];
+        _sliderIds[i] = entry.id;
+        _sliders[i] = entry.label ? std::make_unique<DJVerticalSlider>(surface, entry.start, entry.label)
+                                 : std::make_unique<DJVerticalSlider>(surface, entry.start);
     }
     _keyText = [this](int command) { return _KeyText(command); };
 }

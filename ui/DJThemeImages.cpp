@@ -57,7 +57,7 @@ struct ImageSpec {
     int width;
     int height;
     const char* use;
-    void (*draw)(QPainter& painter, const ImageSpec& spec);
+    void (*draw)(QPainter& painter, const ImageSpec& look);
     LGuiColorRef colour;
     Corner corner;
 };
@@ -92,39 +92,39 @@ void _DrawCueFlag(QPainter& painter, qreal x, const QColor& colour)
     _FillPolygon(painter, _Triangle({x + 2, 1}, {x + 7, 3.5}, {x + 2, 6}), colour);
 }
 
-void _DrawPlay(QPainter& painter, const ImageSpec& spec)
+void _DrawPlay(QPainter& painter, const ImageSpec& look)
 {
-    _FillPolygon(painter, _Triangle({4, 1}, {4, 11}, {13, 6}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({4, 1}, {4, 11}, {13, 6}), ToQColor(look.colour));
 }
 
-void _DrawCuePause(QPainter& painter, const ImageSpec& spec)
+void _DrawCuePause(QPainter& painter, const ImageSpec& look)
 {
-    const QColor colour = ToQColor(spec.colour);
+    const QColor colour = ToQColor(look.colour);
     _DrawCueFlag(painter, 1, colour);
     painter.setBrush(colour);
     painter.drawRect(QRectF(8, 2, 3, 8));
     painter.drawRect(QRectF(12, 2, 3, 8));
 }
 
-void _DrawCuePlay(QPainter& painter, const ImageSpec& spec)
+void _DrawCuePlay(QPainter& painter, const ImageSpec& look)
 {
-    const QColor colour = ToQColor(spec.colour);
+    const QColor colour = ToQColor(look.colour);
     _DrawCueFlag(painter, 1, colour);
     _FillPolygon(painter, _Triangle({9, 1.5}, {9, 10.5}, {15, 6}), colour);
 }
 
-void _DrawSetCue(QPainter& painter, const ImageSpec& spec)
+void _DrawSetCue(QPainter& painter, const ImageSpec& look)
 {
-    const QColor colour = ToQColor(spec.colour);
+    const QColor colour = ToQColor(look.colour);
     _DrawCueFlag(painter, 1, colour);
     painter.setBrush(colour);
     painter.drawRect(QRectF(9, 5, 6, 2));
     painter.drawRect(QRectF(11, 2, 2, 8));
 }
 
-void _DrawLoop(QPainter& painter, const ImageSpec& spec)
+void _DrawLoop(QPainter& painter, const ImageSpec& look)
 {
-    const QColor colour = ToQColor(spec.colour);
+    const QColor colour = ToQColor(look.colour);
     QPainterPath loop;
     loop.addRoundedRect(QRectF(2.5, 2.5, 11, 7), 3.5, 3.5);
     _StrokeQPath(painter, loop, colour, kGlyphStrokePx);
@@ -133,14 +133,14 @@ void _DrawLoop(QPainter& painter, const ImageSpec& spec)
     _FillPolygon(painter, _Triangle({9.5, 7}, {9.5, 12}, {5.5, 9.5}), colour);
 }
 
-void _DrawMenuArrow(QPainter& painter, const ImageSpec& spec)
+void _DrawMenuArrow(QPainter& painter, const ImageSpec& look)
 {
-    _FillPolygon(painter, _Triangle({0.5, 1}, {7.5, 1}, {4, 5.5}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({0.5, 1}, {7.5, 1}, {4, 5.5}), ToQColor(look.colour));
 }
 
-void _DrawHeadphones(QPainter& painter, const ImageSpec& spec)
+void _DrawHeadphones(QPainter& painter, const ImageSpec& look)
 {
-    const QColor colour = ToQColor(spec.colour);
+    const QColor colour = ToQColor(look.colour);
     const QRectF band(2.5, 2, 11, 12);
     QPainterPath arc;
     arc.arcMoveTo(band, 180);
@@ -152,9 +152,9 @@ void _DrawHeadphones(QPainter& painter, const ImageSpec& spec)
     painter.drawRoundedRect(QRectF(11.5, 7.5, 3.5, 6), 1.2, 1.2);
 }
 
-void _DrawKillUp(QPainter& painter, const ImageSpec& spec)
+void _DrawKillUp(QPainter& painter, const ImageSpec& look)
 {
-    const QColor colour = ToQColor(spec.colour);
+    const QColor colour = ToQColor(look.colour);
     QPainterPath glyph;
     glyph.addEllipse(QPointF(6, 6), 4.75, 4.75);
     glyph.moveTo(2.6, 2.6);
@@ -163,10 +163,10 @@ void _DrawKillUp(QPainter& painter, const ImageSpec& spec)
 }
 
 // Lit: a red disc with a light stroke, plain to see on the button face.
-void _DrawKillDown(QPainter& painter, const ImageSpec& spec)
+void _DrawKillDown(QPainter& painter, const ImageSpec& look)
 {
     painter.setPen(Qt::NoPen);
-    painter.setBrush(ToQColor(spec.colour));
+    painter.setBrush(ToQColor(look.colour));
     painter.drawEllipse(QPointF(6, 6), 5.75, 5.75);
     QPainterPath slash;
     slash.moveTo(2.8, 2.8);
@@ -174,22 +174,22 @@ void _DrawKillDown(QPainter& painter, const ImageSpec& spec)
     _StrokeQPath(painter, slash, ToQColor(DJPalette::kScanningText), 1.75);
 }
 
-void _DrawArrowLeft(QPainter& painter, const ImageSpec& spec)
+void _DrawArrowLeft(QPainter& painter, const ImageSpec& look)
 {
-    _FillPolygon(painter, _Triangle({6.5, 0.5}, {6.5, 9.5}, {0.5, 5}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({6.5, 0.5}, {6.5, 9.5}, {0.5, 5}), ToQColor(look.colour));
 }
 
-void _DrawArrowRight(QPainter& painter, const ImageSpec& spec)
+void _DrawArrowRight(QPainter& painter, const ImageSpec& look)
 {
-    _FillPolygon(painter, _Triangle({0.5, 0.5}, {0.5, 9.5}, {6.5, 5}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({0.5, 0.5}, {0.5, 9.5}, {6.5, 5}), ToQColor(look.colour));
 }
 
-void _DrawCorner(QPainter& painter, const ImageSpec& spec)
+void _DrawCorner(QPainter& painter, const ImageSpec& look)
 {
-    const qreal w = spec.width;
-    const qreal h = spec.height;
+    const qreal w = look.width;
+    const qreal h = look.height;
     QPointF centre;
-    switch (spec.corner) {
+    switch (look.corner) {
     case Corner::kTopLeft: centre = {w, h}; break;
     case Corner::kTopRight: centre = {0, h}; break;
     case Corner::kBottomRight: centre = {0, 0}; break;
@@ -200,25 +200,25 @@ void _DrawCorner(QPainter& painter, const ImageSpec& spec)
     QPainterPath disc;
     disc.addEllipse(centre, w, h);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(ToQColor(spec.colour));
+    painter.setBrush(ToQColor(look.colour));
     painter.drawPath(square.subtracted(disc));
 }
 
 // The right end of the top strip: outside a half disc on the left edge, in the surface colour.
-void _DrawStripEnd(QPainter& painter, const ImageSpec& spec)
+void _DrawStripEnd(QPainter& painter, const ImageSpec& look)
 {
     QPainterPath square;
-    square.addRect(QRectF(0, 0, spec.width, spec.height));
+    square.addRect(QRectF(0, 0, look.width, look.height));
     QPainterPath halfDisc;
-    halfDisc.addEllipse(QPointF(0, spec.height / 2.0), spec.width, spec.height / 2.0);
+    halfDisc.addEllipse(QPointF(0, look.height / 2.0), look.width, look.height / 2.0);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(ToQColor(spec.colour));
+    painter.setBrush(ToQColor(look.colour));
     painter.drawPath(square.subtracted(halfDisc));
 }
 
-void _DrawBarMark(QPainter& painter, const ImageSpec& spec)
+void _DrawBarMark(QPainter& painter, const ImageSpec& look)
 {
-    _FillPolygon(painter, _Triangle({0, 0}, {7, 0}, {3.5, 7}), ToQColor(spec.colour));
+    _FillPolygon(painter, _Triangle({0, 0}, {7, 0}, {3.5, 7}), ToQColor(look.colour));
 }
 
 void _DrawLight(QPainter& painter, QColor centre, QColor edge)
@@ -243,9 +243,9 @@ void _DrawLightOff(QPainter& painter, const ImageSpec&)
 }
 
 // A record on a recessed plate, with a tone arm.
-void _DrawConsole(QPainter& painter, const ImageSpec& spec)
+void _DrawConsole(QPainter& painter, const ImageSpec& look)
 {
-    const QRectF plate(0.5, 0.5, spec.width - 1, spec.height - 1);
+    const QRectF plate(0.5, 0.5, look.width - 1, look.height - 1);
     QLinearGradient shade(plate.topLeft(), plate.bottomLeft());
     shade.setColorAt(0, ToQColor(DJPalette::kFxTitleBar));
     shade.setColorAt(1, ToQColor(DJPalette::kDeckSurface));
@@ -253,7 +253,7 @@ void _DrawConsole(QPainter& painter, const ImageSpec& spec)
     painter.setPen(QPen(ToQColor(DJPalette::kLabelGrey), 1));
     painter.drawRoundedRect(plate, 8, 8);
 
-    const QPointF centre(spec.width / 2.0, 118);
+    const QPointF centre(look.width / 2.0, 118);
     painter.setPen(Qt::NoPen);
     painter.setBrush(ToQColor(DJPalette::kDeckSurface).darker(140));
     painter.drawEllipse(centre, 74, 74);
@@ -271,7 +271,7 @@ void _DrawConsole(QPainter& painter, const ImageSpec& spec)
     painter.setBrush(ToQColor(DJPalette::kDeckLetter));
     painter.drawEllipse(centre, 2.5, 2.5);
 
-    const QPointF pivot(spec.width - 18.0, 30);
+    const QPointF pivot(look.width - 18.0, 30);
     QPainterPath arm;
     arm.moveTo(pivot);
     arm.lineTo(pivot.x() - 6, 120);
@@ -339,14 +339,14 @@ const ImageSpec kImages[] = {
 };
 // clang-format on
 
-QImage _Render(const ImageSpec& spec, qreal devicePixelRatio)
+QImage _Render(const ImageSpec& look, qreal devicePixelRatio)
 {
     if (!std::isfinite(devicePixelRatio) || devicePixelRatio <= 0 ||
         devicePixelRatio > kMaxDevicePixelRatio) {
         return QImage();
     }
-    QImage image(static_cast<int>(std::lround(spec.width * devicePixelRatio)),
-                 static_cast<int>(std::lround(spec.height * devicePixelRatio)),
+    QImage image(static_cast<int>(std::lround(look.width * devicePixelRatio)),
+                 static_cast<int>(std::lround(look.height * devicePixelRatio)),
                  QImage::Format_ARGB32_Premultiplied);
     if (image.isNull()) {
         return image;
@@ -355,7 +355,7 @@ QImage _Render(const ImageSpec& spec, qreal devicePixelRatio)
     image.fill(Qt::transparent);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    spec.draw(painter, spec);
+    look.draw(painter, look);
     return image;
 }
 }  // namespace
@@ -364,8 +364,8 @@ const std::vector<DJThemeImageInfo>& DJThemeImageTable()
 {
     static const std::vector<DJThemeImageInfo> table = [] {
         std::vector<DJThemeImageInfo> infos;
-        for (const ImageSpec& spec : kImages) {
-            infos.push_back({spec.number, spec.width, spec.height, spec.use});
+        for (const ImageSpec& look : kImages) {
+            infos.push_back({look.number, look.width, look.height, look.use});
         }
         std::sort(infos.begin(), infos.end(), [](const auto& a, const auto& b) {
             return static_cast<int>(a.number) < static_cast<int>(b.number);
@@ -379,9 +379,9 @@ void DJThemeRegisterImages()
 {
     static std::once_flag registered;
     std::call_once(registered, [] {
-        for (const ImageSpec& spec : kImages) {
-            LImageResources::Register(static_cast<int>(spec.number),
-                                      [&spec](qreal ratio) { return _Render(spec, ratio); });
+        for (const ImageSpec& look : kImages) {
+            LImageResources::Register(static_cast<int>(look.number),
+                                      [&look](qreal ratio) { return _Render(look, ratio); });
         }
     });
 }
