@@ -145,8 +145,13 @@ TEST_F(Console, ASecondDeckStartsAtOnceAndBothPositionsStayTrue)
         ++firstRight;
     ASSERT_LT(firstRight, out.size() / 2);
     EXPECT_NEAR(double(firstRight) / 44100 * 1000, heardAtStart, 1000);
-    EXPECT_LE(LargestStep(out, 0, 2000), LargestStep(MakeTone(1, 220, 8000, true, false), 0) + 64)
-        << "at frame " << LargestStepAt(out, 0, 2000);
+    // Up to A's last sound: the stop cuts the tone wherever it is, which is no start's doing.
+    size_t lastLeft = out.size() / 2;
+    while (lastLeft > 0 && out[(lastLeft - 1) * 2] == 0)
+        --lastLeft;
+    const std::vector<int> played(out.begin(), out.begin() + std::ptrdiff_t(lastLeft * 2));
+    EXPECT_LE(LargestStep(played, 0, 2000), LargestStep(MakeTone(1, 220, 8000, true, false), 0) + 64)
+        << "at frame " << LargestStepAt(played, 0, 2000) << " of " << lastLeft << " (" << out.size() / 2 << " captured)";
 }
 
 TEST_F(Console, ABadTrackLeavesItsDeckEmptyAndTheOtherPlaying)
