@@ -16,7 +16,6 @@
 #include <QDialog>
 #include <QGuiApplication>
 #include <QLabel>
-#include <QListWidget>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QResizeEvent>
@@ -137,6 +136,9 @@ void MainDialog::InitDialog()
     if (!_windowCreated || _initialised) {
         return;
     }
+    if (!_prompts) {
+        _prompts = MakeMainUserPromptsQt(GetWidget());
+    }
     _BuildMenuBar();
     _statusBar->showMessage(QStringLiteral(ORVANE_PRODUCT " v " ORVANE_VERSION));
     _BuildLibraryList();
@@ -146,14 +148,14 @@ void MainDialog::InitDialog()
     _deckPanel[0]->SetDeck(&_console.AddDeck(kDeckLeft));
     _deckPanel[1]->SetDeck(&_console.AddDeck(kDeckRight));
     _library.Load();
-    for (size_t i = 0; i < _library.GetList().Count(); ++i) {
-        char name[LFile::kPathBytes];
-        LFile::_GetFileFromPath(name, _library.GetList().GetItem(i)->GetPath());
-        _list->addItem(QString::fromUtf8(name));
+    RefreshLibraryList();
+    for (int message : {1, 2, 3}) {
+        HandleInterWinMessage(this, message);
     }
     // From here the output device is open and the player threads run.
     _console.UpdateDevice();
-    _list->setFocus();
+    TimerSet(kTimerOutputChannelCheck, 0);
+    _list->SetFocus();
     if (_Setting("DefaultRecordFolder").empty()) {
         char folder[LFile::kPathBytes];
         if (LFile::GetUserDataFolderAppSubFolder(LFile::kRecordingFolder, folder)) {
@@ -223,6 +225,18 @@ void MainDialog::DeleteTmpWavFiles()
     }
 }
 
+void MainDialog::SetUserPrompts(std::unique_ptr<MainUserPrompts> prompts)
+{
+    _prompts = std::move(prompts);
+}
+
+void MainDialog::EvTimer(int timerId)
+{
+    if (timerId == kTimerOutputChannelCheck) {
+        CheckOutputChannels();
+    }
+}
+
 void MainDialog::RequestQuit()
 {
     if (!_initialised) {
@@ -246,69 +260,12 @@ void MainDialog::RequestQuit()
     }
 }
 
-void MainDialog::Command(int id)
-{
-    CmdCountsIncrement(static_cast<uint32_t>(id));
-    switch (id) {
-    case kCmQuit:
-        RequestQuit();
-        break;
-    case kCmAbout:
-        QMessageBox::about(GetWidget(), QStringLiteral("About Orvane"),
-                           QStringLiteral(ORVANE_PRODUCT " " ORVANE_VERSION));
-        break;
-    case kCmCrossFadeLeftAuto:
-        _consolePanel->AutoCrossFadeToLeft();
-        break;
-    case kCmCrossFadeRightAuto:
-        _consolePanel->AutoCrossFadeToRight();
-        break;
-    case kLibraryList:
-        _bottomPanel->Command(id);
-        break;
-    default:
-        break;
-    }
-}
-
 // ---- window parts
 
 void MainDialog::_BuildStatusBar()
 {
     _statusBar = new QStatusBar(GetWidget());
     _statusBar->setSizeGripEnabled(true);
-}
-
-void MainDialog::_BuildMenuBar()
-{
-    _menuBar = new QMenuBar(GetWidget());
-    int count = 0;
-    const MainMenuEntry* entries = MainMenuDescription(&count);
-    std::vector<QMenu*> open;
-    for (int i = 0; i < count; ++i) {
-        const MainMenuEntry& entry = entries[i];
-        if (entry.id == kMenuOpen) {
-            open.push_back(open.empty() ? _menuBar->addMenu(QString::fromUtf8(entry.text))
-                                        : open.back()->addMenu(QString::fromUtf8(entry.text)));
-        } else if (entry.id == kMenuClose) {
-            open.pop_back();
-        } else if (entry.id == kMenuSeparator) {
-            open.back()->addSeparator();
-        } else {
-            const int id = entry.id;
-            QAction* action = open.back()->addAction(QString::fromUtf8(entry.text));
-            action->setEnabled(MainMenuCommandAvailable(id));
-            QObject::connect(action, &QAction::triggered, action, [this, id] { Command(id); });
-            _actions[id] = action;
-        }
-    }
-}
-
-void MainDialog::_BuildLibraryList()
-{
-    _list = new QListWidget(GetWidget());
-    _list->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    QObject::connect(_list, &QListWidget::itemSelectionChanged, _list, [this] { Command(kLibraryList); });
 }
 
 int MainDialog::_ChromeHeight() const
@@ -346,8 +303,9 @@ void MainDialog::LayoutControls(int width, int height)
     _SetPanelGeometry(_deckPanel[1].get(), deckWidth - 2 * kPanelMargin + kConsolePanelWidth + 15,
                       top + kPanelMargin, deckWidth - 2 * kPanelMargin, kPanelRowHeight);
     if (_list) {
-        _list->setGeometry(kPanelMargin, top + kListTop, std::max(width - 2 * kPanelMargin, 0),
+        _list->SetGeometry(kPanelMargin, top + kListTop, std::max(width - 2 * kPanelMargin, 0),
                            std::max(height - kListTop - kListBottomMargin, 0));
+        _list->AdjustColumns(std::max(width - 2 * kPanelMargin, 0));
     }
     _SetPanelGeometry(_bottomPanel.get(), kPanelMargin, top + height - 31, width - 2 * kPanelMargin,
                       kBottomPanelHeight);
@@ -392,57 +350,3 @@ void MainDialog::_SavePlacement()
     LUserSettingSetInt(kSettingsSection, "Height", height);
 }
 
-// ---- what the panels ask
-
-void MainDialog::CmAutoPlay()
-{
-    _autoPlay = !_autoPlay;
-    _consolePanel->SetAutoPlayMode(_autoPlay);
-    _bottomPanel->SetAutoPlayMode(_autoPlay);
-}
-
-void MainDialog::SetRecording(bool on)
-{
-    if (!_consolePanel || _consolePanel->IsRecording() == on) {
-        return;
-    }
-    _bottomPanel->SetRecordingMode(on);
-    _consolePanel->ToggleRecordingMode();
-}
-
-int MainDialog::GetListRowCount() const
-{
-    return _list ? _list->count() : 0;
-}
-
-bool MainDialog::HasListSelection() const
-{
-    return _list && !_list->selectedItems().isEmpty();
-}
-
-// ---- console notifications
-
-void MainDialog::djcntfLevel(const LDBMC& level, long id)
-{
-    if (_consolePanel && id == DJConsole::kMainPlayerId) {
-        _consolePanel->SetMasterLevel(level);
-    }
-}
-
-void MainDialog::djcntfStopRecording()
-{
-    if (_consolePanel && _consolePanel->IsRecording()) {
-        _consolePanel->StopRecording();
-        _bottomPanel->SetRecordingMode(false);
-    }
-}
-
-bool MainDialog::djcntfIsRecording()
-{
-    return _consolePanel && _consolePanel->IsRecording();
-}
-
-void MainDialog::djcntfShowMessage(const char* text, const char* title)
-{
-    QMessageBox::warning(GetWidget(), QString::fromUtf8(title ? title : ""), QString::fromUtf8(text ? text : ""));
-}
