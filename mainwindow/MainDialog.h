@@ -52,7 +52,8 @@ enum MainTimer : int {
 // Its work is split by theme over several files: MainDialog.cpp (life cycle and layout),
 // MainDialogDecks.cpp (tracks onto decks, what the decks report, the Deck column),
 // MainDialogCommands.cpp (the command table, menus, enabled states) and MainDialogLibrary.cpp
-// (the list, the add, remove and export commands, sorting and reordering).
+// (the list, the add, remove and export commands, sorting and reordering) and
+// MainDialogBPM.cpp (editing a track's BPM).
 class MainDialog : public LWindow,
                    public DJConsoleNotify,
                    public DJMainWindowLink,
@@ -121,7 +122,11 @@ public:
     void RefreshMenu();
     // Whether a menu command can be used now (false also for unknown ids).
     bool IsMenuCommandEnabled(int id) const;
-    // Part 5.2's dialog for the entry at list row `row`; nothing for -1.
+
+    // ---- BPM editing (MainDialogBPM.cpp)
+
+    // The BPM dialog for the entry at list row `row`; nothing for -1. The result goes to the
+    // entry, the list and any deck that holds the track.
     void EditBPM(int row);
 
     // ---- tracks onto decks (MainDialogDecks.cpp)
@@ -211,6 +216,8 @@ private:
     DJDeckGUI& _Panel(DJDeckPosition position) { return *_deckPanel[position]; }
     // The library item of list row `row`, or null.
     LPlayItem* _ItemOfRow(int row);
+
+    // ---- MainDialogBPM.cpp
 
     // ---- MainDialogLibrary.cpp
     void _BuildLibraryList();

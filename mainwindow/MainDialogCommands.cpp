@@ -71,7 +71,6 @@ void MainDialog::CmAddCD() {}
 void MainDialog::EvContextMenu() {}
 void MainDialog::RefreshMenu() {}
 bool MainDialog::IsMenuCommandEnabled(int id) const { return MainMenuCommandAvailable(id); }
-void MainDialog::EditBPM(int /*row*/) {}
 void MainDialog::_DeckCommand(int /*id*/) {}
 void MainDialog::_EffectCommand(DJDeckGUI& /*panel*/, int /*effect*/) {}
 void MainDialog::_CrossfadeCommand(int /*id*/) {}

@@ -1,0 +1,3 @@
+#include "mainwindow/MainDialog.h"
+
+void MainDialog::EditBPM(int /*row*/) {}
