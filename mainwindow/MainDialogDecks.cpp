@@ -96,6 +96,11 @@ bool MainDialog::_StartLoad(DJDeckPosition position, int row)
     const int beatOffset = parms.GetInt("beatoffset", 0);
     const int cueMark = parms.GetInt("cuemarkpos", 0);
     const LSoundTime time(MainTrackTimeMs(parms.GetInt("length", 0), parms.GetInt("samplerate", kDefaultSampleRate)));
+    if (_conversionsPending[position] == 0 && _converter[position].IsBusy()) {
+        // The last job has reported and its thread is only returning: a load right after
+        // another must not be refused for that.
+        _converter[position].WaitForThreadEnd();
+    }
     _Panel(position).ClearDeck();
     deck->SetLoading(true);
     auto* owner = reinterpret_cast<OpaqueWindowPtr*>(GetWidget());
