@@ -241,11 +241,12 @@ LPlayItem* MainDialog::_ItemOfRow(int row)
 
 int MainDialog::_RowOfCachedFile(int row, const std::string& cachedPath)
 {
-    // The list may have been sorted or changed while the track was converting.
+    // The list may have been sorted or changed while the track was converting. A deck given
+    // the track's own file (no cached copy) holds that track too.
     const std::string_view name = MainDeckSourceName(cachedPath);
     const auto holds = [&](int r) {
         const LPlayItem* item = _ItemOfRow(r);
-        return item && MainFileNameOf(item->GetPath()) == name;
+        return item && (MainFileNameOf(item->GetPath()) == name || cachedPath == item->GetPath());
     };
     if (holds(row)) {
         return row;

@@ -311,7 +311,10 @@ TEST_F(MainDialogDecks, BeatsFoundByTheScanGoToTheBpmCellAndTheLibraryFile)
     ASSERT_TRUE(WriteStereoWave(clicks, MakeClickTrain(train)));
     Open({Tone("other.wav"), clicks});
     LoadAndWait(kDeckRight, 1);
-    ASSERT_TRUE(QtTestWaitFor([&] { return !List().GetCell(1, kColumnBPM).empty(); }));
+    ASSERT_TRUE(QtTestWaitFor([&] {
+        const int found = Deck(kDeckRight).GetBeatFrequency();
+        return found > 0 && List().GetCell(1, kColumnBPM) == MainBpmText(found);
+    }));
 
     const int period = Deck(kDeckRight).GetBeatFrequency();
     ASSERT_GT(period, 0);
