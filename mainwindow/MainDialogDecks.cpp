@@ -115,7 +115,7 @@ bool MainDialog::_StartLoad(DJDeckPosition position, int row)
 
 bool MainDialog::IsDeckConverting(DJDeckPosition position) const
 {
-    return _converter[position].IsBusy();
+    return (position == kDeckLeft || position == kDeckRight) && _converter[position].IsBusy();
 }
 
 void MainDialog::fcntfProgress(int percent, int deck)

@@ -337,6 +337,31 @@ TEST_F(MainDialogDecks, BeatsFoundByTheScanGoToTheBpmCellAndTheLibraryFile)
     EXPECT_EQ(Deck(kDeckLeft).GetBeatFrequency(), period);
 }
 
+TEST_F(MainDialogDecks, ReportsWithAbsurdNumbersChangeNothing)
+{
+    Open({Tone("one.wav")});
+    LoadAndWait(kDeckLeft, 0);
+    const size_t alertsBefore = alerts.size();
+    for (int deck : {-1, 2, 1 << 30}) {
+        dialog->fcntfProgress(50, deck);
+        dialog->fcntfComplete(true, "/nowhere.wav", deck, 0, 0, LSoundTime(1000), 0, 0);
+        dialog->fcntfComplete(false, "/nowhere.wav", deck, 0, 0, LSoundTime(1000), 0, 0);
+        dialog->AddFileToDeck(static_cast<DJDeckPosition>(deck), 0);
+        dialog->ClearListViewDeck(static_cast<DJDeckPosition>(deck));
+        EXPECT_FALSE(dialog->IsDeckConverting(static_cast<DJDeckPosition>(deck)));
+    }
+    for (long data : {-1L, 0L, 236L + 1000, 329L - 1, 316L + 1}) {
+        for (int message : {1, 2, 3, 99}) {
+            dialog->EvInterWinMessage(message, data, 0);
+        }
+    }
+    EXPECT_EQ(alerts.size(), alertsBefore);
+    EXPECT_EQ(dialog->GetRowOnDeck(kDeckLeft), 0);
+    EXPECT_TRUE(Deck(kDeckLeft).IsLoaded());
+    EXPECT_EQ(DeckCell(0), "A");
+    EXPECT_EQ(Panel(kDeckLeft).GetWaveDetailed().GetLoadProgress(), DJWaveDetailed::kNoProgress);
+}
+
 TEST_F(MainDialogDecks, MovedCueMarkIsStoredForTheDecksRow)
 {
     Open({Tone("one.wav"), Tone("two.wav")});
