@@ -51,11 +51,11 @@ std::string _SettingsFile()
 
 // Where a setting of the "Settings" section is changed while the preferences have no page
 // for it.
-std::string _WhereToSet(const char* keys, const char* example)
+std::string _WhereToSet(const char* keys, const char* example, bool restart)
 {
     return std::string("The setting ") + keys + " is kept in the section \"" + kDeckSettingsSection + "\" of " +
            _SettingsFile() + "; change it with\n\n    orvane-tool settings set " + kDeckSettingsSection + " " +
-           example + "\n\nand start Orvane again.";
+           example + (restart ? "\n\nand start Orvane again." : "");
 }
 
 DJDeckPosition _Other(DJDeckPosition position)
@@ -411,7 +411,7 @@ void MainDialog::CheckOutputChannels()
                            std::string(kChannelsText) + "\n\n" +
                                _WhereToSet("MainOutputLeft, MainOutputRight, HeadphoneOutputLeft and "
                                            "HeadphoneOutputRight (channel numbers from 0, -1 for none)",
-                                           "HeadphoneOutputLeft 2"));
+                                           "HeadphoneOutputLeft 2", true));
 }
 
 // ---- rows dragged onto the decks
@@ -495,16 +495,17 @@ std::string MainDialog::_RecordingRefusal() const
     // automatic names in an existing folder can start a recording.
     char folder[kLTextBytes];
     _LUserSettingGetString(kDeckSettingsSection, "DefaultRecordFolder", "", folder);
-    if (folder[0] && !LFile::IsFolder(folder)) {
-        return _Format("The recording folder %s does not exist.", folder) + "\n\n" +
-               _WhereToSet("DefaultRecordFolder", "DefaultRecordFolder /path/to/folder");
-    }
+    const char* folderExample = "DefaultRecordFolder /path/to/folder";
     if (!folder[0]) {
-        return "No recording folder is set.\n\n" + _WhereToSet("DefaultRecordFolder", "DefaultRecordFolder /path/to/folder");
+        return "No recording folder is set.\n\n" + _WhereToSet("DefaultRecordFolder", folderExample, false);
+    }
+    if (!LFile::IsFolder(folder)) {
+        return _Format("The recording folder %s does not exist.", folder) + "\n\n" +
+               _WhereToSet("DefaultRecordFolder", folderExample, false);
     }
     if (!LUserSettingGetBool(kDeckSettingsSection, "AutoRecordFileName", false)) {
-        return std::string("Recordings are named by date and time once automatic file names are on.\n\n") +
-               _WhereToSet("AutoRecordFileName", "AutoRecordFileName 1");
+        return std::string("Recording can start once automatic file names (by date and time) are on.\n\n") +
+               _WhereToSet("AutoRecordFileName", "AutoRecordFileName 1", false);
     }
     return "";
 }
