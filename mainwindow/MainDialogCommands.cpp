@@ -10,6 +10,7 @@
 #include "engine/CmdCounts.h"
 #include "files/LCmdLineDecode.h"
 #include "files/LGenSource.h"
+#include "mainwindow/MainDeckRules.h"
 #include "mainwindow/MainMenus.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
@@ -441,7 +442,9 @@ void MainDialog::_ReloadEditedTrack(int row, LPlayItem& item, const std::string&
     std::vector<DJDeckPosition> cleared;
     for (DJDeckPosition position : {kDeckLeft, kDeckRight}) {
         DJDeckGUI* panel = _deckPanel[position].get();
-        if (panel && panel->GetDeck() && MainDeckPlaysItem(item.GetPath(), panel->GetDeck()->GetTrackPath())) {
+        const std::string_view source = panel && panel->GetDeck() ? MainDeckSourceName(panel->GetDeck()->GetTrackPath())
+                                                                  : std::string_view();
+        if (!source.empty() && source == MainFileNameOf(item.GetPath())) {
             panel->ClearDeck();
             cleared.push_back(position);
         }
@@ -453,7 +456,7 @@ void MainDialog::_ReloadEditedTrack(int row, LPlayItem& item, const std::string&
         const int length = std::max(source->GetEndSample(), 0);
         item.Parms().SetInt("length", length);
         char text[32];
-        LSoundTime::FromFrames(length, kEditedTrackRate)._GetTextHMMSSF(text);
+        LSoundTime(MainTrackTimeMs(length, kEditedTrackRate))._GetTextHMMSSF(text);
         _list->SetCell(row, kColumnTime, text);
     }
     source.Close();

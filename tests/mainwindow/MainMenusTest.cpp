@@ -335,27 +335,6 @@ TEST(MainMenusTest, GvfsRootsFollowTheRuntimeFolder)
     EXPECT_EQ(roots[1].rfind("/run/user/", 0), 0u);
 }
 
-TEST(MainMenusTest, DeckPlaysItemComparesFileNamesOnly)
-{
-    const struct {
-        const char* item;
-        const char* deck;
-        bool same;
-    } cases[] = {
-        {"/music/a.mp3", "/cache/a.mp3.wav", true},
-        {"/other/a.mp3", "/cache/a.mp3.wav", true},
-        {"/music/a.mp3", "/cache/b.mp3.wav", false},
-        {"/music/a.mp3", "/cache/a.mp3", false},
-        {"/music/a.mp3", "/cache/a.mp3.x.wav", false},
-        {"/music/a", "/cache/a.wav", true},
-        {"/music/a.mp3", "", false},
-        {"", "/cache/.wav", false},
-        {"/music/A.mp3", "/cache/a.mp3.wav", false},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(MainDeckPlaysItem(c.item, c.deck), c.same) << c.item << " / " << c.deck;
-}
-
 TEST(MainMenusTest, AboutAndSettingsTextsSayWhatTheyShould)
 {
     const std::string about = MainAboutText();
