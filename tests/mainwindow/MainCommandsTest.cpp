@@ -441,3 +441,44 @@ TEST_F(MainCommands, PreferencesSayWhereTheSettingsLive)
     EXPECT_NE(text.find(LSettingsPath(LSettingUser::kCurrentUser)), std::string::npos) << text;
     EXPECT_NE(text.find("orvane-tool settings set"), std::string::npos) << text;
 }
+
+TEST_F(MainCommands, SetCueMarkStoresTheDecksCueInItsTrack)
+{
+    Open({Tone("one.wav", 2), Tone("two.wav", 2)});
+    LoadAndWait(kDeckRight, 1);
+    const LPlayList& list = dialog->GetLibrary().GetList();
+    ASSERT_STREQ(list.GetItem(1)->Parms().GetParm("cuemarkpos", "none"), "none");
+    Deck(kDeckRight).Seek(22050);
+    dialog->Command(kCmSetCueMarkB);
+    EXPECT_EQ(std::string(list.GetItem(1)->Parms().GetParm("cuemarkpos", "none")),
+              std::to_string(Deck(kDeckRight).GetCueMark()));
+    EXPECT_STREQ(list.GetItem(0)->Parms().GetParm("cuemarkpos", "none"), "none");
+}
+
+// Every command, with nothing loaded and again after the window went down: nothing breaks.
+// Left out: those that open a modal box of their own (About, the context menu) and Quit.
+TEST_F(MainCommands, EveryCommandIsSafeOnAnEmptyWindowAndAfterItWentDown)
+{
+    const std::string bin = home / "bin";
+    fs::create_directories(bin);
+    WriteScript(bin + "/xdg-open", "exit 0\n");  // no real file manager from a test
+    PathInFront path(bin);
+    Open();
+    std::vector<int> ids = {-1, 0, 1, 99999, kCmWindowMinimize, kCmWindowMaximize, kCmWindowMaximize,
+                            kCmWindowBringToFront, kCmHelpLinkFirst};
+    for (int id = 200; id <= 400; ++id) {
+        if (id != kCmListContextMenu) {
+            ids.push_back(id);
+        }
+    }
+    for (int id : ids) {
+        dialog->Command(id);
+    }
+    EXPECT_EQ(dialog->GetLibrary().GetList().Count(), 0u);
+    dialog->MainWindowDestroyCommon();
+    for (int id : ids) {
+        dialog->Command(id);
+    }
+    dialog->EnableControls();
+    dialog->RefreshMenu();
+}
