@@ -16,6 +16,7 @@
 #include "ui/DJConsoleGUI.h"
 #include "ui/DJDeckGUI.h"
 #include "ui/LDBEditCustom.h"
+#include "ui/LProgressViewQt.h"
 
 #include <QAction>
 #include <QMenuBar>
@@ -375,11 +376,6 @@ void MainDialog::_OpenRecordingFolder()
     }).detach();
 }
 
-OpaqueWindowPtr* MainDialog::_Owner() const
-{
-    return reinterpret_cast<OpaqueWindowPtr*>(GetWidget());
-}
-
 void MainDialog::CmEditWithSonivex()
 {
     if (!_prompts || !_list) {
@@ -403,7 +399,8 @@ void MainDialog::CmEditWithSonivex()
     if (!FileConversion::MakeCachedPath(cached, source.c_str())) {
         return;
     }
-    if (!LFile::Exists(cached) && !FileConverter::ConvertWithProgressDialog(_Owner(), source.c_str(), cached)) {
+    if (!LFile::Exists(cached) &&
+        !FileConverter::ConvertWithProgressDialog(LOpaqueWindowOf(GetWidget()), source.c_str(), cached)) {
         return;
     }
     if (!_RunWaveEditor(cached)) {
@@ -424,7 +421,7 @@ bool MainDialog::_RunWaveEditor(const std::string& cachedPath)
     }
     // The setting is a command line of the user's own; only the file is quoted.
     _CommandWait wait(kEditorTitle, editor + " " + MainShellQuote(cachedPath));
-    if (!wait.Open(_Owner())) {
+    if (!wait.Open(LOpaqueWindowOf(GetWidget()))) {
         return false;
     }
     if (wait.GetResult() == kProcessFailed) {

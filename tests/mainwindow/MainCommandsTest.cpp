@@ -171,7 +171,8 @@ TEST_F(MainCommands, DeckAndMasterLevelsStepByOneAndStopAtTheFadersEnds)
     const Fader faders[] = {
         {kCmDeckVolumeUpA, kCmDeckVolumeDownA, [&]() -> LDBEditCustom& { return Panel(0).GetVolumeControl(); }},
         {kCmDeckVolumeUpB, kCmDeckVolumeDownB, [&]() -> LDBEditCustom& { return Panel(1).GetVolumeControl(); }},
-        {kCmMasterVolumeUp, kCmMasterVolumeDown, [&]() -> LDBEditCustom& { return dialog->GetConsolePanel()->GetVolume(); }},
+        {kCmMasterVolumeUp, kCmMasterVolumeDown,
+         [&]() -> LDBEditCustom& { return dialog->GetConsolePanel()->GetVolume(); }},
     };
     for (const Fader& fader : faders) {
         LDBEditCustom& control = fader.control();
@@ -421,7 +422,8 @@ TEST_F(MainCommands, OpenRecordingFolderMakesTheFolderAndHandsItToTheFileManager
     const std::string bin = home / "bin";
     fs::create_directories(bin);
     const std::string argument = home / "opened";
-    WriteScript(bin + "/xdg-open", "printf '%s' \"$1\" > " + argument + ".tmp && mv " + argument + ".tmp " + argument + "\n");
+    WriteScript(bin + "/xdg-open",
+                "printf '%s' \"$1\" > " + argument + ".tmp && mv " + argument + ".tmp " + argument + "\n");
     PathInFront path(bin);
     Open();
     const std::string folder = home / "my recordings/new";
