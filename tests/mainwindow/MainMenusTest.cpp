@@ -326,21 +326,9 @@ TEST(MainMenusTest, AudioCDsAreTheMountedCddaFolders)
               (std::vector<std::string>{other + "/cdda:host=sr0", root + "/cdda:host=sr1"}));
 }
 
-TEST(MainMenusTest, GvfsRootsFollowTheRuntimeFolder)
-{
-    TestHome home;  // XDG_RUNTIME_DIR into the home
-    const std::vector<std::string> roots = MainGvfsRoots();
-    ASSERT_EQ(roots.size(), 2u);
-    EXPECT_EQ(roots[0], home / "run/gvfs");
-    EXPECT_EQ(roots[1].rfind("/run/user/", 0), 0u);
-}
-
-TEST(MainMenusTest, AboutAndSettingsTextsSayWhatTheyShould)
+TEST(MainMenusTest, AboutTextNamesTheProgramAndItsVersion)
 {
     const std::string about = MainAboutText();
     EXPECT_NE(about.find(ORVANE_PRODUCT), std::string::npos);
     EXPECT_NE(about.find(ORVANE_VERSION), std::string::npos);
-    const std::string settings = MainSettingsText("/home/u/.config/Orvane/settings.xml");
-    EXPECT_NE(settings.find("/home/u/.config/Orvane/settings.xml"), std::string::npos);
-    EXPECT_NE(settings.find("orvane-tool settings set"), std::string::npos);
 }
