@@ -33,10 +33,12 @@ constexpr int kListTop = 404;            // pixels below the content's top
 constexpr int kListBottomMargin = 36;    // pixels from the list's bottom to the content's
 constexpr int kPanelMargin = 5;          // pixels
 
-std::string _Setting(const char* key)
+constexpr char kProgramSettingsSection[] = "Settings";
+
+std::string _Setting(const char* key, const char* section = MainDialog::kSettingsSection)
 {
     char value[kLTextBytes];
-    _LUserSettingGetString(MainDialog::kSettingsSection, key, "", value);
+    _LUserSettingGetString(section, key, "", value);
     return value;
 }
 
@@ -120,7 +122,7 @@ bool MainDialog::MainWindowInitCommon()
     _initialised = true;
     window->setMinimumSize(kMainWindowMinWidth, kMainWindowMinHeight + _ChromeHeight());
     _Place();
-    LUserSettingSetString("Settings", "FirstRun", "1");
+    LUserSettingSetString(kProgramSettingsSection, "FirstRun", "1");
     window->show();
     window->raise();
     window->activateWindow();
@@ -156,10 +158,10 @@ void MainDialog::InitDialog()
     _console.UpdateDevice();
     TimerSet(kTimerOutputChannelCheck, 0);
     _list->SetFocus();
-    if (_Setting("DefaultRecordFolder").empty()) {
+    if (_Setting("DefaultRecordFolder", kProgramSettingsSection).empty()) {
         char folder[LFile::kPathBytes];
         if (LFile::GetUserDataFolderAppSubFolder(LFile::kRecordingFolder, folder)) {
-            LUserSettingSetString("Settings", "DefaultRecordFolder", folder);
+            LUserSettingSetString(kProgramSettingsSection, "DefaultRecordFolder", folder);
         }
     }
 }
