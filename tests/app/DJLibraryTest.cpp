@@ -436,6 +436,16 @@ TEST_F(DJLibraryTest, AFolderOfThousandsOfFilesIsAddedWhole)
     EXPECT_TRUE(process.errors.empty());
     EXPECT_TRUE(std::is_sorted(process.progress.begin(), process.progress.end()));
     EXPECT_DOUBLE_EQ(process.progress.back(), 1.0);
+
+    // Counting so many answers Cancel before any file is added.
+    DJLibrary other;
+    RecordingProcess impatient;
+    impatient.stopAfter = 0;
+    DJAddFolder again{other, home / "big"};
+    EXPECT_EQ(Process(impatient, again), kProcessStopped);
+    EXPECT_EQ(impatient.questions, 1);
+    EXPECT_TRUE(other.GetList().IsEmpty());
+    EXPECT_FALSE(again.counted);
 }
 
 }  // namespace
