@@ -297,6 +297,24 @@ void DJLibrary::RemoveItem(int index)
     _ForgetNames();
 }
 
+void DJLibrary::RemoveItems(std::vector<int> indexes)
+{
+    std::sort(indexes.begin(), indexes.end());
+    if (indexes.size() == 1) {
+        RemoveItem(indexes.front());
+        return;
+    }
+    std::vector<std::unique_ptr<LPlayItem>> kept;
+    kept.reserve(_list.Count());
+    for (const auto& item : _list.GetItems())
+        if (!std::binary_search(indexes.begin(), indexes.end(), item->GetIndex()))
+            kept.push_back(std::make_unique<LPlayItem>(*item));
+    _list.Clear();
+    for (auto& item : kept)
+        _list.AddItem(std::move(item));
+    _ForgetNames();
+}
+
 void DJLibrary::Clear()
 {
     _list.Clear();

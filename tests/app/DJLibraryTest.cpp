@@ -269,6 +269,27 @@ TEST_F(DJLibraryTest, AProcessKilledWhileSavingLeavesTheLibraryWhole)
     EXPECT_TRUE(back.LoadFrom(file));
 }
 
+TEST_F(DJLibraryTest, RemovingSeveralEntriesKeepsTheRestInOrderAndFreesTheirNames)
+{
+    DJLibrary library;
+    std::vector<std::string> tracks;
+    for (int i = 0; i < 6; ++i) {
+        tracks.push_back(Track("r/t" + std::to_string(i) + ".wav"));
+        ASSERT_TRUE(library.LoadSingleFile(tracks.back().c_str(), process));
+    }
+    library.RemoveItems({4, 1, 1, 9, -1});
+    EXPECT_EQ(Paths(library), (std::vector<std::string>{tracks[0], tracks[2], tracks[3], tracks[5]}));
+    int index = 0;
+    for (const auto& item : library.GetList().GetItems())
+        EXPECT_EQ(item->GetIndex(), index++);
+    EXPECT_TRUE(library.LoadSingleFile(tracks[4].c_str(), process));  // its name is free again
+    library.RemoveItems({0});
+    EXPECT_EQ(Paths(library), (std::vector<std::string>{tracks[2], tracks[3], tracks[5], tracks[4]}));
+    library.RemoveItems({});
+    EXPECT_EQ(library.GetList().Count(), 4u);
+    EXPECT_TRUE(process.errors.empty());
+}
+
 // ---- bad input for the add tasks
 
 std::string NameOf(const std::string& path)
