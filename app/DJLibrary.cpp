@@ -199,7 +199,8 @@ void DJLibrary::RefuseLongPath(const char* folder, const char* name)
 {
     if (!_opener.IsSupported(name) && !LPlayList::IsPlayListFile(name))
         return;
-    _Unreadable(_Printable(name), "path too long", "The path of " + _Printable(name) + " in " + _Printable(folder) + " is too long.");
+    const std::string printable = _Printable(name);
+    _Unreadable(printable, "path too long", "The path of " + printable + " in " + _Printable(folder) + " is too long.");
 }
 
 void DJLibrary::_Unreadable(const std::string& name, const char* reason, const std::string& detail)

@@ -380,7 +380,8 @@ TEST_F(DJLibraryTest, UnreadableFilesAreReported)
             _exit(3);
         DJLibrary library;
         DJAddFolder task{library, home / "locked"};
-        const bool ok = Process(process, task) == kProcessFinished && Paths(library) == std::vector<std::string>{open} &&
+        const bool ok = Process(process, task) == kProcessFinished &&
+                        Paths(library) == std::vector<std::string>{open} &&
                         process.errors == std::vector<std::string>{"secret.wav: can't be read."};
         if (asRoot)
             _exit(ok ? 0 : 1);

@@ -398,7 +398,8 @@ TEST_F(MainDialogLibraryTest, APlaylistIsAddedAndWithAutoPlayItsFirstRowSelected
     dialog.CmAutoPlay();
     script.paths = {home / "p/set.m3u"};
     dialog.CmBrowseLoadPlaylist();
-    EXPECT_EQ(script.asked.at(0), "file|Load Playlist File|Playlist Files (*.pls *.m3u *.asx *.xml)||" + home / "Music");
+    EXPECT_EQ(script.asked.at(0),
+              "file|Load Playlist File|Playlist Files (*.pls *.m3u *.asx *.xml)||" + home / "Music");
     EXPECT_EQ(Column(kColumnTitle), (Strings{"one", "two"}));
     EXPECT_EQ(List().GetSelectedRows(), std::vector<int>{0});
     ASSERT_EQ(gViews.errors.size(), 1u);
