@@ -6,9 +6,12 @@
 #include "support/QtTestApp.h"
 #include "support/TestHome.h"
 #include "ui/DJDeckGUI.h"
+#include "ui/LProgressViewQt.h"
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -434,6 +437,37 @@ TEST_F(MainDialogLibraryTest, BadEntriesInADropAreReportedInOneAlertAndTheRestIs
     EXPECT_EQ(titles, (Strings{"good", "\xff odd"}));
     ASSERT_EQ(gViews.errors.size(), 1u);
     EXPECT_EQ(gViews.errors[0].rfind("Adding Files..|3 files could not be added:", 0), 0u) << gViews.errors[0];
+}
+
+TEST_F(MainDialogLibraryTest, TheProgressWindowMovesOnALongFolderAndCancelKeepsWhatWasAdded)
+{
+    LSetProgressViewFactory(LMakeProgressViewQt);  // the program's own window this time
+    const int files = 1000;
+    for (int i = 0; i < files; ++i)
+        Track("long/t" + std::to_string(i) + ".wav", 0.01);
+    int percentSeen = 0;
+    QTimer user;
+    QObject::connect(&user, &QTimer::timeout, [&] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->objectName() != kProgressWindowName || !window->isVisible())
+                continue;
+            auto* bar = window->findChild<QProgressBar*>(kProgressBarName);
+            auto* cancel = window->findChild<QPushButton*>(kProgressCancelName);
+            percentSeen = std::max(percentSeen, bar->value());
+            if (percentSeen > 0 && cancel->isEnabled())
+                cancel->click();
+        }
+    });
+    user.start(10);
+    dialog.AddPaths({home / "long"});
+    user.stop();
+    EXPECT_GT(percentSeen, 0);
+    const int added = List().GetRowCount();
+    EXPECT_GT(added, 0);
+    EXPECT_LT(added, files);
+    DJLibrary saved;  // what was added before Cancel is kept
+    ASSERT_TRUE(saved.Load());
+    EXPECT_EQ(saved.GetList().Count(), static_cast<size_t>(added));
 }
 
 // The program's own file dialogs: a save name without extension gets the chosen type's, and
