@@ -14,7 +14,6 @@
 #include <QItemSelectionModel>
 #include <QMimeData>
 #include <QPointer>
-#include <QScrollBar>
 #include <QStyle>
 #include <QTimer>
 

@@ -205,8 +205,8 @@ TEST(ListViewKeys, TimeKeyReadsEveryFormAndRefusesOddTexts)
         {" 0:00 ", true, 0.0},       {"10:00:00.0", true, 36000}, {"0:59.9", true, 59.9},
         {"", false, 0},              {"-", false, 0},           {"1:2:3:4", false, 0},
         {"a:00", false, 0},          {"1::00", false, 0},       {":30", false, 0},
-        {"1:30.", true, 90.0},       {"1.5:30", false, 0},      {"-1:00", false, 0},
-        {"1:00.1.2", false, 0},      {"12abc", false, 0},
+        {"1:30.", true, 90.0},       {"1.5:30", false, 0},      {"-0:01:00.5", true, -60.5},
+        {"1:00.1.2", false, 0},      {"12abc", false, 0},       {"--1:00", false, 0},
     };
     for (const Case& c : cases) {
         const LListViewValueKey key = LListViewTimeKey(c.text);
