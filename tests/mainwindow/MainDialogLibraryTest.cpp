@@ -1,6 +1,7 @@
 #include "mainwindow/MainDialog.h"
 
 #include "app/LSettings.h"
+#include "app/LTrackOpener.h"
 #include "base/LFile.h"
 #include "engine/ConsoleTestSupport.h"
 #include "support/QtTestApp.h"
@@ -107,6 +108,21 @@ public:
     }
 };
 
+// The program's own opener, made to take at least `waitMs` per file by turning the task's
+// events meanwhile, so a test can rely on a long add on any machine.
+class PacedOpener : public LTrackOpener {
+public:
+    PacedOpener() { LSetTrackOpener(this); }
+    ~PacedOpener() override { LSetTrackOpener(nullptr); }
+    bool Open(const char* path, LTrackFacts& facts, LProcessInterface& process) const override
+    {
+        if (waitMs > 0)
+            process.ProcessWait(static_cast<unsigned int>(waitMs));
+        return LTrackOpener::Open(path, facts, process);
+    }
+    int waitMs = 0;
+};
+
 Strings Paths(const LPlayList& list)
 {
     Strings out;
@@ -181,6 +197,7 @@ protected:
     TestHome home;
     Capture capture{home / "capture.wav"};
     PromptScript script;
+    PacedOpener opener;  // before the window, whose library takes the opener in use
     MainDialog dialog{{home / "counts.txt"}};
 };
 
@@ -443,6 +460,7 @@ TEST_F(MainDialogLibraryTest, TheProgressWindowMovesOnALongFolderAndCancelKeepsW
 {
     LSetProgressViewFactory(LMakeProgressViewQt);  // the program's own window this time
     const int files = 1000;
+    opener.waitMs = 5;  // the add takes 5 s at least: far beyond the window's delay
     for (int i = 0; i < files; ++i)
         Track("long/t" + std::to_string(i) + ".wav", 0.01);
     int percentSeen = 0;
