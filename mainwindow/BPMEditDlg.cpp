@@ -144,7 +144,12 @@ BPMTapTempo::Result BPMTapTempo::Tap(int64_t nowMs)
 // deletes itself.
 class BPMEditDlg::_ScanMailbox final : public FileConverterNotify, public FileConverterNotifyHandler {
 public:
-    explicit _ScanMailbox(BPMEditDlg& owner) : FileConverterNotifyHandler(static_cast<FileConverterNotify&>(*this)), _owner(&owner) {}
+    explicit _ScanMailbox(BPMEditDlg& owner)
+        : FileConverterNotifyHandler(static_cast<FileConverterNotify&>(*this)), _owner(&owner)
+    {
+        ++_count;
+    }
+    static int GetCount() { return _count; }
 
     void JobStarted() { _jobRunning = true; }
     // The dialog ends: the mailbox goes now, or when the running job's report arrives.
@@ -181,13 +186,19 @@ protected:
     }
 
 private:
-    ~_ScanMailbox() override = default;
+    ~_ScanMailbox() override { --_count; }
 
+    static inline int _count = 0;  // interface thread only
     BPMEditDlg* _owner;
     bool _jobRunning = false;
 };
 
 BPMEditDlg::BPMEditDlg() : _mailbox(new _ScanMailbox(*this)) {}
+
+int BPMEditDlg::GetConversionMailboxCount()
+{
+    return _ScanMailbox::GetCount();
+}
 
 BPMEditDlg::~BPMEditDlg()
 {

@@ -125,6 +125,10 @@ public:
     // The detector's result, on the interface thread.
     void bdntfDone(int beatfreq, int beatoffset) override;
 
+    // Dialogs' conversion mailboxes alive: one for each dialog, and one for each ended dialog
+    // whose conversion has not yet reported its end.
+    static int GetConversionMailboxCount();
+
     bool IsConverting() const { return _converter.IsBusy(); }
     bool IsScanning() const { return _scanning; }
 
