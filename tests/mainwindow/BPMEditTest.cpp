@@ -1,7 +1,11 @@
 #include "mainwindow/BPMEditDlg.h"
 
 #include "analysis/ClickTrain.h"
+#include "app/LSettings.h"
 #include "base/LEventQueue.h"
+#include "base/LFile.h"
+#include "engine/ConsoleTestSupport.h"
+#include "mainwindow/MainDialog.h"
 #include "support/QtTestApp.h"
 #include "support/TestHome.h"
 
@@ -12,6 +16,7 @@
 #include <QPushButton>
 
 #include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <climits>
 #include <clocale>
@@ -351,5 +356,204 @@ TEST_F(BPMEditTest, WindowCancelAndCloseBoxLeaveTheValue)
         }
         EXPECT_FALSE(window->isVisible());
         EXPECT_DOUBLE_EQ(bpm, 128);
+    }
+}
+
+// ---- the main window's BPM edit
+
+namespace {
+
+// Prompts that keep alerts and answer nothing.
+class QuietPrompts : public MainUserPrompts {
+public:
+    explicit QuietPrompts(std::vector<std::string>& alerts) : _alerts(alerts) {}
+    void Alert(const std::string& title, const std::string& text) override { _alerts.push_back(title + "|" + text); }
+    bool AskYesNo(const std::string&, const std::string&) override { return false; }
+    std::vector<std::string> ChooseFiles(const std::string&, const std::string&, const std::string&) override
+    {
+        return {};
+    }
+    std::string ChooseFile(const std::string&, const std::string&, const std::string&) override { return ""; }
+    std::string ChooseFolder(const std::string&, const std::string&, const std::string&) override { return ""; }
+    std::string ChooseSaveFile(const std::string&, const std::string&, const std::string&,
+                               const std::string&) override
+    {
+        return "";
+    }
+    int ChooseItem(const std::string&, const std::string&, const std::vector<std::string>&) override { return -1; }
+
+private:
+    std::vector<std::string>& _alerts;
+};
+
+// A main window whose BPM dialog is answered by a script: the text typed before OK, or a
+// cancel. The answer goes through the dialog's own OK check.
+class AnsweredWindow : public MainDialog {
+public:
+    using MainDialog::MainDialog;
+
+    bool cancel = false;
+    std::string typed;
+    int opened = 0;
+    std::string seenTitle, seenPath;
+    double seenBpm = -1;
+
+private:
+    bool _RunBPMEditDlg(double& bpm, const char* title, const char* path) override
+    {
+        ++opened;
+        seenTitle = title;
+        seenPath = path;
+        seenBpm = bpm;
+        if (cancel) {
+            return false;
+        }
+        auto view = std::make_unique<ScriptedView>();
+        ScriptedView& shown = *view;
+        BPMEditDlg dialog;
+        dialog.SetView(std::move(view));
+        dialog.Begin(nullptr, &bpm, title, path);
+        shown.input = typed;
+        return dialog.CmOk() && shown.closed == 1;
+    }
+};
+
+class EditBPMTest : public testing::Test {
+protected:
+    void SetUp() override { QtTestApp(); }
+    void TearDown() override
+    {
+        if (window) {
+            window->MainWindowDestroyCommon();
+        }
+    }
+
+    // The window with a library of `count` tracks "Song 0".. with BPM fields, or none for the
+    // track of `bare`.
+    void Open(int count, int bare = -1)
+    {
+        window = std::make_unique<AnsweredWindow>(MainDialogFiles{home / "counts.txt"});
+        window->SetUserPrompts(std::make_unique<QuietPrompts>(alerts));
+        ASSERT_TRUE(window->MainWindowInitCommon());
+        for (int i = 0; i < count; ++i) {
+            const std::string path = home / ("song" + std::to_string(i) + ".wav");
+            ASSERT_TRUE(WriteStereoWave(path, MakeTone(2, 440, 8000, true, true)));
+            auto item = std::make_unique<LPlayItem>(path.c_str());
+            if (i != bare) {
+                LHashTable& fields = item->Parms();
+                fields.SetString("title", ("Song " + std::to_string(i)).c_str());
+                fields.SetString("bpm", "99.50");
+                fields.SetInt("beatfreq", 26593);
+                fields.SetInt("beatoffset", 1234);
+                fields.SetInt("samplerate", 44100);
+            }
+            window->GetLibrary().GetList().AddItem(std::move(item));
+        }
+        window->RefreshLibraryList();
+    }
+    LHashTable& Fields(int index) { return window->GetLibrary().GetList().GetItem(size_t(index))->Parms(); }
+    std::string Cell(int row) { return window->GetList()->GetCell(row, kColumnBPM); }
+    std::string LibraryFile() { return ReadWholeFile(DJLibrary::GetLibraryFilePath()); }
+
+    TestHome home;
+    Capture capture{home / "capture.wav"};
+    std::vector<std::string> alerts;
+    std::unique_ptr<AnsweredWindow> window;
+};
+
+}  // namespace
+
+TEST_F(EditBPMTest, TheAnswerGoesToTheEntryTheListAndTheLibraryFile)
+{
+    struct Case {
+        const char* typed;
+        bool cancel;
+        const char* bpm;
+        int beatfreq, beatoffset;
+        const char* refreshed;  // the BPM cell after the list is built again
+    };
+    const Case cases[] = {
+        {"128", false, "128.00", 20672, 1234, "128.00"},
+        {"0", false, "0.00", 0, 0, "-"},
+        {"", false, "0.00", 0, 0, "-"},
+        {"5000", false, "5000.00", 529, 1234, "5000.00"},
+        {"140", true, "99.50", 26593, 1234, "99.50"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.typed + std::string(c.cancel ? " cancelled" : ""));
+        TestHome caseHome;  // a library file of its own
+        Open(3);
+        window->typed = c.typed;
+        window->cancel = c.cancel;
+        window->EditBPM(1);
+        EXPECT_EQ(window->opened, 1);
+        EXPECT_EQ(window->seenTitle, "Song 1");
+        EXPECT_EQ(window->seenPath, home / "song1.wav");
+        EXPECT_DOUBLE_EQ(window->seenBpm, 99.5);
+        EXPECT_STREQ(Fields(1).GetParm("bpm", ""), c.bpm);
+        EXPECT_EQ(Fields(1).GetInt("beatfreq", -1), c.beatfreq);
+        EXPECT_EQ(Fields(1).GetInt("beatoffset", -1), c.beatoffset);
+        EXPECT_EQ(Cell(1), c.cancel ? "99.50" : c.bpm);
+        if (c.cancel) {
+            EXPECT_FALSE(LFile::Exists(DJLibrary::GetLibraryFilePath().c_str())) << "a cancel writes nothing";
+        } else {
+            const std::string file = LibraryFile();
+            EXPECT_THAT(file, testing::HasSubstr("<bpm>" + std::string(c.bpm) + "</bpm>"));
+            EXPECT_THAT(file, testing::HasSubstr("<beatfreq>" + std::to_string(c.beatfreq) + "</beatfreq>"));
+        }
+        // The other entries keep theirs.
+        for (int other : {0, 2}) {
+            EXPECT_STREQ(Fields(other).GetParm("bpm", ""), "99.50");
+            EXPECT_EQ(Fields(other).GetInt("beatfreq", -1), 26593);
+        }
+        window->RefreshLibraryList();
+        EXPECT_EQ(Cell(1), c.refreshed);
+        window->MainWindowDestroyCommon();
+        window.reset();
+    }
+}
+
+TEST_F(EditBPMTest, TheRowAloneIsSelectedAndRowsOutsideTheListOpenNothing)
+{
+    Open(3, 2);
+    window->GetList()->SelectRows({0, 2});
+    window->typed = "120";
+    window->EditBPM(2);
+    EXPECT_EQ(window->GetList()->GetSelectedRows(), std::vector<int>{2});
+    EXPECT_EQ(window->seenTitle, "Unknown") << "an entry without fields";
+    EXPECT_DOUBLE_EQ(window->seenBpm, 0);
+    EXPECT_EQ(Fields(2).GetInt("beatfreq", -1), 22050);
+    for (int row : {-1, 3, 1 << 30, INT_MIN}) {
+        window->EditBPM(row);
+    }
+    EXPECT_EQ(window->opened, 1);
+    EXPECT_EQ(window->GetList()->GetSelectedRows(), std::vector<int>{2});
+}
+
+TEST_F(EditBPMTest, ADeckHoldingTheTrackTakesTheNewBeats)
+{
+    Open(2);
+    // The decks' own scans are over before the edit, so that theirs cannot come after it.
+    for (DJDeckPosition position : {kDeckLeft, kDeckRight}) {
+        window->AddFileToDeck(position, position);
+        DJDeck& deck = *window->GetConsole().GetDeck(position);
+        ASSERT_TRUE(QtTestWaitFor([&] { return window->GetRowOnDeck(position) == position && deck.IsLoaded(); }));
+    }
+    DJDeck& a = *window->GetConsole().GetDeck(kDeckLeft);
+    DJDeck& b = *window->GetConsole().GetDeck(kDeckRight);
+    ASSERT_EQ(b.GetTrackBeatFrequency(), 26593);
+
+    // Deck B's "Edit BPM" edits the row on B.
+    window->typed = "128";
+    window->EvInterWinMessage(3, 316, 0);
+    ASSERT_EQ(window->opened, 1);
+    EXPECT_EQ(window->seenPath, home / "song1.wav");
+    ASSERT_TRUE(QtTestWaitFor([&] { return b.IsLoaded() && b.GetTrackBeatFrequency() == 20672; }));
+    EXPECT_EQ(window->GetRowOnDeck(kDeckRight), 1);
+    EXPECT_EQ(b.GetTrackBeatOffset(), 1234);
+    EXPECT_EQ(a.GetTrackBeatFrequency(), 26593) << "deck A holds another track";
+    for (const std::string& alert : alerts) {
+        // The output channel check at start is the only one expected.
+        EXPECT_EQ(alert.rfind("Please adjust your audio settings|", 0), 0u) << alert;
     }
 }
