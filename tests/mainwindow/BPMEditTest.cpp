@@ -14,11 +14,13 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 #include <gmock/gmock.h>
 
 #include <climits>
+#include <functional>
 #include <clocale>
 #include <cstdlib>
 #include <string>
@@ -556,4 +558,58 @@ TEST_F(EditBPMTest, ADeckHoldingTheTrackTakesTheNewBeats)
         // The output channel check at start is the only one expected.
         EXPECT_EQ(alert.rfind("Please adjust your audio settings|", 0), 0u) << alert;
     }
+}
+
+namespace {
+
+// Once the modal BPM window is up, runs `act` on it; waits on the event loop for the window,
+// never on the clock.
+void WhenBPMWindowOpens(const std::function<void(QWidget&)>& act)
+{
+    QTimer::singleShot(0, [act] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (modal && modal->windowTitle() == "Edit BPM") {
+            act(*modal);
+        } else {
+            WhenBPMWindowOpens(act);
+        }
+    });
+}
+
+}  // namespace
+
+TEST_F(EditBPMTest, TheProgramsWindowTakesEnterAndAQuit)
+{
+    QtTestApp();
+    MainDialog main(MainDialogFiles{home / "counts.txt"});
+    main.SetUserPrompts(std::make_unique<QuietPrompts>(alerts));
+    ASSERT_TRUE(main.MainWindowInitCommon());
+    const std::string path = home / "song.wav";
+    ASSERT_TRUE(WriteStereoWave(path, MakeTone(1, 440, 8000, true, true)));
+    auto item = std::make_unique<LPlayItem>(path.c_str());
+    item->Parms().SetString("bpm", "99.50");
+    main.GetLibrary().GetList().AddItem(std::move(item));
+    main.RefreshLibraryList();
+    LHashTable& fields = main.GetLibrary().GetList().GetItem(0)->Parms();
+
+    // Typed and confirmed with Enter.
+    WhenBPMWindowOpens([](QWidget& window) {
+        auto* input = window.findChild<QLineEdit*>(QString::number(kBPMEditInput));
+        EXPECT_EQ(input->text(), "99.50");
+        input->setText(QStringLiteral("174"));
+        QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+        QApplication::sendEvent(input, &enter);
+    });
+    main.EditBPM(0);
+    EXPECT_STREQ(fields.GetParm("bpm", ""), "174.00");
+    EXPECT_EQ(fields.GetInt("beatfreq", -1), 15207);
+
+    // A quit while the dialog is open cancels it first; the quit itself comes again later.
+    WhenBPMWindowOpens([&](QWidget& window) {
+        window.findChild<QLineEdit*>(QString::number(kBPMEditInput))->setText(QStringLiteral("90"));
+        main.RequestQuit();
+    });
+    main.EditBPM(0);
+    EXPECT_STREQ(fields.GetParm("bpm", ""), "174.00");
+    main.MainWindowDestroyCommon();
 }
