@@ -49,7 +49,7 @@ void MainDialog::_ReloadDecksOfRow(int row)
     for (DJDeckPosition position : {kDeckLeft, kDeckRight}) {
         const DJDeck* deck = _console.GetDeck(position);
         if (_rowOnDeck[position] == row && deck && deck->IsLoaded()) {
-            AddFileToDeck(position);
+            AddFileToDeck(position, row);
         }
     }
 }
