@@ -221,7 +221,7 @@ void BPMEditDlg::Begin(QWidget* parent, double* bpm, const char* title, const ch
     std::snprintf(_path, sizeof _path, "%s", path ? path : "");
     std::snprintf(_title, sizeof _title, "%s", title ? title : "");
     if (!_view) {
-        _view = MakeBPMEditViewQt(parent, *this);
+        _view = MakeBPMEditViewQt(parent, *this, _title);
     }
     InitDialog();
 }
@@ -489,7 +489,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<BPMEditView> MakeBPMEditViewQt(QWidget* parent, BPMEditDlg& dialog)
+std::unique_ptr<BPMEditView> MakeBPMEditViewQt(QWidget* parent, BPMEditDlg& dialog, const char* trackTitle)
 {
-    return std::make_unique<BPMEditWindow>(parent, dialog);
+    auto window = std::make_unique<BPMEditWindow>(parent, dialog);
+    window->setAccessibleDescription(QString::fromUtf8(trackTitle ? trackTitle : ""));
+    return window;
 }

@@ -101,7 +101,7 @@ public:
     BPMEditDlg& operator=(const BPMEditDlg&) = delete;
 
     // Runs the dialog over `parent` (may be null) for the track at `path`. True when confirmed;
-    // `*bpm` then holds the value. `title` is the track's, for the window's description.
+    // `*bpm` then holds the value. `title` is the track's, which the window names to screen readers.
     bool Open(QWidget* parent, double* bpm, const char* title, const char* path);
 
     // What Open does before its modal loop: the window (unless SetView gave another view),
@@ -157,5 +157,5 @@ private:
     std::unique_ptr<BPMEditView> _view;
 };
 
-// The dialog's Qt window, calling back into `dialog`.
-std::unique_ptr<BPMEditView> MakeBPMEditViewQt(QWidget* parent, BPMEditDlg& dialog);
+// The dialog's Qt window, calling back into `dialog`; `trackTitle` is its accessible description.
+std::unique_ptr<BPMEditView> MakeBPMEditViewQt(QWidget* parent, BPMEditDlg& dialog, const char* trackTitle);

@@ -316,6 +316,7 @@ TEST_F(BPMEditTest, WindowHasTheControlsAndTapsOnTheSpaceKey)
     QWidget* window = dialog.GetView()->GetWidget();
     ASSERT_NE(window, nullptr);
     EXPECT_EQ(window->windowTitle(), "Edit BPM");
+    EXPECT_EQ(window->accessibleDescription(), "Track");
     EXPECT_EQ(window->size(), QSize(kBPMEditWidth, kBPMEditHeight));
     const std::pair<int, const char*> texts[] = {
         {kBPMEditLabel, "BPM:"},
