@@ -22,6 +22,7 @@ class QAction;
 class QMenuBar;
 class QObject;
 class QStatusBar;
+struct MainMenuState;
 
 // Where the main window keeps its files; tests point them into a temporary folder.
 struct MainDialogFiles {
@@ -208,9 +209,22 @@ private:
 
     // ---- MainDialogCommands.cpp
     void _BuildMenuBar();
-    void _DeckCommand(int id);
+    // Each answers whether `id` was its command.
+    bool _ListCommand(int id);
+    bool _WindowCommand(int id);
+    bool _DeckCommand(int id);
+    bool _CrossfadeCommand(int id);
     void _EffectCommand(DJDeckGUI& panel, int effect);
-    void _CrossfadeCommand(int id);
+    void _StepMasterVolume(int step);
+    MainMenuState _MenuState() const;
+    void _ShowAbout();
+    void _OpenRecordingFolder();
+    // Runs the wave editor on `cachedPath` under a progress dialog until it ends; false (after
+    // an alert) when it could not be started or the wait was cancelled.
+    bool _RunWaveEditor(const std::string& cachedPath);
+    // After an edit: the cached copy's new length to the item and its Time cell, and the decks
+    // that played it get it again.
+    void _ReloadEditedTrack(int row, LPlayItem& item, const std::string& cachedPath);
 
     // ---- MainDialogDecks.cpp
     DJDeckGUI& _Panel(DJDeckPosition position) { return *_deckPanel[position]; }
