@@ -206,6 +206,7 @@ void MainDialog::DestroyDialog()
         return;
     }
     _initialised = false;
+    _StopConversions();
     _console.Stop();
     _library.Save();
     DeleteTmpWavFiles();

@@ -216,6 +216,24 @@ private:
     DJDeckGUI& _Panel(DJDeckPosition position) { return *_deckPanel[position]; }
     // The library item of list row `row`, or null.
     LPlayItem* _ItemOfRow(int row);
+    // The library item whose index is `index`, or null.
+    LPlayItem* _ItemOfIndex(int index);
+    // The list row of the track whose cached copy is `cachedPath`: `row` when it still holds
+    // it, else the row that does, else -1.
+    int _RowOfCachedFile(int row, const std::string& cachedPath);
+    // AddFileToDeck's work; true when the conversion was started.
+    bool _StartLoad(DJDeckPosition position, int row);
+    // Whether `deck` names deck A or B and its panel is still there.
+    bool _HasPanel(int deck) const;
+    // A message with data1 `on` to both deck panels.
+    void _SendToPanels(int message, long on);
+    // "" when recording may start now, else why not and where that is set.
+    std::string _RecordingRefusal() const;
+    // Stops both conversion threads (a stopped job leaves no file) and takes in what they
+    // report, so that nothing is left addressed to this window. Before the panels go.
+    void _StopConversions();
+    int _conversionsPending[2] = {0, 0};  // started, completion not yet delivered; deck A, B
+    bool _conversionsStopped = false;     // completions after the stop change nothing
 
     // ---- MainDialogBPM.cpp
 
