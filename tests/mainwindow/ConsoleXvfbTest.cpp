@@ -2,6 +2,7 @@
 // capture device at real-time pace: the crossfader's law from a drag, auto fades paced by
 // CrossFadeTime, and recording from the screen compared with what the output got.
 #include "app/LSettings.h"
+#include "base/LFile.h"
 #include "mainwindow/MainDialog.h"
 #include "sound/LWaveFile.h"
 #include "support/TestHome.h"
@@ -12,7 +13,6 @@
 
 #include <QApplication>
 #include <QImage>
-#include <QMessageBox>
 #include <QTimer>
 #include <QWidget>
 
@@ -196,6 +196,21 @@ double LawGain(int share, LdBValue deckVolume, LdBValue master)
     return level.IsSilent() ? 0.0 : std::pow(10.0, level.GetDB() / 20.0);
 }
 
+// Names of the "*.wav" files in a folder.
+std::vector<std::string> WaveFilesIn(const std::string& folder)
+{
+    std::vector<std::string> names;
+    LFile::FolderIterator it(folder.c_str(), "*.wav");
+    while (it.Next()) {
+        char path[LFile::kPathBytes];
+        if (it.GetPath(path)) {
+            const std::string whole = path;
+            names.push_back(whole.substr(whole.find_last_of('/') + 1));
+        }
+    }
+    return names;
+}
+
 // Alerts of the window, answered at once.
 class ScriptedPrompts : public MainUserPrompts {
 public:
@@ -219,25 +234,6 @@ private:
     std::vector<std::string>& _alerts;
 };
 
-// A message box the window puts up by itself, read and closed from inside its own loop.
-class MessageBoxWatcher {
-public:
-    explicit MessageBoxWatcher(std::vector<std::string>& seen) : _seen(seen)
-    {
-        QObject::connect(&_timer, &QTimer::timeout, [this] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                _seen.push_back(box->windowTitle().toStdString() + "|" + box->text().toStdString());
-                box->done(QMessageBox::Ok);
-            }
-        });
-        _timer.start(50);
-    }
-
-private:
-    std::vector<std::string>& _seen;
-    QTimer _timer;
-};
-
 class ConsoleXvfbTest : public testing::Test {
 protected:
     void SetUp() override
@@ -247,6 +243,9 @@ protected:
             WriteTone(_tracks[deck], kToneHz[deck], deck);
         }
         setenv("ORVANE_AUDIO_CAPTURE", capture.Path().c_str(), 1);
+        // No headphone channels: the start-up check of shared channels then has nothing to say.
+        LUserSettingSetInt("Settings", "HeadphoneOutputLeft", -1);
+        LUserSettingSetInt("Settings", "HeadphoneOutputRight", -1);
         dialog = std::make_unique<MainDialog>(MainDialogFiles{home / "counts.txt"});
         dialog->SetUserPrompts(std::make_unique<ScriptedPrompts>(alerts));
         ASSERT_TRUE(dialog->MainWindowInitCommon());
@@ -479,7 +478,7 @@ TEST_F(ConsoleXvfbTest, RecordingFromTheScreenMatchesTheCapture)
     const std::string folder = home / "recordings";
     ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
     LUserSettingSetString("Settings", "DefaultRecordFolder", folder.c_str());
-    LUserSettingSetString("Settings", "RecordingFileName", "set one");
+    LUserSettingSetString("Settings", "AutoRecordFileName", "1");
     DJConsole& console = dialog->GetConsole();
 
     ASSERT_TRUE(ClickAt(Centre(Console(), kConsoleRecordingLight)));
@@ -495,7 +494,9 @@ TEST_F(ConsoleXvfbTest, RecordingFromTheScreenMatchesTheCapture)
     EXPECT_FALSE(Console().IsRecording());
     ASSERT_TRUE(capture.WaitFrames(capture.Frames() + console.GetLag() + kSettleFrames));
 
-    LSoundSource file = LWaveFile::OpenSource((folder + "/set one.wav").c_str());
+    const std::vector<std::string> written = WaveFilesIn(folder);
+    ASSERT_EQ(written.size(), 1u);
+    LSoundSource file = LWaveFile::OpenSource((folder + "/" + written[0]).c_str());
     ASSERT_EQ(file->GetError(), 0);
     const int recordedFrames = file->GetEndSample();
     ASSERT_GT(recordedFrames, 2 * kRate);
@@ -564,34 +565,63 @@ TEST_F(ConsoleXvfbTest, WindowIsGreyAroundThePanels)
     EXPECT_TRUE(greyEverywhere) << "seen " << seen << "; picture kept in " << shot;
 }
 
-// A recording folder that is gone by the time recording starts: the window says it cannot
-// create the file and leaves recording off, and the decks play on.
-TEST_F(ConsoleXvfbTest, VanishedRecordingFolderShowsTheMessageAndLeavesRecordingOff)
+// A recording folder that is gone when the light is pressed: the window says so and leaves
+// recording off, and the decks play on.
+TEST_F(ConsoleXvfbTest, VanishedRecordingFolderIsRefusedAndRecordingStaysOff)
 {
     const std::string folder = home / "gone";
     ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
     LUserSettingSetString("Settings", "DefaultRecordFolder", folder.c_str());
+    LUserSettingSetString("Settings", "AutoRecordFileName", "1");
     ASSERT_EQ(rmdir(folder.c_str()), 0);
-    std::vector<std::string> boxes;
-    MessageBoxWatcher watcher(boxes);
 
     ASSERT_TRUE(ClickAt(Centre(Console(), kConsoleRecordingLight)));
-    ASSERT_TRUE(WaitFor([&] { return !alerts.empty() || !boxes.empty(); })) << "no message";
-    std::vector<std::string> shown = alerts;
-    shown.insert(shown.end(), boxes.begin(), boxes.end());
-    ASSERT_EQ(shown.size(), 1u);
-    EXPECT_EQ(shown[0], "Recording File|Can not create recording file: " + folder + "/Recording.wav");
-    EXPECT_TRUE(WaitFor([&] { return !Console().IsRecording(); }));
+    ASSERT_TRUE(WaitFor([&] { return !alerts.empty(); })) << "no message";
+    ASSERT_EQ(alerts.size(), 1u);
+    EXPECT_EQ(alerts[0].rfind("Recording File|", 0), 0u) << alerts[0];
+    EXPECT_NE(alerts[0].find(folder), std::string::npos) << alerts[0];
+    EXPECT_FALSE(Console().IsRecording());
     EXPECT_FALSE(dialog->GetConsole().IsRecording());
     EXPECT_FALSE(dialog->GetBottomPanel()->IsRecordingOn());
-    struct stat info{};
-    EXPECT_NE(stat(folder.c_str(), &info), 0) << "the folder was made again";
+    EXPECT_FALSE(LFile::Exists(folder.c_str())) << "the folder was made again";
 
     const int64_t marker = capture.Frames();
     ASSERT_TRUE(capture.WaitFrames(marker + kSettleFrames + kMeasureFrames));
     const std::vector<int> heard = capture.Read(marker + kSettleFrames, kMeasureFrames);
     EXPECT_GT(ToneAmplitude(heard, 0, kToneHz[0]), kToneAmplitude);
     EXPECT_EQ(Deck(0).GetState(), kDeckPlaying);
+}
+
+// Recording switched on while no deck plays waits for the output to start. If the folder has
+// gone by then, the press on Play shows "Can not create recording file", the recording goes
+// off and the deck plays.
+TEST_F(ConsoleXvfbTest, FolderGoneBeforePlayShowsTheFileMessageAndRecordingGoesOff)
+{
+    const std::string folder = home / "armed";
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    LUserSettingSetString("Settings", "DefaultRecordFolder", folder.c_str());
+    LUserSettingSetString("Settings", "AutoRecordFileName", "1");
+    for (int deck : {0, 1}) {
+        Deck(deck).Stop();
+    }
+    ASSERT_TRUE(WaitFor([&] { return !dialog->GetConsole().IsPlayerRunning(); }));
+
+    ASSERT_TRUE(ClickAt(Centre(Console(), kConsoleRecordingLight)));
+    ASSERT_TRUE(WaitFor([&] { return Console().IsRecording(); }));
+    EXPECT_FALSE(dialog->GetConsole().IsRecording()) << "no file while nothing plays";
+    ASSERT_EQ(rmdir(folder.c_str()), 0);
+
+    ASSERT_TRUE(ClickAt(Centre(*dialog->GetDeckPanel(0), kDeckPlay)));
+    ASSERT_TRUE(WaitFor([&] { return !alerts.empty(); })) << "no message";
+    ASSERT_EQ(alerts.size(), 1u);
+    const std::string prefix = "Recording File|Can not create recording file: " + folder + "/";
+    EXPECT_EQ(alerts[0].rfind(prefix, 0), 0u) << alerts[0];
+    EXPECT_EQ(alerts[0].substr(alerts[0].size() - 4), ".wav") << alerts[0];
+    EXPECT_TRUE(WaitFor([&] { return !Console().IsRecording(); }));
+    EXPECT_FALSE(dialog->GetConsole().IsRecording());
+    EXPECT_FALSE(dialog->GetBottomPanel()->IsRecordingOn());
+    EXPECT_FALSE(LFile::Exists(folder.c_str())) << "the folder was made again";
+    EXPECT_TRUE(WaitFor([&] { return Deck(0).GetState() == kDeckPlaying; }));
 }
 
 }  // namespace
