@@ -44,7 +44,8 @@ tests/ui/XvfbTestRun.sh bash -c '
     t0=$(date +%s%N)
     HOME=$home XDG_CONFIG_HOME=$home/.config XDG_DATA_HOME=$home/.local/share XDG_RUNTIME_DIR=$home/run \
       ORVANE_AUDIO_CAPTURE=$home/capture.wav "$program" & pid=$!
-    xdotool search --sync --onlyvisible --pid $pid --name "^Orvane$" >/dev/null
+    # Polled every 10 ms: xdotool --sync looks only every half second.
+    until xdotool search --onlyvisible --pid $pid --name "^Orvane$" >/dev/null 2>&1; do sleep 0.01; done
     t1=$(date +%s%N)
     kill -TERM $pid; wait $pid || true
     echo $(( (t1 - t0) / 1000000 ))
