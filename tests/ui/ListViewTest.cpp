@@ -6,9 +6,15 @@
 #include "ui/LWindow.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QTableView>
 #include <QWidget>
 
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 #include <string>
 #include <vector>
@@ -233,6 +239,170 @@ TEST(ListViewKeys, TextKeyFoldsCaseBeyondAscii)
     EXPECT_EQ(LListViewTextKey("ABC def"), "abc def");
     EXPECT_EQ(LListViewTextKey("\xc3\x89T\xc3\x89"), LListViewTextKey("\xc3\xa9t\xc3\xa9"));  // ÉTÉ, été
     EXPECT_EQ(LListViewTextKey("\xff\xfe"), LListViewTextKey("\xff\xfe"));  // not UTF-8: no crash
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(ListViewTest, HeaderClicksSortAndToggleTheDirection)
+{
+    Fill({{"b"}, {"c"}, {"a"}});
+    auto* table = qobject_cast<QTableView*>(list->GetWidget());
+    ASSERT_NE(table, nullptr);
+    QHeaderView* header = table->horizontalHeader();
+    const std::vector<std::vector<int>> expected = {{2, 0, 1}, {1, 0, 2}, {2, 0, 1}};
+    for (size_t click = 0; click < expected.size(); ++click) {
+        header->sectionClicked(0);
+        EXPECT_EQ(Indices(), expected[click]) << "click " << click;
+        EXPECT_EQ(header->sortIndicatorSection(), 0);
+        EXPECT_EQ(header->sortIndicatorOrder(), click % 2 == 0 ? Qt::AscendingOrder : Qt::DescendingOrder);
+    }
+    EXPECT_EQ(handler.sorts, 3);
+    header->sectionClicked(1);  // another column starts ascending again
+    EXPECT_EQ(header->sortIndicatorOrder(), Qt::AscendingOrder);
+}
+
+TEST_F(ListViewTest, ColumnsTakeTheirSharesOfTheWidth)
+{
+    const std::vector<int> widths = LListViewColumnWidths({17, 10, 9}, 720);
+    EXPECT_EQ(widths, (std::vector<int>{340, 200, 180}));
+    EXPECT_EQ(LListViewColumnWidths({1, 1, 1}, 100), (std::vector<int>{33, 33, 34}));
+    EXPECT_EQ(LListViewColumnWidths({0, -4, 2}, 40), (std::vector<int>{10, 10, 20}));
+    EXPECT_EQ(LListViewColumnWidths({5, 5}, -30), (std::vector<int>{0, 0}));
+    EXPECT_TRUE(LListViewColumnWidths({}, 500).empty());
+    // No overflow: 2e9 pixels times the largest share still divides right.
+    EXPECT_EQ(LListViewColumnWidths({kLListViewMaxShare, 1}, 2000000000)[1], 20000);
+
+    list->AdjustColumns(800);
+    int sum = 0;
+    for (int column = 0; column < kColumnCount; ++column) {
+        sum += list->GetColumnWidth(column);
+    }
+    EXPECT_LE(sum, 800);  // the frame and a scroll bar's room come off
+    EXPECT_GT(list->GetColumnWidth(0), list->GetColumnWidth(1));
+    EXPECT_GT(list->GetColumnWidth(1), list->GetColumnWidth(2));
+    EXPECT_EQ(list->GetColumnWidth(3), 0);
+    EXPECT_EQ(list->GetColumnWidth(-1), 0);
+}
+
+TEST(ListViewKeys, StoredSharesMustBePlainPositiveNumbers)
+{
+    struct Case {
+        const char* text;
+        int share;  // 0: refused
+    };
+    const Case cases[] = {{"17", 17},   {"1", 1},       {"100000", 100000}, {"0", 0},
+                          {"-5", 0},    {"100001", 0},  {"99999999999999", 0}, {"abc", 0},
+                          {"12abc", 0}, {"", 0},        {" 12", 0},         {"1.5", 0}};
+    for (const Case& c : cases) {
+        const std::optional<int> share = LListViewParseShare(c.text);
+        EXPECT_EQ(share.value_or(0), c.share) << c.text;
+    }
+}
+
+TEST_F(ListViewTest, SavedSharesComeBackAndAbsurdOnesAreIgnored)
+{
+    const char* section = "ListTest";
+    list->AdjustColumns(1000);
+    const int defaultFirst = list->GetColumnWidth(0);
+    // Shares saved from one list give another the same proportions.
+    LUserSettingSetString(section, "Column1", "100");
+    LUserSettingSetString(section, "Column2", "100");
+    LUserSettingSetString(section, "Column3", "200");
+    list->LoadColumnsFromSettings(section);
+    EXPECT_EQ(list->GetColumnWidth(0), list->GetColumnWidth(1));
+    EXPECT_NEAR(list->GetColumnWidth(2), 2 * list->GetColumnWidth(0), 2);
+    list->SaveColumnsToSettings("ListCopy");
+    char copy[32] = "";
+    _LUserSettingGetString("ListCopy", "Column3", "", copy);
+    EXPECT_STREQ(copy, "200");
+
+    for (const char* absurd : {"-5", "0", "999999999", "abc", ""}) {
+        LListView other(window, kListId + 1, handler);
+        other.SetColumns(kColumns, kColumnCount);
+        LUserSettingSetString(section, "Column2", absurd);
+        other.LoadColumnsFromSettings(section);
+        other.AdjustColumns(1000);
+        EXPECT_EQ(other.GetColumnWidth(0), defaultFirst) << absurd;
+    }
+}
+
+TEST_F(ListViewTest, DraggingAHeaderEdgeSavesTheNewShares)
+{
+    const char* section = "ListDrag";
+    list->LoadColumnsFromSettings(section);
+    window.Show();
+    list->SetGeometry(0, 0, 600, 300);
+    list->AdjustColumns(600);
+    char stored[32] = "";
+    EXPECT_FALSE(_LUserSettingGetString(section, "Column1", "", stored));  // our own sizing: no save
+
+    auto* table = qobject_cast<QTableView*>(list->GetWidget());
+    QWidget* header = table->horizontalHeader()->viewport();
+    const int before = list->GetColumnWidth(0);
+    const QPoint edge(before - 1, header->height() / 2);
+    const QPoint moved = edge + QPoint(40, 0);
+    QMouseEvent press(QEvent::MouseButtonPress, edge, header->mapToGlobal(edge), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent move(QEvent::MouseMove, moved, header->mapToGlobal(moved), Qt::NoButton,
+                     Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, moved, header->mapToGlobal(moved),
+                        Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(header, &press);
+    QApplication::sendEvent(header, &move);
+    QApplication::sendEvent(header, &release);
+
+    EXPECT_EQ(list->GetColumnWidth(0), before + 40);
+    ASSERT_TRUE(_LUserSettingGetString(section, "Column1", "", stored));
+    EXPECT_EQ(std::string(stored), std::to_string(before + 40));
+    EXPECT_TRUE(_LUserSettingGetString(section, "Column3", "", stored));
+    window.Hide();
+}
+
+TEST(ListViewKeys, UriListGivesLocalPathsByteExact)
+{
+    struct Case {
+        const char* name;
+        std::string data;
+        std::vector<std::string> paths;
+    };
+    const std::vector<Case> cases = {
+        {"plain", "file:///home/a/b.mp3\r\nfile:///tmp/c.wav\r\n", {"/home/a/b.mp3", "/tmp/c.wav"}},
+        {"no final newline", "file:///x", {"/x"}},
+        {"percent", "file:///a%20b/%C3%A9t%C3%A9.mp3", {"/a b/\xc3\xa9t\xc3\xa9.mp3"}},
+        {"not UTF-8", "file:///m/%FF%FE.ogg", {"/m/\xff\xfe.ogg"}},
+        {"newline in a name", "file:///m/a%0Ab.mp3\r\n", {"/m/a\nb.mp3"}},
+        {"hash and query", "file:///m/a%23b.mp3#frag\nfile:///m/c.mp3?x=1", {"/m/a#b.mp3", "/m/c.mp3"}},
+        {"comments and blanks", "# comment\r\n\r\n  file:///y  \r\n", {"/y"}},
+        {"localhost and case", "FILE://localhost/z\nfile://LOCALHOST/w", {"/z", "/w"}},
+        {"short form", "file:/short", {"/short"}},
+        {"non-local skipped",
+         "http://example.com/a.mp3\nfile://otherhost/b.mp3\nsmb://s/c\nfile:///d.mp3",
+         {"/d.mp3"}},
+        {"broken escapes kept", "file:///a%zz%4", {"/a%zz%4"}},
+        {"NUL refused", "file:///a%00b\nfile:///ok", {"/ok"}},
+        {"relative refused", "file:relative\nfile://", {}},
+        {"empty", "", {}},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(LListViewParseUriList(c.data), c.paths) << c.name;
+    }
+}
+
+TEST(ListViewKeys, ReorderTargetIsTheRowDroppedOn)
+{
+    struct Case {
+        int from, drop, count, to;
+    };
+    const Case cases[] = {
+        {0, 3, 5, 3},  {4, 1, 5, 1},  {2, 2, 5, -1}, {1, -1, 5, 4},  {4, -1, 5, -1},
+        {1, 99, 5, 4}, {-1, 2, 5, -1}, {5, 2, 5, -1}, {0, 0, 0, -1},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(LListViewReorderTarget(c.from, c.drop, c.count), c.to)
+            << c.from << " onto " << c.drop << " of " << c.count;
+    }
 }
 
 }  // namespace
