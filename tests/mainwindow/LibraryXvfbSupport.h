@@ -22,6 +22,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstdint>
@@ -303,6 +304,9 @@ public:
         return -1;
     }
 
+    // The process has ended by other means (and was waited for).
+    void Forget() { _ended = true; }
+
     pid_t pid = -1;
     unsigned long window = 0;
 
@@ -437,6 +441,14 @@ private:
     ListRows _rows;
 };
 
+// The Cancel button of a progress window: at its bottom right corner.
+inline QPoint CancelButtonCentre(unsigned long progressWindow)
+{
+    constexpr int kFromRight = 50, kFromBottom = 22;  // pixels to the button's centre
+    const WindowGeometry g = GetWindowGeometry(progressWindow);
+    return {g.x + g.width - kFromRight, g.y + g.height - kFromBottom};
+}
+
 // ---- the pointer
 
 inline bool ClickAt(QPoint screen)
@@ -502,25 +514,38 @@ inline bool WaitPopupShown(const RunningProgram& program)
     return WaitFor([&] { return VisibleWindows(program.pid).size() >= 2; });
 }
 
-// Counts the progress dialogs of the add tasks that the program shows.
+// Watches the windows titled as the add tasks' progress. The progress window is made before
+// any message box the task shows over it, so among those visible at once the oldest (lowest
+// X id) is the progress and the others are the task's reports.
 class ProgressWatch {
 public:
     explicit ProgressWatch(const RunningProgram& program) : _pid(program.pid) {}
     // Looks once; always true, to sit inside a wait's condition.
     bool Poll()
     {
-        const auto windows = VisibleWindows(_pid, "^Adding Files");
+        std::vector<unsigned long> windows = VisibleWindows(_pid, "^Adding Files");
+        std::sort(windows.begin(), windows.end());
         _visible = windows.size();
-        _seen.insert(windows.begin(), windows.end());
+        _reportsVisible.clear();
+        if (!windows.empty()) {
+            _progress.insert(windows.front());
+            _reportsVisible.assign(windows.begin() + 1, windows.end());
+            _reports.insert(windows.begin() + 1, windows.end());
+        }
         return true;
     }
     size_t Visible() const { return _visible; }
-    size_t Count() const { return _seen.size(); }
+    // Progress windows seen so far.
+    size_t Count() const { return _progress.size(); }
+    // Message boxes seen so far, and those on screen at the last look.
+    size_t Reports() const { return _reports.size(); }
+    const std::vector<unsigned long>& ReportsVisible() const { return _reportsVisible; }
 
 private:
     pid_t _pid;
     size_t _visible = 0;
-    std::set<unsigned long> _seen;
+    std::set<unsigned long> _progress, _reports;
+    std::vector<unsigned long> _reportsVisible;
 };
 
 // The stand-in file manager: a small window in the screen's bottom right corner that drags
