@@ -23,7 +23,6 @@ class QMenuBar;
 class QObject;
 class QStatusBar;
 struct MainMenuState;
-struct OpaqueWindowPtr;
 
 // Where the main window keeps its files; tests point them into a temporary folder.
 struct MainDialogFiles {
@@ -226,7 +225,6 @@ private:
     // After an edit: the cached copy's new length to the item and its Time cell, and the decks
     // that played it get it again.
     void _ReloadEditedTrack(int row, LPlayItem& item, const std::string& cachedPath);
-    OpaqueWindowPtr* _Owner() const;
 
     // ---- MainDialogDecks.cpp
     DJDeckGUI& _Panel(DJDeckPosition position) { return *_deckPanel[position]; }
@@ -252,6 +250,11 @@ private:
     bool _conversionsStopped = false;     // completions after the stop change nothing
 
     // ---- MainDialogBPM.cpp
+    // Runs the BPM dialog for the track at `path`; true when confirmed, `bpm` then holds the
+    // value. Tests override it to answer without a modal loop.
+    virtual bool _RunBPMEditDlg(double& bpm, const char* title, const char* path);
+    // Loads list row `row` again onto each deck that holds its track, so it takes new beats.
+    void _ReloadDecksOfRow(int row);
 
     // ---- MainDialogLibrary.cpp
     void _BuildLibraryList();

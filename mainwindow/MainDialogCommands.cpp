@@ -10,11 +10,13 @@
 #include "engine/CmdCounts.h"
 #include "files/LCmdLineDecode.h"
 #include "files/LGenSource.h"
+#include "mainwindow/MainDeckRules.h"
 #include "mainwindow/MainMenus.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
 #include "ui/DJDeckGUI.h"
 #include "ui/LDBEditCustom.h"
+#include "ui/LProgressViewQt.h"
 
 #include <QAction>
 #include <QMenuBar>
@@ -374,11 +376,6 @@ void MainDialog::_OpenRecordingFolder()
     }).detach();
 }
 
-OpaqueWindowPtr* MainDialog::_Owner() const
-{
-    return reinterpret_cast<OpaqueWindowPtr*>(GetWidget());
-}
-
 void MainDialog::CmEditWithSonivex()
 {
     if (!_prompts || !_list) {
@@ -402,7 +399,8 @@ void MainDialog::CmEditWithSonivex()
     if (!FileConversion::MakeCachedPath(cached, source.c_str())) {
         return;
     }
-    if (!LFile::Exists(cached) && !FileConverter::ConvertWithProgressDialog(_Owner(), source.c_str(), cached)) {
+    if (!LFile::Exists(cached) &&
+        !FileConverter::ConvertWithProgressDialog(LOpaqueWindowOf(GetWidget()), source.c_str(), cached)) {
         return;
     }
     if (!_RunWaveEditor(cached)) {
@@ -423,7 +421,7 @@ bool MainDialog::_RunWaveEditor(const std::string& cachedPath)
     }
     // The setting is a command line of the user's own; only the file is quoted.
     _CommandWait wait(kEditorTitle, editor + " " + MainShellQuote(cachedPath));
-    if (!wait.Open(_Owner())) {
+    if (!wait.Open(LOpaqueWindowOf(GetWidget()))) {
         return false;
     }
     if (wait.GetResult() == kProcessFailed) {
@@ -441,7 +439,9 @@ void MainDialog::_ReloadEditedTrack(int row, LPlayItem& item, const std::string&
     std::vector<DJDeckPosition> cleared;
     for (DJDeckPosition position : {kDeckLeft, kDeckRight}) {
         DJDeckGUI* panel = _deckPanel[position].get();
-        if (panel && panel->GetDeck() && MainDeckPlaysItem(item.GetPath(), panel->GetDeck()->GetTrackPath())) {
+        const std::string_view source = panel && panel->GetDeck() ? MainDeckSourceName(panel->GetDeck()->GetTrackPath())
+                                                                  : std::string_view();
+        if (!source.empty() && source == MainFileNameOf(item.GetPath())) {
             panel->ClearDeck();
             cleared.push_back(position);
         }
@@ -453,7 +453,7 @@ void MainDialog::_ReloadEditedTrack(int row, LPlayItem& item, const std::string&
         const int length = std::max(source->GetEndSample(), 0);
         item.Parms().SetInt("length", length);
         char text[32];
-        LSoundTime::FromFrames(length, kEditedTrackRate)._GetTextHMMSSF(text);
+        LSoundTime(MainTrackTimeMs(length, kEditedTrackRate))._GetTextHMMSSF(text);
         _list->SetCell(row, kColumnTime, text);
     }
     source.Close();

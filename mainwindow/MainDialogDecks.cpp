@@ -51,11 +51,11 @@ std::string _SettingsFile()
 
 // Where a setting of the "Settings" section is changed while the preferences have no page
 // for it.
-std::string _WhereToSet(const char* keys, const char* example)
+std::string _WhereToSet(const char* keys, const char* example, bool restart)
 {
     return std::string("The setting ") + keys + " is kept in the section \"" + kDeckSettingsSection + "\" of " +
            _SettingsFile() + "; change it with\n\n    orvane-tool settings set " + kDeckSettingsSection + " " +
-           example + "\n\nand start Orvane again.";
+           example + (restart ? "\n\nand start Orvane again." : "");
 }
 
 DJDeckPosition _Other(DJDeckPosition position)
@@ -96,6 +96,11 @@ bool MainDialog::_StartLoad(DJDeckPosition position, int row)
     const int beatOffset = parms.GetInt("beatoffset", 0);
     const int cueMark = parms.GetInt("cuemarkpos", 0);
     const LSoundTime time(MainTrackTimeMs(parms.GetInt("length", 0), parms.GetInt("samplerate", kDefaultSampleRate)));
+    if (_conversionsPending[position] == 0 && _converter[position].IsBusy()) {
+        // The last job has reported and its thread is only returning: a load right after
+        // another must not be refused for that.
+        _converter[position].WaitForThreadEnd();
+    }
     _Panel(position).ClearDeck();
     deck->SetLoading(true);
     auto* owner = reinterpret_cast<OpaqueWindowPtr*>(GetWidget());
@@ -110,7 +115,7 @@ bool MainDialog::_StartLoad(DJDeckPosition position, int row)
 
 bool MainDialog::IsDeckConverting(DJDeckPosition position) const
 {
-    return _converter[position].IsBusy();
+    return (position == kDeckLeft || position == kDeckRight) && _converter[position].IsBusy();
 }
 
 void MainDialog::fcntfProgress(int percent, int deck)
@@ -236,11 +241,12 @@ LPlayItem* MainDialog::_ItemOfRow(int row)
 
 int MainDialog::_RowOfCachedFile(int row, const std::string& cachedPath)
 {
-    // The list may have been sorted or changed while the track was converting.
+    // The list may have been sorted or changed while the track was converting. A deck given
+    // the track's own file (no cached copy) holds that track too.
     const std::string_view name = MainDeckSourceName(cachedPath);
     const auto holds = [&](int r) {
         const LPlayItem* item = _ItemOfRow(r);
-        return item && MainFileNameOf(item->GetPath()) == name;
+        return item && (MainFileNameOf(item->GetPath()) == name || cachedPath == item->GetPath());
     };
     if (holds(row)) {
         return row;
@@ -405,7 +411,7 @@ void MainDialog::CheckOutputChannels()
                            std::string(kChannelsText) + "\n\n" +
                                _WhereToSet("MainOutputLeft, MainOutputRight, HeadphoneOutputLeft and "
                                            "HeadphoneOutputRight (channel numbers from 0, -1 for none)",
-                                           "HeadphoneOutputLeft 2"));
+                                           "HeadphoneOutputLeft 2", true));
 }
 
 // ---- rows dragged onto the decks
@@ -489,16 +495,17 @@ std::string MainDialog::_RecordingRefusal() const
     // automatic names in an existing folder can start a recording.
     char folder[kLTextBytes];
     _LUserSettingGetString(kDeckSettingsSection, "DefaultRecordFolder", "", folder);
-    if (folder[0] && !LFile::IsFolder(folder)) {
-        return _Format("The recording folder %s does not exist.", folder) + "\n\n" +
-               _WhereToSet("DefaultRecordFolder", "DefaultRecordFolder /path/to/folder");
-    }
+    const char* folderExample = "DefaultRecordFolder /path/to/folder";
     if (!folder[0]) {
-        return "No recording folder is set.\n\n" + _WhereToSet("DefaultRecordFolder", "DefaultRecordFolder /path/to/folder");
+        return "No recording folder is set.\n\n" + _WhereToSet("DefaultRecordFolder", folderExample, false);
+    }
+    if (!LFile::IsFolder(folder)) {
+        return _Format("The recording folder %s does not exist.", folder) + "\n\n" +
+               _WhereToSet("DefaultRecordFolder", folderExample, false);
     }
     if (!LUserSettingGetBool(kDeckSettingsSection, "AutoRecordFileName", false)) {
-        return std::string("Recordings are named by date and time once automatic file names are on.\n\n") +
-               _WhereToSet("AutoRecordFileName", "AutoRecordFileName 1");
+        return std::string("Recording can start once automatic file names (by date and time) are on.\n\n") +
+               _WhereToSet("AutoRecordFileName", "AutoRecordFileName 1", false);
     }
     return "";
 }

@@ -213,8 +213,7 @@ void MainDialog::CmRemoveFile()
         if (plan.clearDeck[position])
             _Panel(position).ClearDeck();
     }
-    for (int index : plan.indexes)
-        _library.RemoveItem(index);
+    _library.RemoveItems(plan.indexes);
     _rowOnDeck[kDeckLeft] = plan.rowOnDeck[kDeckLeft];
     _rowOnDeck[kDeckRight] = plan.rowOnDeck[kDeckRight];
     _library.Save();

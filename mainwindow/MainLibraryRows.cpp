@@ -48,7 +48,7 @@ Removal PlanRemoval(std::vector<int> selected, int rowCount, const int rowOnDeck
     for (int row : selected) {
         if (row < 0 || row >= rowCount)
             continue;
-        const int index = row - removedSoFar;  // where the row stands now
+        const int index = row - removedSoFar;  // where the row stands once those before it went
         for (int deck = 0; deck < 2; ++deck) {
             int& onDeck = plan.rowOnDeck[deck];
             if (onDeck == index) {
@@ -58,7 +58,7 @@ Removal PlanRemoval(std::vector<int> selected, int rowCount, const int rowOnDeck
                 --onDeck;
             }
         }
-        plan.indexes.push_back(index);
+        plan.indexes.push_back(row);
         ++removedSoFar;
     }
     return plan;

@@ -1,6 +1,7 @@
 #include "mainwindow/MainMenus.h"
 
 #include "OrvaneVersion.h"
+#include "mainwindow/MainDeckRules.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -118,12 +119,6 @@ bool _AlwaysEnabled(int id)
     default:
         return false;
     }
-}
-
-std::string _FileName(const std::string& path)
-{
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace
@@ -296,18 +291,8 @@ std::vector<std::string> MainFindAudioCDs(const std::vector<std::string>& roots)
     }
     // By drive name first: that is what the user chooses by.
     std::sort(found.begin(), found.end(), [](const std::string& a, const std::string& b) {
-        const std::string nameA = _FileName(a), nameB = _FileName(b);
+        const std::string_view nameA = MainFileNameOf(a), nameB = MainFileNameOf(b);
         return nameA != nameB ? nameA < nameB : a < b;
     });
     return found;
-}
-
-bool MainDeckPlaysItem(const std::string& itemPath, const std::string& deckTrackPath)
-{
-    const std::string deckName = _FileName(deckTrackPath);
-    const size_t dot = deckName.rfind('.');
-    if (deckName.empty() || dot == std::string::npos)
-        return false;
-    const std::string itemName = _FileName(itemPath);
-    return !itemName.empty() && deckName.compare(0, dot, itemName) == 0 && itemName.size() == dot;
 }

@@ -164,7 +164,3 @@ std::vector<std::string> MainGvfsRoots();
 // The audio CDs mounted under `roots`: folders named "cdda:host=*", sorted by
 // name, each once.
 std::vector<std::string> MainFindAudioCDs(const std::vector<std::string>& roots);
-
-// Whether `deckTrackPath` (a cached copy named "<source file name>.wav") plays the library
-// file `itemPath`: compared by file name, not folder.
-bool MainDeckPlaysItem(const std::string& itemPath, const std::string& deckTrackPath);

@@ -144,7 +144,7 @@ protected:
     }
 
     TestHome home;
-    Capture capture{home / "capture.wav"};
+    Capture capture{home / "capture.wav", false};  // real-time pace: playing tracks last
     std::vector<std::pair<std::string, std::string>> alerts;
     std::unique_ptr<MainDialog> dialog;
 
@@ -264,7 +264,6 @@ TEST_F(MainDialogDecks, MissingFileAlertsAndLeavesTheDeckAsItWas)
     EXPECT_EQ(LastAlertTitled("Error"), "Cannot find file " + gone + "\n\nHave you recently moved or renamed it?");
     EXPECT_TRUE(Deck(kDeckLeft).IsLoaded());
     EXPECT_FALSE(Deck(kDeckLeft).IsLoading());
-    EXPECT_FALSE(dialog->IsDeckConverting(kDeckLeft));
     EXPECT_EQ(dialog->GetRowOnDeck(kDeckLeft), 0);
     EXPECT_EQ(DeckCell(0), "A");
 
@@ -312,7 +311,10 @@ TEST_F(MainDialogDecks, BeatsFoundByTheScanGoToTheBpmCellAndTheLibraryFile)
     ASSERT_TRUE(WriteStereoWave(clicks, MakeClickTrain(train)));
     Open({Tone("other.wav"), clicks});
     LoadAndWait(kDeckRight, 1);
-    ASSERT_TRUE(QtTestWaitFor([&] { return !List().GetCell(1, kColumnBPM).empty(); }));
+    ASSERT_TRUE(QtTestWaitFor([&] {
+        const int found = Deck(kDeckRight).GetBeatFrequency();
+        return found > 0 && List().GetCell(1, kColumnBPM) == MainBpmText(found);
+    }));
 
     const int period = Deck(kDeckRight).GetBeatFrequency();
     ASSERT_GT(period, 0);
@@ -333,6 +335,31 @@ TEST_F(MainDialogDecks, BeatsFoundByTheScanGoToTheBpmCellAndTheLibraryFile)
     Panel(kDeckRight).ClearDeck();
     LoadAndWait(kDeckLeft, 1);
     EXPECT_EQ(Deck(kDeckLeft).GetBeatFrequency(), period);
+}
+
+TEST_F(MainDialogDecks, ReportsWithAbsurdNumbersChangeNothing)
+{
+    Open({Tone("one.wav")});
+    LoadAndWait(kDeckLeft, 0);
+    const size_t alertsBefore = alerts.size();
+    for (int deck : {-1, 2, 1 << 30}) {
+        dialog->fcntfProgress(50, deck);
+        dialog->fcntfComplete(true, "/nowhere.wav", deck, 0, 0, LSoundTime(1000), 0, 0);
+        dialog->fcntfComplete(false, "/nowhere.wav", deck, 0, 0, LSoundTime(1000), 0, 0);
+        dialog->AddFileToDeck(static_cast<DJDeckPosition>(deck), 0);
+        dialog->ClearListViewDeck(static_cast<DJDeckPosition>(deck));
+        EXPECT_FALSE(dialog->IsDeckConverting(static_cast<DJDeckPosition>(deck)));
+    }
+    for (long data : {-1L, 0L, 236L + 1000, 329L - 1, 316L + 1}) {
+        for (int message : {1, 2, 3, 99}) {
+            dialog->EvInterWinMessage(message, data, 0);
+        }
+    }
+    EXPECT_EQ(alerts.size(), alertsBefore);
+    EXPECT_EQ(dialog->GetRowOnDeck(kDeckLeft), 0);
+    EXPECT_TRUE(Deck(kDeckLeft).IsLoaded());
+    EXPECT_EQ(DeckCell(0), "A");
+    EXPECT_EQ(Panel(kDeckLeft).GetWaveDetailed().GetLoadProgress(), DJWaveDetailed::kNoProgress);
 }
 
 TEST_F(MainDialogDecks, MovedCueMarkIsStoredForTheDecksRow)
@@ -460,14 +487,14 @@ TEST_F(MainDialogDecks, RecordingStartsOnlyWithAutomaticNamesInAnExistingFolder)
     EXPECT_FALSE(dialog->GetBottomPanel()->IsRecordingOn());
 }
 
-// An outside decoder that starts, says so, and then waits for a gate (or for the test's home
-// to go) before it writes anything.
+// An outside decoder that writes the first part of `wave` and then waits for a gate (or for
+// the test's home to go) before it writes the rest.
 void InstallWaitingDecoder(const TestHome& home, const std::string& wave)
 {
     char folder[LFile::kPathBytes];
     ASSERT_TRUE(LFile::GetUserDataFolderAppSubFolder(LFile::kComponentsFolder, folder));
     const std::string script = std::string(folder) + "/oggdec";
-    std::ofstream(script) << "#!/bin/sh\ntouch '" << (home / "started") << "'\nwhile [ ! -e '" << (home / "go")
+    std::ofstream(script) << "#!/bin/sh\nhead -c 100000 '" << wave << "' > \"$2\"\nwhile [ ! -e '" << (home / "go")
                           << "' ] && [ -d '" << (home / "") << "' ]; do sleep 0.01; done\ncp '" << wave
                           << "' \"$2\"\n";
     fs::permissions(script, fs::perms::owner_all);
@@ -475,13 +502,14 @@ void InstallWaitingDecoder(const TestHome& home, const std::string& wave)
 
 TEST_F(MainDialogDecks, ClosingDuringAConversionStopsItAndLeavesNoPartialFile)
 {
-    InstallWaitingDecoder(home, Tone("decoded.wav"));
+    InstallWaitingDecoder(home, Tone("decoded.wav", 10));
     const std::string slow = home / "slow.ogg";
     WriteWholeFile(slow, "ogg");
     Open({slow});
     dialog->AddFileToDeck(kDeckLeft, 0);
     ASSERT_TRUE(dialog->IsDeckConverting(kDeckLeft));
-    ASSERT_TRUE(QtTestWaitFor([&] { return fs::exists(home / "started"); }));
+    // The cached copy is being written (under a temporary name) while the decoder waits.
+    ASSERT_TRUE(QtTestWaitFor([&] { return !FilesIn(CacheFolder()).empty(); }));
     ASSERT_TRUE(dialog->IsDeckConverting(kDeckLeft)) << "the conversion must still run when the window closes";
 
     Close();

@@ -157,11 +157,13 @@ protected:
             out.push_back(List().GetCell(row, column));
         return out;
     }
-    // Puts the track of `row` on a deck the way a finished conversion does.
+    // Puts the track of `row` on a deck the way a finished conversion does: the deck plays a
+    // copy named after the whole source name with ".wav" added.
     void LoadOnDeck(DJDeckPosition deck, int row)
     {
-        const std::string path = dialog.GetLibrary().GetList().GetItem(static_cast<size_t>(row))->GetPath();
-        dialog.fcntfComplete(true, path.c_str(), deck, 0, 0, LSoundTime(200), row, 0);
+        const std::string source = dialog.GetLibrary().GetList().GetItem(static_cast<size_t>(row))->GetPath();
+        const std::string copy = Track("cache/" + source.substr(source.rfind('/') + 1) + ".wav");
+        dialog.fcntfComplete(true, copy.c_str(), deck, 0, 0, LSoundTime(200), row, 0);
         ASSERT_EQ(dialog.GetRowOnDeck(deck), row);
     }
     void ExpectEveryRowShowsItsOwnIndex()
