@@ -291,8 +291,9 @@ public:
     // sent as the window maps is at times not delivered on Xvfb); its exit status, or -1.
     int Close()
     {
-        constexpr unsigned int kRetryMs = 2000;
-        for (unsigned int waited = 0; waited < kWaitMs; waited += kRetryMs) {
+        // A loaded machine may take long to stop a playing deck and save under the sanitizers.
+        constexpr unsigned int kRetryMs = 2000, kCloseMs = 3 * kWaitMs;
+        for (unsigned int waited = 0; waited < kCloseMs; waited += kRetryMs) {
             if (!SendDeleteWindow(window)) {
                 break;
             }
