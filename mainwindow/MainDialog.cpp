@@ -32,6 +32,7 @@ constexpr int kBottomPanelHeight = 25;   // pixels
 constexpr int kListTop = 404;            // pixels below the content's top
 constexpr int kListBottomMargin = 36;    // pixels from the list's bottom to the content's
 constexpr int kPanelMargin = 5;          // pixels
+constexpr int kBackgroundGrey = 0xBE;    // 8-bit level of each component of the window's grey
 
 constexpr char kProgramSettingsSection[] = "Settings";
 
@@ -141,6 +142,11 @@ void MainDialog::InitDialog()
     if (!_prompts) {
         _prompts = MakeMainUserPromptsQt(GetWidget());
     }
+    // The grey between and around the panels.
+    QPalette palette = GetWidget()->palette();
+    palette.setColor(QPalette::Window, QColor(kBackgroundGrey, kBackgroundGrey, kBackgroundGrey));
+    GetWidget()->setPalette(palette);
+    GetWidget()->setAutoFillBackground(true);
     _BuildMenuBar();
     _statusBar->showMessage(QStringLiteral(ORVANE_PRODUCT " v " ORVANE_VERSION));
     _BuildLibraryList();
@@ -288,8 +294,8 @@ int MainDialog::GetContentHeight() const
 
 void MainDialog::_SetPanelGeometry(LWindow* panel, int x, int y, int width, int height)
 {
-    if (panel && panel->GetWidget()) {
-        panel->GetWidget()->setGeometry(x, y, std::max(width, 0), std::max(height, 0));
+    if (panel) {
+        panel->SetWindowPixels(x, y, width, height);
     }
 }
 

@@ -250,6 +250,11 @@ private:
     bool _conversionsStopped = false;     // completions after the stop change nothing
 
     // ---- MainDialogBPM.cpp
+    // Runs the BPM dialog for the track at `path`; true when confirmed, `bpm` then holds the
+    // value. Tests override it to answer without a modal loop.
+    virtual bool _RunBPMEditDlg(double& bpm, const char* title, const char* path);
+    // Loads list row `row` again onto each deck that holds its track, so it takes new beats.
+    void _ReloadDecksOfRow(int row);
 
     // ---- MainDialogLibrary.cpp
     void _BuildLibraryList();

@@ -1,5 +1,6 @@
 #include "ui/LListView.h"
 
+#include "app/LHashTable.h"
 #include "app/LSettings.h"
 #include "ui/LListViewKeys.h"
 #include "ui/LListViewModel.h"
@@ -13,7 +14,6 @@
 #include <QItemSelectionModel>
 #include <QMimeData>
 #include <QPointer>
-#include <QScrollBar>
 #include <QStyle>
 #include <QTimer>
 
@@ -262,7 +262,7 @@ void LListView::Impl::LoadShares(const char* section)
     std::vector<LListViewColumnInfo>& columns = model->GetColumns();
     std::vector<int> shares;
     for (size_t i = 0; i < columns.size(); ++i) {
-        char value[kColumnKeySize] = "";
+        char value[kLTextBytes] = "";  // the store's value size
         _LUserSettingGetString(section, _ColumnKey(i).c_str(), "", value);
         const std::optional<int> share = LListViewParseShare(value);
         if (!share) {

@@ -137,6 +137,11 @@ std::optional<std::string> _LocalPath(std::string_view url)
 LListViewValueKey LListViewTimeKey(std::string_view text)
 {
     text = _Trim(text);
+    // The time formatter writes a sign before negative times.
+    const bool negative = !text.empty() && text.front() == '-';
+    if (negative) {
+        text.remove_prefix(1);
+    }
     std::vector<std::string_view> fields;
     size_t start = 0;
     while (fields.size() <= kMaxTimeFields) {
@@ -158,7 +163,7 @@ LListViewValueKey LListViewTimeKey(std::string_view text)
         }
         seconds = seconds * kSecondsPerField + *field;
     }
-    return {true, seconds};
+    return {true, negative ? -seconds : seconds};
 }
 
 LListViewValueKey LListViewNumberKey(std::string_view text)

@@ -25,7 +25,8 @@ inline bool operator<(const LListViewValueKey& a, const LListViewValueKey& b)
     return a.readable && a.value < b.value;
 }
 
-// "h:mm:ss.f", "m:ss", "ss.f" and the like, in seconds; spaces around are allowed.
+// "h:mm:ss.f", "m:ss", "ss.f" and the like, in seconds, with an optional leading "-"; spaces
+// around are allowed.
 LListViewValueKey LListViewTimeKey(std::string_view text);
 // A leading decimal number as strtod reads it, but independent of the locale; "-", "nan" and
 // texts without a number are unreadable.

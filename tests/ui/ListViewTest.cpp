@@ -1,3 +1,4 @@
+#include "app/LHashTable.h"
 #include "app/LSettings.h"
 #include "support/QtTestApp.h"
 #include "support/TestHome.h"
@@ -8,6 +9,7 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QHeaderView>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QTableView>
 #include <QWidget>
@@ -28,6 +30,10 @@ public:
     int selectionChanges = 0;
     int sorts = 0;
     std::vector<int> doubleClicks;
+    std::vector<int> contextMenus;
+    std::vector<LDroppedFileData> fileDrops;
+    void EvListContextMenu(int row) override { contextMenus.push_back(row); }
+    void EvDropFiles(LDroppedFileData& data) override { fileDrops.push_back(data); }
     void EvListSelectionChanged() override { ++selectionChanges; }
     void EvListDoubleClick(int row) override { doubleClicks.push_back(row); }
     void SortCompleted() override { ++sorts; }
@@ -199,8 +205,8 @@ TEST(ListViewKeys, TimeKeyReadsEveryFormAndRefusesOddTexts)
         {" 0:00 ", true, 0.0},       {"10:00:00.0", true, 36000}, {"0:59.9", true, 59.9},
         {"", false, 0},              {"-", false, 0},           {"1:2:3:4", false, 0},
         {"a:00", false, 0},          {"1::00", false, 0},       {":30", false, 0},
-        {"1:30.", true, 90.0},       {"1.5:30", false, 0},      {"-1:00", false, 0},
-        {"1:00.1.2", false, 0},      {"12abc", false, 0},
+        {"1:30.", true, 90.0},       {"1.5:30", false, 0},      {"-0:01:00.5", true, -60.5},
+        {"1:00.1.2", false, 0},      {"12abc", false, 0},       {"--1:00", false, 0},
     };
     for (const Case& c : cases) {
         const LListViewValueKey key = LListViewTimeKey(c.text);
@@ -314,11 +320,12 @@ TEST_F(ListViewTest, SavedSharesComeBackAndAbsurdOnesAreIgnored)
     EXPECT_EQ(list->GetColumnWidth(0), list->GetColumnWidth(1));
     EXPECT_NEAR(list->GetColumnWidth(2), 2 * list->GetColumnWidth(0), 2);
     list->SaveColumnsToSettings("ListCopy");
-    char copy[32] = "";
+    char copy[kLTextBytes] = "";
     _LUserSettingGetString("ListCopy", "Column3", "", copy);
     EXPECT_STREQ(copy, "200");
 
-    for (const char* absurd : {"-5", "0", "999999999", "abc", ""}) {
+    const std::string longest(kLTextBytes - 1, '7');  // the longest value the store keeps
+    for (const char* absurd : {"-5", "0", "999999999", "abc", "", longest.c_str()}) {
         LListView other(window, kListId + 1, handler);
         other.SetColumns(kColumns, kColumnCount);
         LUserSettingSetString(section, "Column2", absurd);
@@ -335,7 +342,7 @@ TEST_F(ListViewTest, DraggingAHeaderEdgeSavesTheNewShares)
     window.Show();
     list->SetGeometry(0, 0, 600, 300);
     list->AdjustColumns(600);
-    char stored[32] = "";
+    char stored[kLTextBytes] = "";
     EXPECT_FALSE(_LUserSettingGetString(section, "Column1", "", stored));  // our own sizing: no save
 
     auto* table = qobject_cast<QTableView*>(list->GetWidget());
@@ -403,6 +410,91 @@ TEST(ListViewKeys, ReorderTargetIsTheRowDroppedOn)
         EXPECT_EQ(LListViewReorderTarget(c.from, c.drop, c.count), c.to)
             << c.from << " onto " << c.drop << " of " << c.count;
     }
+}
+
+}  // namespace
+
+namespace {
+
+// The centre of a row in the table's viewport.
+QPoint RowPoint(const LListView& list, int row)
+{
+    auto* table = qobject_cast<QTableView*>(list.GetWidget());
+    return {table->columnWidth(0) / 2, table->rowViewportPosition(row) + table->rowHeight(row) / 2};
+}
+
+void SendMouse(QWidget* widget, QEvent::Type type, QPoint at, Qt::MouseButton button)
+{
+    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::MouseButtons(button);
+    QMouseEvent event(type, at, widget->mapToGlobal(at), button, held, Qt::NoModifier);
+    QApplication::sendEvent(widget, &event);
+}
+
+TEST_F(ListViewTest, RightClickSelectsTheRowUnlessItIsSelectedAndDoubleClickNamesTheRow)
+{
+    Fill({{"a"}, {"b"}, {"c"}, {"d"}});
+    window.Show();
+    list->SetGeometry(0, 0, 400, 300);
+    list->AdjustColumns(400);
+    QWidget* viewport = qobject_cast<QTableView*>(list->GetWidget())->viewport();
+    const auto rightClick = [&](QPoint at) {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, viewport->mapToGlobal(at));
+        QApplication::sendEvent(viewport, &event);
+    };
+
+    list->SelectRows({1, 3});
+    rightClick(RowPoint(*list, 3));  // on a selected row: the selection stays
+    EXPECT_EQ(list->GetSelectedRows(), (std::vector<int>{1, 3}));
+    rightClick(RowPoint(*list, 2));  // elsewhere: that row alone
+    EXPECT_EQ(list->GetSelectedRows(), (std::vector<int>{2}));
+    rightClick(QPoint(10, viewport->height() - 2));  // below the last row
+    EXPECT_EQ(handler.contextMenus, (std::vector<int>{3, 2, -1}));
+
+    const QPoint second = RowPoint(*list, 1);
+    SendMouse(viewport, QEvent::MouseButtonPress, second, Qt::LeftButton);
+    SendMouse(viewport, QEvent::MouseButtonRelease, second, Qt::LeftButton);
+    SendMouse(viewport, QEvent::MouseButtonDblClick, second, Qt::LeftButton);
+    SendMouse(viewport, QEvent::MouseButtonRelease, second, Qt::LeftButton);
+    EXPECT_EQ(handler.doubleClicks, (std::vector<int>{1}));
+    EXPECT_EQ(list->GetSelectedRows(), (std::vector<int>{1}));
+    window.Hide();
+}
+
+TEST_F(ListViewTest, FilesDroppedOnTheWindowOrTheListReachTheHandlerAfterTheDrop)
+{
+    Fill({{"a"}});
+    list->SetGeometry(50, 60, 300, 200);
+    QWidget* viewport = qobject_cast<QTableView*>(list->GetWidget())->viewport();
+    ASSERT_TRUE(window.GetWidget()->acceptDrops());
+    QMimeData mime;
+    mime.setData("text/uri-list", "file:///music/a%20b.mp3\r\nhttp://x/y\r\nfile:///music/%FF.wav\r\n");
+    const QPoint at(123, 45);
+    for (QWidget* target : {window.GetWidget(), viewport}) {
+        handler.fileDrops.clear();
+        QDragEnterEvent enter(at, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(target, &enter);
+        EXPECT_TRUE(enter.isAccepted());
+        QDropEvent drop(QPointF(at), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(target, &drop);
+        EXPECT_TRUE(drop.isAccepted());
+        EXPECT_TRUE(handler.fileDrops.empty());  // not while the drop is under way
+        ASSERT_TRUE(QtTestWaitFor([&] { return !handler.fileDrops.empty(); }));
+        ASSERT_EQ(handler.fileDrops.size(), 1u);
+        EXPECT_EQ(handler.fileDrops[0].paths,
+                  (std::vector<std::string>{"/music/a b.mp3", "/music/\xff.wav"}));
+        // In the window's coordinates wherever it landed.
+        const QPoint expected = target->mapTo(window.GetWidget(), at);
+        EXPECT_EQ(handler.fileDrops[0].x, expected.x());
+        EXPECT_EQ(handler.fileDrops[0].y, expected.y());
+    }
+
+    // Text that is not a file list is not taken.
+    QMimeData text;
+    text.setText("hello");
+    QDragEnterEvent other(at, Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
+    other.ignore();
+    QApplication::sendEvent(window.GetWidget(), &other);
+    EXPECT_FALSE(other.isAccepted());
 }
 
 }  // namespace
