@@ -5,6 +5,7 @@
 #include "base/LFile.h"
 #include "engine/CmdCounts.h"
 #include "mainwindow/MainMenus.h"
+#include "mainwindow/MainCloseRequests.h"
 #include "mainwindow/MainQuitSignals.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
@@ -21,6 +22,7 @@
 #include <QResizeEvent>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTimer>
 
 #include <unistd.h>
 
@@ -35,6 +37,7 @@ constexpr int kPanelMargin = 5;          // pixels
 constexpr int kBackgroundGrey = 0xBE;    // 8-bit level of each component of the window's grey
 
 constexpr char kProgramSettingsSection[] = "Settings";
+constexpr int kQuitRetryMs = 20;  // while a modal window goes
 
 std::string _Setting(const char* key, const char* section = MainDialog::kSettingsSection)
 {
@@ -115,6 +118,7 @@ bool MainDialog::MainWindowInitCommon()
     }
     _windowCreated = true;
     _quitSignals = std::make_unique<MainQuitSignals>([this] { RequestQuit(); });
+    _closeRequests = std::make_unique<MainCloseRequests>(*window, [this] { RequestQuit(); });
     _filter = std::make_unique<_EventFilter>(*this);
     window->installEventFilter(_filter.get());
     window->setWindowTitle(kWindowTitle);
@@ -197,6 +201,7 @@ void MainDialog::MainWindowDestroyCommon()
         window->removeEventFilter(_filter.get());
     }
     _quitSignals.reset();
+    _closeRequests.reset();
     // A counts file that cannot be written costs only the statistics.
     CmdCountsWrite(_files.countsPath.c_str());
     DestroyDialog();
@@ -257,7 +262,16 @@ void MainDialog::RequestQuit()
         } else {
             modal->close();
         }
-        PostCommand(kCmQuit);
+        // Asked again once the modal window has had time to go. A Qt timer, not the program's
+        // queue: a long task drains that queue until it is empty, and a quit that re-posts
+        // itself there would keep it from ever being empty. Further quits meanwhile are absorbed.
+        if (!_quitRetryPending) {
+            _quitRetryPending = true;
+            QTimer::singleShot(kQuitRetryMs, GetWidget(), [this] {
+                _quitRetryPending = false;
+                RequestQuit();
+            });
+        }
         return;
     }
     if (CmCancel()) {

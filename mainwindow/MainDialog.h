@@ -17,6 +17,7 @@
 class DJBottomPanel;
 class DJConsoleGUI;
 class DJDeckGUI;
+class MainCloseRequests;
 class MainQuitSignals;
 class QAction;
 class QMenuBar;
@@ -289,4 +290,6 @@ private:
     std::map<int, QAction*> _actions;
     std::unique_ptr<QObject> _filter;
     std::unique_ptr<MainQuitSignals> _quitSignals;
+    std::unique_ptr<MainCloseRequests> _closeRequests;
+    bool _quitRetryPending = false;  // a quit waits for a modal window to close
 };

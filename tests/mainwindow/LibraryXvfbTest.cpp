@@ -238,10 +238,8 @@ TEST_F(LongAddTest, CancelStopsTheTaskAndKeepsWhatWasAdded)
 }
 
 // The platform's quit (a logout's SIGTERM) during the task ends the task and the program
-// cleanly, with the library saved. Disabled while a quit during a modal task re-posts itself
-// for as long as the task's window is up, and the task's event pump, which drains the queue
-// until it is empty, never returns to look at its stop flag.
-TEST_F(LongAddTest, DISABLED_QuitSignalDuringTheTaskEndsCleanlyAndKeepsWhatWasAdded)
+// cleanly, with the library saved.
+TEST_F(LongAddTest, QuitSignalDuringTheTaskEndsCleanlyAndKeepsWhatWasAdded)
 {
     DropManyAndWaitForProgress();
     EXPECT_EQ(Stop(program->pid), 0);
@@ -249,10 +247,9 @@ TEST_F(LongAddTest, DISABLED_QuitSignalDuringTheTaskEndsCleanlyAndKeepsWhatWasAd
     ExpectKeptPartOfTheFolder();
 }
 
-// The window's close button during the task. Disabled while Qt drops a close request for a
-// window that a modal window blocks: the main window must take the window manager's request
-// itself to end the task.
-TEST_F(LongAddTest, DISABLED_CloseRequestDuringTheTaskEndsCleanlyAndKeepsWhatWasAdded)
+// The window's close button during the task, though the task's modal window blocks the main
+// window.
+TEST_F(LongAddTest, CloseRequestDuringTheTaskEndsCleanlyAndKeepsWhatWasAdded)
 {
     DropManyAndWaitForProgress();
     ASSERT_TRUE(SendDeleteWindow(program->window));
