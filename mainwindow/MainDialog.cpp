@@ -4,6 +4,7 @@
 #include "app/LSettings.h"
 #include "base/LFile.h"
 #include "engine/CmdCounts.h"
+#include "files/LFilesSettings.h"
 #include "mainwindow/MainMenus.h"
 #include "mainwindow/MainCloseRequests.h"
 #include "mainwindow/MainQuitSignals.h"
@@ -38,6 +39,17 @@ constexpr int kBackgroundGrey = 0xBE;    // 8-bit level of each component of the
 
 constexpr char kProgramSettingsSection[] = "Settings";
 constexpr int kQuitRetryMs = 20;  // while a modal window goes
+
+// The window that shows the files layer's alerts (the cache is full); one main window a process.
+MainDialog* gAlertWindow = nullptr;
+
+// The files layer raises its alerts on the interface thread (while a load is started).
+void _FilesAlert(OpaqueWindowPtr* /*owner*/, const char* title, const char* text)
+{
+    if (gAlertWindow) {
+        gAlertWindow->GetUserPrompts().Alert(title ? title : "", text ? text : "");
+    }
+}
 
 std::string _Setting(const char* key, const char* section = MainDialog::kSettingsSection)
 {
@@ -146,6 +158,8 @@ void MainDialog::InitDialog()
     if (!_prompts) {
         _prompts = MakeMainUserPromptsQt(GetWidget());
     }
+    gAlertWindow = this;
+    LSetFilesAlert(&_FilesAlert);
     // The grey between and around the panels.
     QPalette palette = GetWidget()->palette();
     palette.setColor(QPalette::Window, QColor(kBackgroundGrey, kBackgroundGrey, kBackgroundGrey));
@@ -214,6 +228,8 @@ void MainDialog::DestroyDialog()
     }
     _initialised = false;
     _StopConversions();
+    LSetFilesAlert(nullptr);
+    gAlertWindow = nullptr;
     _console.Stop();
     _library.Save();
     DeleteTmpWavFiles();
