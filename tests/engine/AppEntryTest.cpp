@@ -2,6 +2,7 @@
 #include "engine/CmdCounts.h"
 #include "engine/LDebug.h"
 #include "engine/LInstaller.h"
+#include "support/CommaLocale.h"
 #include "support/TestHome.h"
 
 #include <gtest/gtest.h>
@@ -177,27 +178,14 @@ TEST(ProgramEntry, FoldersMadeInAFreshHomeUnderUmask0AreNotWritableByOthers)
     }
 }
 
-namespace {
-
-// A German locale built into a private folder: this machine may have none installed.
-bool _BuildCommaLocale(const std::string& folder)
-{
-    const std::string command = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
-    return std::system(command.c_str()) == 0;
-}
-
-}  // namespace
-
 TEST(ProgramEntry, TheUsersLanguageLeavesNumbersWithTheirPoint)
 {
     TestHome home;
-    const std::string folder = home / "locales";
-    std::filesystem::create_directories(folder);
-    if (!_BuildCommaLocale(folder)) {
+    const std::string locale = BuildCommaLocale(home / "locales");
+    if (locale.empty()) {
         GTEST_SKIP() << "localedef cannot build de_DE here";
     }
-    setenv("LOCPATH", folder.c_str(), 1);
-    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    setenv("LC_ALL", locale.c_str(), 1);
     LInitLocale();
     EXPECT_NE(std::string(LGetLocale()).find("de_DE"), std::string::npos) << LGetLocale();
     char text[32];

@@ -6,6 +6,7 @@
 #include "base/LFile.h"
 #include "engine/ConsoleTestSupport.h"
 #include "mainwindow/MainDialog.h"
+#include "support/CommaLocale.h"
 #include "support/QtTestApp.h"
 #include "support/TestHome.h"
 
@@ -157,13 +158,16 @@ TEST(BPMEditText, OkAcceptsDigitsAndPointUpTo5000)
 
 TEST(BPMEditText, NumbersUseAPointInEveryLocale)
 {
+    TestHome home;
     const std::string before = std::setlocale(LC_NUMERIC, nullptr);
-    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8")) {
-        GTEST_SKIP() << "no locale with a decimal comma installed";
+    const std::string comma = BuildCommaLocale(home / "locales");
+    if (comma.empty() || !std::setlocale(LC_NUMERIC, comma.c_str())) {
+        GTEST_SKIP() << "no locale with a decimal comma could be made";
     }
     EXPECT_EQ(BPMEditFormat(128.5), "128.50");
     EXPECT_DOUBLE_EQ(BPMEditParse("128.50"), 128.5);
     std::setlocale(LC_NUMERIC, before.c_str());
+    unsetenv("LOCPATH");
 }
 
 TEST(BPMEditText, ScanResultsBeatFrequenciesAndText)
