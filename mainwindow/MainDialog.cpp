@@ -269,7 +269,8 @@ void MainDialog::EvTimer(int timerId)
 
 void MainDialog::RequestQuit()
 {
-    if (!_initialised) {
+    // While a modal window is being cancelled, the retry below speaks for every quit.
+    if (!_initialised || _quitRetryPending) {
         return;
     }
     if (QWidget* modal = QApplication::activeModalWidget(); modal && modal != GetWidget()) {
@@ -280,14 +281,12 @@ void MainDialog::RequestQuit()
         }
         // Asked again once the modal window has had time to go. A Qt timer, not the program's
         // queue: a long task drains that queue until it is empty, and a quit that re-posts
-        // itself there would keep it from ever being empty. Further quits meanwhile are absorbed.
-        if (!_quitRetryPending) {
-            _quitRetryPending = true;
-            QTimer::singleShot(kQuitRetryMs, GetWidget(), [this] {
-                _quitRetryPending = false;
-                RequestQuit();
-            });
-        }
+        // itself there would keep it from ever being empty.
+        _quitRetryPending = true;
+        QTimer::singleShot(kQuitRetryMs, GetWidget(), [this] {
+            _quitRetryPending = false;
+            RequestQuit();
+        });
         return;
     }
     if (CmCancel()) {

@@ -10,6 +10,9 @@
 #include "ui/DJConsoleGUI.h"
 #include "ui/DJDeckGUI.h"
 
+#include <QDialog>
+#include <QTimer>
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -178,6 +181,37 @@ TEST_F(MainDialogTest, UnreadableCountsFileLeavesTheTableAndTheWindowStillComesU
     ASSERT_TRUE(dialog.MainWindowInitCommon());
     dialog.MainWindowDestroyCommon();
     EXPECT_FALSE(LFile::Exists(counts.c_str()));
+}
+
+// Counts how often the window agrees to close.
+class CountedCancelDialog : public MainDialog {
+public:
+    using MainDialog::MainDialog;
+    bool CmCancel() override
+    {
+        ++cancels;
+        return MainDialog::CmCancel();
+    }
+    int cancels = 0;
+};
+
+// A quit while a modal dialog is in front cancels that dialog first and comes again; a second
+// quit meanwhile is absorbed, so the window is asked once.
+TEST_F(MainDialogTest, QuitsDuringAModalDialogCancelItAndAreAskedOnce)
+{
+    CountedCancelDialog dialog({home / "counts.txt"});
+    ASSERT_TRUE(dialog.MainWindowInitCommon());
+    QDialog modal(dialog.GetWidget());
+    QTimer::singleShot(0, &modal, [&] {
+        dialog.RequestQuit();
+        dialog.RequestQuit();
+    });
+    EXPECT_EQ(modal.exec(), QDialog::Rejected);
+    EXPECT_EQ(dialog.cancels, 0) << "asked while the dialog was still up";
+    ASSERT_TRUE(QtTestWaitFor([&] { return dialog.cancels > 0; }));
+    QtTestWaitFor([] { return false; }, 200);  // a second retry would show here
+    EXPECT_EQ(dialog.cancels, 1);
+    dialog.MainWindowDestroyCommon();
 }
 
 }  // namespace
