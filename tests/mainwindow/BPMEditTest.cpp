@@ -5,6 +5,7 @@
 #include "base/LEventQueue.h"
 #include "base/LFile.h"
 #include "engine/ConsoleTestSupport.h"
+#include "mainwindow/CancellingPrompts.h"
 #include "mainwindow/MainDialog.h"
 #include "support/CommaLocale.h"
 #include "support/QtTestApp.h"
@@ -367,29 +368,6 @@ TEST_F(BPMEditTest, WindowHasTheControlsAndTapsOnTheSpaceKey)
 
 namespace {
 
-// Prompts that keep alerts and answer nothing.
-class QuietPrompts : public MainUserPrompts {
-public:
-    explicit QuietPrompts(std::vector<std::string>& alerts) : _alerts(alerts) {}
-    void Alert(const std::string& title, const std::string& text) override { _alerts.push_back(title + "|" + text); }
-    bool AskYesNo(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> ChooseFiles(const std::string&, const std::string&, const std::string&) override
-    {
-        return {};
-    }
-    std::string ChooseFile(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseFolder(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseSaveFile(const std::string&, const std::string&, const std::string&,
-                               const std::string&) override
-    {
-        return "";
-    }
-    int ChooseItem(const std::string&, const std::string&, const std::vector<std::string>&) override { return -1; }
-
-private:
-    std::vector<std::string>& _alerts;
-};
-
 // A main window whose BPM dialog is answered by a script: the text typed before OK, or a
 // cancel. The answer goes through the dialog's own OK check.
 class AnsweredWindow : public MainDialog {
@@ -437,7 +415,7 @@ protected:
     void Open(int count, int bare = -1)
     {
         window = std::make_unique<AnsweredWindow>(MainDialogFiles{home / "counts.txt"});
-        window->SetUserPrompts(std::make_unique<QuietPrompts>(alerts));
+        window->SetUserPrompts(std::make_unique<AlertLog>(alerts));
         ASSERT_TRUE(window->MainWindowInitCommon());
         for (int i = 0; i < count; ++i) {
             const std::string path = home / ("song" + std::to_string(i) + ".wav");
@@ -584,7 +562,7 @@ TEST_F(EditBPMTest, TheProgramsWindowTakesEnterAndAQuit)
 {
     QtTestApp();
     MainDialog main(MainDialogFiles{home / "counts.txt"});
-    main.SetUserPrompts(std::make_unique<QuietPrompts>(alerts));
+    main.SetUserPrompts(std::make_unique<AlertLog>(alerts));
     ASSERT_TRUE(main.MainWindowInitCommon());
     const std::string path = home / "song.wav";
     ASSERT_TRUE(WriteStereoWave(path, MakeTone(1, 440, 8000, true, true)));

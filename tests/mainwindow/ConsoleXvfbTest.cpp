@@ -4,6 +4,7 @@
 #include "app/LSettings.h"
 #include "base/LFile.h"
 #include "mainwindow/MainDialog.h"
+#include "mainwindow/CancellingPrompts.h"
 #include "sound/LWaveFile.h"
 #include "support/TestHome.h"
 #include "ui/DJBottomPanel.h"
@@ -211,28 +212,6 @@ std::vector<std::string> WaveFilesIn(const std::string& folder)
     return names;
 }
 
-// Alerts of the window, answered at once.
-class ScriptedPrompts : public MainUserPrompts {
-public:
-    explicit ScriptedPrompts(std::vector<std::string>& alerts) : _alerts(alerts) {}
-    void Alert(const std::string& title, const std::string& text) override { _alerts.push_back(title + "|" + text); }
-    bool AskYesNo(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> ChooseFiles(const std::string&, const std::string&, const std::string&) override
-    {
-        return {};
-    }
-    std::string ChooseFile(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseFolder(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseSaveFile(const std::string&, const std::string&, const std::string&,
-                               const std::string&) override
-    {
-        return "";
-    }
-    int ChooseItem(const std::string&, const std::string&, const std::vector<std::string>&) override { return -1; }
-
-private:
-    std::vector<std::string>& _alerts;
-};
 
 class ConsoleXvfbTest : public testing::Test {
 protected:
@@ -247,7 +226,7 @@ protected:
         LUserSettingSetInt("Settings", "HeadphoneOutputLeft", -1);
         LUserSettingSetInt("Settings", "HeadphoneOutputRight", -1);
         dialog = std::make_unique<MainDialog>(MainDialogFiles{home / "counts.txt"});
-        dialog->SetUserPrompts(std::make_unique<ScriptedPrompts>(alerts));
+        dialog->SetUserPrompts(std::make_unique<AlertLog>(alerts));
         ASSERT_TRUE(dialog->MainWindowInitCommon());
         ASSERT_TRUE(WaitExposed(dialog->GetWidget()));
         for (int deck : {0, 1}) {

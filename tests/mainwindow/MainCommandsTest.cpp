@@ -1,5 +1,7 @@
 #include "mainwindow/MainDialog.h"
 
+#include "mainwindow/CancellingPrompts.h"
+
 #include "app/LSettings.h"
 #include "base/LFile.h"
 #include "engine/ConsoleTestSupport.h"
@@ -32,7 +34,7 @@ namespace fs = std::filesystem;
 namespace {
 
 // Keeps the alerts and the lists offered for a choice, and answers a choice from a script.
-class ScriptedPrompts : public MainUserPrompts {
+class ScriptedPrompts : public CancellingPrompts {
 public:
     struct Record {
         std::vector<std::pair<std::string, std::string>> alerts;
@@ -40,22 +42,7 @@ public:
         int chooseAnswer = -1;
     };
     explicit ScriptedPrompts(Record& record) : _record(record) {}
-    void Alert(const std::string& title, const std::string& text) override
-    {
-        _record.alerts.emplace_back(title, text);
-    }
-    bool AskYesNo(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> ChooseFiles(const std::string&, const std::string&, const std::string&) override
-    {
-        return {};
-    }
-    std::string ChooseFile(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseFolder(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseSaveFile(const std::string&, const std::string&, const std::string&,
-                               const std::string&) override
-    {
-        return "";
-    }
+    void Alert(const std::string& title, const std::string& text) override { _record.alerts.emplace_back(title, text); }
     int ChooseItem(const std::string&, const std::string&, const std::vector<std::string>& choices) override
     {
         _record.choices.push_back(choices);

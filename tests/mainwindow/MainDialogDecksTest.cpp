@@ -1,5 +1,7 @@
 #include "mainwindow/MainDialog.h"
 
+#include "mainwindow/CancellingPrompts.h"
+
 #include "analysis/ClickTrain.h"
 #include "app/LSettings.h"
 #include "base/LFile.h"
@@ -33,23 +35,10 @@ namespace {
 constexpr const char* kChannelsTitle = "Please adjust your audio settings";
 
 // Answers every question with "cancel" and keeps the alerts.
-class RecordedPrompts : public MainUserPrompts {
+class RecordedPrompts : public CancellingPrompts {
 public:
     explicit RecordedPrompts(std::vector<std::pair<std::string, std::string>>& alerts) : _alerts(alerts) {}
     void Alert(const std::string& title, const std::string& text) override { _alerts.emplace_back(title, text); }
-    bool AskYesNo(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> ChooseFiles(const std::string&, const std::string&, const std::string&) override
-    {
-        return {};
-    }
-    std::string ChooseFile(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseFolder(const std::string&, const std::string&, const std::string&) override { return ""; }
-    std::string ChooseSaveFile(const std::string&, const std::string&, const std::string&,
-                               const std::string&) override
-    {
-        return "";
-    }
-    int ChooseItem(const std::string&, const std::string&, const std::vector<std::string>&) override { return -1; }
 
 private:
     std::vector<std::pair<std::string, std::string>>& _alerts;
