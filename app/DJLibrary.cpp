@@ -9,8 +9,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <set>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -36,6 +38,27 @@ std::string _FieldText(const char* value, const char* fallback)
             c = ' ';
     return text;
 }
+
+// A name as one line of a message: line ends and other control characters shown as "?".
+std::string _Printable(std::string name)
+{
+    for (char& c : name)
+        if (static_cast<unsigned char>(c) < 32 || c == 127)
+            c = '?';
+    return name;
+}
+
+// Keeps what an opening says instead of showing it: the task reports it with the others.
+class _ErrorCatcher : public LProcessInterfaceNested {
+public:
+    using LProcessInterfaceNested::LProcessInterfaceNested;
+    void SetError(const char* message) override
+    {
+        if (message && first.empty())
+            first = message;
+    }
+    std::string first;
+};
 
 void _SetInt(LHashTable& table, const char* key, long long value)
 {
@@ -141,8 +164,74 @@ const char* DJLibrary::_FindPathOfName(const std::string& name) const
     return "";
 }
 
+DJLibrary::TaskScope::TaskScope(DJLibrary& library, LProcessInterface& process)
+    : _library(library), _process(process)
+{
+    if (_library._taskDepth++ == 0)
+        _library._unreadable = {};
+}
+
+DJLibrary::TaskScope::~TaskScope()
+{
+    if (--_library._taskDepth == 0)
+        _library._ReportUnreadable(_process);
+}
+
+const char* DJLibrary::_UnfitReason(const char* path)
+{
+    if (!LFile::_FitsPath(path))
+        return "path too long";
+    if (std::strpbrk(path, "<>\r\n"))
+        return "a line break, \"<\" or \">\" in its path";  // the library file can't hold these
+    struct stat info {};
+    if (stat(path, &info) != 0)
+        return errno == ENOENT ? "missing, or a broken link" : "can't be reached";
+    if (!S_ISREG(info.st_mode))
+        return "not a plain file";  // a device or pipe named like a track would never end
+    const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return "can't be read";
+    close(fd);
+    return nullptr;
+}
+
+void DJLibrary::RefuseLongPath(const char* folder, const char* name)
+{
+    if (!_opener.IsSupported(name) && !LPlayList::IsPlayListFile(name))
+        return;
+    _Unreadable(_Printable(name), "path too long", "The path of " + _Printable(name) + " in " + _Printable(folder) + " is too long.");
+}
+
+void DJLibrary::_Unreadable(const std::string& name, const char* reason, const std::string& detail)
+{
+    ++_refused;
+    if (_unreadable.count++ == 0)
+        _unreadable.firstDetail = detail.empty() ? name + ": " + reason + "." : detail;
+    if (static_cast<int>(_unreadable.lines.size()) < kReportedNames)
+        _unreadable.lines.push_back(name + " (" + reason + ")");
+}
+
+void DJLibrary::_ReportUnreadable(LProcessInterface& process)
+{
+    const Unreadable report = std::move(_unreadable);
+    _unreadable = {};
+    if (report.count == 0)
+        return;
+    if (report.count == 1) {
+        process.SetError(report.firstDetail.c_str());
+        return;
+    }
+    std::string text = std::to_string(report.count) + " files could not be added:\n";
+    for (const std::string& line : report.lines)
+        text += "\n" + line;
+    if (report.count > static_cast<int>(report.lines.size()))
+        text += "\n... and " + std::to_string(report.count - static_cast<int>(report.lines.size())) + " more.";
+    process.SetError(text.c_str());
+}
+
 bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
 {
+    TaskScope scope(*this, process);
     const std::string name = _FileNameOf(path);
     _BuildNames();
     if (_names.count(name) != 0) {
@@ -150,20 +239,14 @@ bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
         ++_refused;
         return false;
     }
+    if (const char* reason = _UnfitReason(path)) {
+        _Unreadable(_Printable(_FileNameOf(path)), reason, {});
+        return false;
+    }
     LTrackFacts facts;
-    if (!LFile::_FitsPath(path)) {
-        process.SetErrorF("The path of %s is too long.", name.c_str());
-        ++_refused;
-        return false;
-    }
-    if (std::strpbrk(path, "<>\r\n")) {
-        // The library file cannot hold these in a path: it would read back as another file.
-        process.SetErrorF("The file %s can't be added: its path holds a line break, \"<\" or \">\".", path);
-        ++_refused;
-        return false;
-    }
-    if (!_opener.Open(path, facts, process)) {
-        ++_refused;
+    _ErrorCatcher opening(process);
+    if (!_opener.Open(path, facts, opening)) {
+        _Unreadable(_Printable(_FileNameOf(path)), "not sound the program can read", opening.first);
         return false;
     }
     LAudioTagData tags;
@@ -192,6 +275,7 @@ bool DJLibrary::LoadSingleFile(const char* path, LProcessInterface& process)
 
 bool DJLibrary::LoadPlayList(const char* path, LProcessInterface& process)
 {
+    TaskScope scope(*this, process);
     if (!LPlayList::IsPlayListFile(path) || _openLists.size() >= kMaxPlayListDepth)
         return false;
     // A list that names itself, or a list that names it, is not read again.
@@ -294,8 +378,10 @@ LProcessResult _AddTree(LProcessInterface& process, DJAddFolder& task, const cha
     while (entries.Next()) {
         if (process.IsToStop())
             return kProcessStopped;
-        if (!entries.GetPath(path))
-            continue;  // a cut path names another file
+        if (!entries.GetPath(path)) {
+            task.library.RefuseLongPath(folder, entries.GetName());  // a cut path names another file
+            continue;
+        }
         if (LFile::IsFolder(path)) {
             if (_AddTree(process, task, path, visited) == kProcessStopped)
                 return kProcessStopped;
@@ -313,6 +399,7 @@ LProcessResult _AddTree(LProcessInterface& process, DJAddFolder& task, const cha
 
 LProcessResult Process(LProcessInterface& process, DJAddFile& task)
 {
+    DJLibrary::TaskScope scope(task.library, process);
     if (LPlayList::IsPlayListFile(task.path.c_str()))
         return task.library.LoadPlayList(task.path.c_str(), process) ? kProcessFinished : kProcessFailed;
     process.SetStatus(("Adding " + task.path).c_str(), 0);
@@ -330,6 +417,7 @@ void DJAddFolder::CountFiles()
 
 LProcessResult Process(LProcessInterface& process, DJAddFolder& task)
 {
+    DJLibrary::TaskScope scope(task.library, process);
     if (!task.counted) {
         process.SetProgress(0);
         task.CountFiles();
@@ -340,6 +428,7 @@ LProcessResult Process(LProcessInterface& process, DJAddFolder& task)
 
 LProcessResult Process(LProcessInterface& process, DJAddMultiFiles& task)
 {
+    DJLibrary::TaskScope scope(task.library, process);
     const int count = static_cast<int>(task.files.size());
     for (int i = 0; i < count; ++i) {
         if (process.IsToStop())
@@ -354,6 +443,7 @@ LProcessResult Process(LProcessInterface& process, DJAddMultiFiles& task)
 
 LProcessResult Process(LProcessInterface& process, DJAddPlayList& task)
 {
+    DJLibrary::TaskScope scope(task.library, process);
     const int count = static_cast<int>(task.list.Count());
     int done = 0;
     for (const auto& item : task.list.GetItems()) {
@@ -369,6 +459,7 @@ LProcessResult Process(LProcessInterface& process, DJAddPlayList& task)
 
 LProcessResult Process(LProcessInterface& process, DJAddDroppedFileData& task)
 {
+    DJLibrary::TaskScope scope(task.library, process);
     process.SetProgress(0);
     int total = 0;
     for (const std::string& path : task.paths) {

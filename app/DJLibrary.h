@@ -64,6 +64,29 @@ public:
     // Files refused by LoadSingleFile since the object was made.
     int GetRefusedCount() const { return _refused; }
 
+    // A wanted entry `name` of `folder` whose joined path does not fit: counted for the report.
+    void RefuseLongPath(const char* folder, const char* name);
+
+    // How many names the report at the end of an add task lists before "and N more".
+    static constexpr int kReportedNames = 5;
+
+    // Marks the run of one add task. Files that could not be taken for what they are (gone,
+    // broken links, unreadable, not sound, paths the library can't hold) are collected while
+    // tasks run inside one another, and the outermost one reports them all in a single
+    // message through its interface when it ends: a folder of a thousand bad files is one
+    // alert, not a thousand. The duplicate-name alert stays one per file.
+    class TaskScope {
+    public:
+        TaskScope(DJLibrary& library, LProcessInterface& process);
+        ~TaskScope();
+        TaskScope(const TaskScope&) = delete;
+        TaskScope& operator=(const TaskScope&) = delete;
+
+    private:
+        DJLibrary& _library;
+        LProcessInterface& _process;
+    };
+
 private:
     // The next add builds the names again from the list.
     void _ForgetNames();
@@ -71,6 +94,10 @@ private:
     void _AddName(const char* path);
     const char* _FindPathOfName(const std::string& name) const;
     bool _KeepDamagedFileAside();
+    // Why a path can't be opened as a track before any reader tries it; null when it can.
+    static const char* _UnfitReason(const char* path);
+    void _Unreadable(const std::string& name, const char* reason, const std::string& detail);
+    void _ReportUnreadable(LProcessInterface& process);
 
     const LTrackOpener& _opener;
     LPlayList _list;
@@ -82,6 +109,14 @@ private:
     bool _damaged = false;
     int _refused = 0;
     std::vector<std::string> _openLists;  // playlists being added inside one another
+    // Files the running task could not take: how many, the first few as "name (reason)", and
+    // the whole reason of the first one.
+    struct Unreadable {
+        int count = 0;
+        std::vector<std::string> lines;
+        std::string firstDetail;
+    } _unreadable;
+    int _taskDepth = 0;
 };
 
 // The add tasks. Each runs on an LProcessInterface (a progress dialog in the program and the

@@ -200,6 +200,7 @@ void MainDialog::DestroyDialog()
         return;
     }
     _initialised = false;
+    _StopConversions();
     _console.Stop();
     _library.Save();
     DeleteTmpWavFiles();

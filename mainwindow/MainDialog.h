@@ -22,6 +22,7 @@ class QAction;
 class QMenuBar;
 class QObject;
 class QStatusBar;
+struct MainMenuState;
 
 // Where the main window keeps its files; tests point them into a temporary folder.
 struct MainDialogFiles {
@@ -208,14 +209,45 @@ private:
 
     // ---- MainDialogCommands.cpp
     void _BuildMenuBar();
-    void _DeckCommand(int id);
+    // Each answers whether `id` was its command.
+    bool _ListCommand(int id);
+    bool _WindowCommand(int id);
+    bool _DeckCommand(int id);
+    bool _CrossfadeCommand(int id);
     void _EffectCommand(DJDeckGUI& panel, int effect);
-    void _CrossfadeCommand(int id);
+    void _StepMasterVolume(int step);
+    MainMenuState _MenuState() const;
+    void _ShowAbout();
+    void _OpenRecordingFolder();
+    // Runs the wave editor on `cachedPath` under a progress dialog until it ends; false (after
+    // an alert) when it could not be started or the wait was cancelled.
+    bool _RunWaveEditor(const std::string& cachedPath);
+    // After an edit: the cached copy's new length to the item and its Time cell, and the decks
+    // that played it get it again.
+    void _ReloadEditedTrack(int row, LPlayItem& item, const std::string& cachedPath);
 
     // ---- MainDialogDecks.cpp
     DJDeckGUI& _Panel(DJDeckPosition position) { return *_deckPanel[position]; }
     // The library item of list row `row`, or null.
     LPlayItem* _ItemOfRow(int row);
+    // The library item whose index is `index`, or null.
+    LPlayItem* _ItemOfIndex(int index);
+    // The list row of the track whose cached copy is `cachedPath`: `row` when it still holds
+    // it, else the row that does, else -1.
+    int _RowOfCachedFile(int row, const std::string& cachedPath);
+    // AddFileToDeck's work; true when the conversion was started.
+    bool _StartLoad(DJDeckPosition position, int row);
+    // Whether `deck` names deck A or B and its panel is still there.
+    bool _HasPanel(int deck) const;
+    // A message with data1 `on` to both deck panels.
+    void _SendToPanels(int message, long on);
+    // "" when recording may start now, else why not and where that is set.
+    std::string _RecordingRefusal() const;
+    // Stops both conversion threads (a stopped job leaves no file) and takes in what they
+    // report, so that nothing is left addressed to this window. Before the panels go.
+    void _StopConversions();
+    int _conversionsPending[2] = {0, 0};  // started, completion not yet delivered; deck A, B
+    bool _conversionsStopped = false;     // completions after the stop change nothing
 
     // ---- MainDialogBPM.cpp
 

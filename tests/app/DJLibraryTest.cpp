@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <functional>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,8 +20,14 @@ class RecordingProcess : public LProcessInterfaceVoid {
 public:
     bool IsToStop() override { return stopAfter >= 0 && ++questions > stopAfter; }
     void SetError(const char* message) override { errors.push_back(message); }
-    void SetProgress(double fraction) override { progress.push_back(fraction); }
+    void SetProgress(double fraction) override
+    {
+        progress.push_back(fraction);
+        if (onProgress)
+            onProgress();
+    }
 
+    std::function<void()> onProgress;
     int stopAfter = -1;
     int questions = 0;
     std::vector<std::string> errors;
@@ -259,6 +267,175 @@ TEST_F(DJLibraryTest, AProcessKilledWhileSavingLeavesTheLibraryWhole)
     EXPECT_TRUE(now == before || now == after) << now.size();
     DJLibrary back;
     EXPECT_TRUE(back.LoadFrom(file));
+}
+
+// ---- bad input for the add tasks
+
+std::string NameOf(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::vector<std::string> SortedNames(const DJLibrary& library)
+{
+    std::vector<std::string> names;
+    for (const std::string& path : Paths(library))
+        names.push_back(NameOf(path));
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST_F(DJLibraryTest, EntriesThatAreNoTracksAreReportedOnceAtTheEnd)
+{
+    DJLibrary library;
+    Track("bad/good.wav");
+    symlink((home / "bad/nowhere").c_str(), (home / "bad/broken.wav").c_str());
+    ASSERT_EQ(mkfifo((home / "bad/pipe.wav").c_str(), 0666), 0);  // opening it would wait forever
+    WriteText(home / "bad/words.mp3", "not sound at all");
+    Track("bad/line\nbreak.wav");
+    Track("bad/empty.wav/inside.wav");  // a folder named like a track is walked
+    symlink((home / "bad").c_str(), (home / "bad/loop").c_str());
+    DJAddFolder task{library, home / "bad"};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    EXPECT_EQ(SortedNames(library), (std::vector<std::string>{"good.wav", "inside.wav"}));
+    ASSERT_EQ(process.errors.size(), 1u);
+    const std::string& report = process.errors[0];
+    EXPECT_EQ(report.rfind("4 files could not be added:\n", 0), 0u) << report;
+    for (const char* line : {"\nbroken.wav (missing, or a broken link)", "\npipe.wav (not a plain file)",
+                             "\nwords.mp3 (not sound the program can read)", "\nline?break.wav (a line break"})
+        EXPECT_NE(report.find(line), std::string::npos) << line << " in " << report;
+    EXPECT_EQ(library.GetRefusedCount(), 4);
+}
+
+TEST_F(DJLibraryTest, TheReportNamesTheFirstFewAndCountsTheRest)
+{
+    DJLibrary library;
+    LFile::CreateFolderTree((home / "links").c_str());
+    const int broken = DJLibrary::kReportedNames + 3;
+    for (int i = 0; i < broken; ++i)
+        symlink("/nonexistent/x", (home / ("links/l" + std::to_string(i) + ".wav")).c_str());
+    DJAddDroppedFileData task{library, {home / "links", home / "absent.ogg"}};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    ASSERT_EQ(process.errors.size(), 1u);
+    const std::string& report = process.errors[0];
+    EXPECT_EQ(report.rfind(std::to_string(broken + 1) + " files could not be added:", 0), 0u) << report;
+    EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 2 + DJLibrary::kReportedNames) << report;
+    EXPECT_NE(report.find("... and 4 more."), std::string::npos) << report;
+
+    // A second task starts its own report.
+    DJAddFile one{library, home / "absent.wav"};
+    EXPECT_EQ(Process(process, one), kProcessFailed);
+    ASSERT_EQ(process.errors.size(), 2u);
+    EXPECT_EQ(process.errors[1], "absent.wav: missing, or a broken link.");
+}
+
+TEST_F(DJLibraryTest, ASingleFileThatIsNoSoundGetsTheReadersOwnWords)
+{
+    DJLibrary library;
+    WriteText(home / "fake.wav", "RIFF but nothing after");
+    DJAddMultiFiles task{library, {home / "fake.wav"}};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    ASSERT_EQ(process.errors.size(), 1u);
+    EXPECT_NE(process.errors[0].find("Cannot open the file \"" + home / "fake.wav" + "\""), std::string::npos)
+        << process.errors[0];
+}
+
+TEST_F(DJLibraryTest, UnreadableFilesAreReported)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "root reads every file";
+    DJLibrary library;
+    const std::string locked = Track("locked/secret.wav");
+    chmod(locked.c_str(), 0);
+    DJAddFolder task{library, home / "locked"};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    EXPECT_TRUE(library.GetList().IsEmpty());
+    ASSERT_EQ(process.errors.size(), 1u);
+    EXPECT_EQ(process.errors[0], "secret.wav: can't be read.");
+}
+
+TEST_F(DJLibraryTest, OddBytesInNamesComeBackExactlyFromTheLibraryFile)
+{
+    DJLibrary library;
+    const std::vector<std::string> names = {"\xff\xfe latin1 caf\xe9.wav", "a & \"quoted\" 'one'.wav",
+                                            "tab\there.wav", "\xe2\x82\xac euro.wav", "semi;colon#hash.wav"};
+    std::vector<std::string> paths;
+    for (const std::string& name : names)
+        paths.push_back(Track("odd/" + name));
+    DJAddFolder task{library, home / "odd"};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    EXPECT_TRUE(process.errors.empty()) << process.errors[0];
+    const std::string file = home / "lib/library.xml";
+    ASSERT_TRUE(library.SaveTo(file));
+    DJLibrary back;
+    ASSERT_TRUE(back.LoadFrom(file));
+    std::vector<std::string> read = Paths(back);
+    std::sort(read.begin(), read.end());
+    std::sort(paths.begin(), paths.end());
+    EXPECT_EQ(read, paths);
+    for (const auto& item : back.GetList().GetItems()) {
+        std::string title = NameOf(item->GetPath());
+        title.resize(title.rfind('.'));
+        std::replace(title.begin(), title.end(), '\t', ' ');  // a title is one line of text
+        EXPECT_EQ(item->Parms().GetParm("title", ""), title);
+    }
+    // And what was read is written again byte for byte.
+    ASSERT_TRUE(back.SaveTo(home / "again.xml"));
+    EXPECT_EQ(ReadText(home / "again.xml"), ReadText(file));
+}
+
+TEST_F(DJLibraryTest, AFolderReachedTwiceIsWalkedOnce)
+{
+    DJLibrary library;
+    Track("shared/s.wav");
+    Track("top/own.wav");
+    LFile::CreateFolderTree((home / "top/deeper").c_str());
+    symlink((home / "shared").c_str(), (home / "top/x").c_str());
+    symlink("../../shared", (home / "top/deeper/y").c_str());
+    symlink((home / "top").c_str(), (home / "top/deeper/up").c_str());
+    DJAddFolder task{library, home / "top"};
+    task.CountFiles();
+    EXPECT_EQ(task.total, 2);
+    task.counted = false;
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    EXPECT_EQ(SortedNames(library), (std::vector<std::string>{"own.wav", "s.wav"}));
+    EXPECT_TRUE(process.errors.empty());  // no second walk, so no duplicate-name alert
+}
+
+TEST_F(DJLibraryTest, AFolderThatVanishesMidTaskEndsTheTaskWithWhatWasAdded)
+{
+    DJLibrary library;
+    for (int i = 0; i < 20; ++i)
+        Track("going/t" + std::to_string(i) + ".wav");
+    process.onProgress = [&] {
+        if (library.GetList().Count() == 1)
+            LFile::DeleteFolderTree((home / "going").c_str());
+    };
+    DJAddFolder task{library, home / "going"};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    EXPECT_EQ(library.GetList().Count(), 1u);
+    EXPECT_FALSE(LFile::Exists((home / "going").c_str()));
+    // Entries the folder listing still gave are reported as gone, all in one message.
+    EXPECT_LE(process.errors.size(), 1u);
+    if (!process.errors.empty()) {
+        EXPECT_NE(process.errors[0].find("missing, or a broken link"), std::string::npos) << process.errors[0];
+    }
+}
+
+TEST_F(DJLibraryTest, AFolderOfThousandsOfFilesIsAddedWhole)
+{
+    DJLibrary library;
+    const int folders = 20, perFolder = 100;
+    for (int f = 0; f < folders; ++f)
+        for (int i = 0; i < perFolder; ++i)
+            Track("big/f" + std::to_string(f) + "/t" + std::to_string(f * perFolder + i) + ".wav", 16);
+    DJAddFolder task{library, home / "big"};
+    EXPECT_EQ(Process(process, task), kProcessFinished);
+    EXPECT_EQ(library.GetList().Count(), static_cast<size_t>(folders * perFolder));
+    EXPECT_EQ(task.done, folders * perFolder);
+    EXPECT_TRUE(process.errors.empty());
+    EXPECT_TRUE(std::is_sorted(process.progress.begin(), process.progress.end()));
+    EXPECT_DOUBLE_EQ(process.progress.back(), 1.0);
 }
 
 }  // namespace

@@ -59,6 +59,9 @@ protected:
     {
         QtTestApp();
         CmdCountsReset();
+        // No headphone channels: the start-up check of shared channels then has nothing to show.
+        LUserSettingSetInt("Settings", "HeadphoneOutputLeft", -1);
+        LUserSettingSetInt("Settings", "HeadphoneOutputRight", -1);
     }
     void TearDown() override { CmdCountsReset(); }
     TestHome home;

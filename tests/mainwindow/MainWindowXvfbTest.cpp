@@ -110,6 +110,12 @@ Geometry WindowGeometry(unsigned long window)
 
 class MainWindowXvfbTest : public testing::Test {
 protected:
+    // No headphone channels: the start-up check of shared channels then shows no alert.
+    void SetUp() override
+    {
+        LUserSettingSetInt("Settings", "HeadphoneOutputLeft", -1);
+        LUserSettingSetInt("Settings", "HeadphoneOutputRight", -1);
+    }
     pid_t Start() { return Spawn({ORVANE_PROGRAM_PATH}, {"ORVANE_AUDIO_CAPTURE=" + home / "capture.wav"}); }
     TestHome home;
 };
