@@ -199,7 +199,8 @@ void DJLibrary::RefuseLongPath(const char* folder, const char* name)
 {
     if (!_opener.IsSupported(name) && !LPlayList::IsPlayListFile(name))
         return;
-    _Unreadable(_Printable(name), "path too long", "The path of " + _Printable(name) + " in " + _Printable(folder) + " is too long.");
+    const std::string printable = _Printable(name);
+    _Unreadable(printable, "path too long", "The path of " + printable + " in " + _Printable(folder) + " is too long.");
 }
 
 void DJLibrary::_Unreadable(const std::string& name, const char* reason, const std::string& detail)
@@ -297,6 +298,24 @@ void DJLibrary::RemoveItem(int index)
     _ForgetNames();
 }
 
+void DJLibrary::RemoveItems(std::vector<int> indexes)
+{
+    std::sort(indexes.begin(), indexes.end());
+    if (indexes.size() == 1) {
+        RemoveItem(indexes.front());
+        return;
+    }
+    std::vector<std::unique_ptr<LPlayItem>> kept;
+    kept.reserve(_list.Count());
+    for (const auto& item : _list.GetItems())
+        if (!std::binary_search(indexes.begin(), indexes.end(), item->GetIndex()))
+            kept.push_back(std::make_unique<LPlayItem>(*item));
+    _list.Clear();
+    for (auto& item : kept)
+        _list.AddItem(std::move(item));
+    _ForgetNames();
+}
+
 void DJLibrary::Clear()
 {
     _list.Clear();
@@ -348,20 +367,50 @@ bool _IsWanted(const DJLibrary& library, const char* path)
     return LPlayList::IsPlayListFile(path) && library.GetFilePath() != path && DJLibrary::GetLibraryFilePath() != path;
 }
 
-void _CountTree(const DJLibrary& library, const char* folder, int& total, _Visited& visited)
+// Counting a large tree takes a while before the first file is added: it answers Cancel (and
+// so keeps the window alive) every kCountEntriesPerTurn entries when it runs inside a task.
+constexpr int kCountEntriesPerTurn = 64;
+
+struct _Count {
+    int total = 0;
+    int entries = 0;
+    _Visited visited;
+    LProcessInterface* process = nullptr;  // null: count without asking
+};
+
+// False when the task was asked to stop meanwhile.
+bool _CountTree(const DJLibrary& library, const char* folder, _Count& count)
 {
-    if (!_FirstVisit(folder, visited))
-        return;
+    if (!_FirstVisit(folder, count.visited))
+        return true;
     LFile::FolderIterator entries(folder);
     char path[LFile::kPathBytes];
     while (entries.Next()) {
+        if (count.process && ++count.entries % kCountEntriesPerTurn == 0 && count.process->IsToStop())
+            return false;
         if (!entries.GetPath(path))
             continue;
-        if (LFile::IsFolder(path))
-            _CountTree(library, path, total, visited);
-        else if (_IsWanted(library, path))
-            ++total;
+        if (LFile::IsFolder(path)) {
+            if (!_CountTree(library, path, count))
+                return false;
+        } else if (_IsWanted(library, path)) {
+            ++count.total;
+        }
     }
+    return true;
+}
+
+// Counts the tree of `task` inside a running task; false when it was asked to stop.
+bool _CountFiles(DJAddFolder& task, LProcessInterface& process)
+{
+    _Count count;
+    count.process = &process;
+    process.SetProgressIndeterminateOn();
+    const bool whole = _CountTree(task.library, task.path.c_str(), count);
+    process.SetProgressIndeterminateOff();
+    task.total = count.total;
+    task.counted = whole;
+    return whole;
 }
 
 double _Fraction(int done, int total)
@@ -409,9 +458,9 @@ LProcessResult Process(LProcessInterface& process, DJAddFile& task)
 
 void DJAddFolder::CountFiles()
 {
-    _Visited visited;
-    total = 0;
-    _CountTree(library, path.c_str(), total, visited);
+    _Count count;
+    _CountTree(library, path.c_str(), count);
+    total = count.total;
     counted = true;
 }
 
@@ -420,7 +469,8 @@ LProcessResult Process(LProcessInterface& process, DJAddFolder& task)
     DJLibrary::TaskScope scope(task.library, process);
     if (!task.counted) {
         process.SetProgress(0);
-        task.CountFiles();
+        if (!_CountFiles(task, process))
+            return kProcessStopped;
     }
     _Visited visited;
     return _AddTree(process, task, task.path.c_str(), visited);
@@ -465,7 +515,8 @@ LProcessResult Process(LProcessInterface& process, DJAddDroppedFileData& task)
     for (const std::string& path : task.paths) {
         if (LFile::IsFolder(path.c_str())) {
             DJAddFolder counter{task.library, path};
-            counter.CountFiles();
+            if (!_CountFiles(counter, process))
+                return kProcessStopped;
             total += counter.total;
         } else if (task.library.GetOpener().IsSupported(path.c_str()) || LPlayList::IsPlayListFile(path.c_str())) {
             ++total;

@@ -54,6 +54,9 @@ public:
     bool LoadPlayList(const char* path, LProcessInterface& process);
     // Removes the entry of that index and renumbers.
     void RemoveItem(int index);
+    // Removes the entries of those indexes (as they stand now; others are ignored) in one pass
+    // and renumbers, so removing most of a large library is not one renumbering per entry.
+    void RemoveItems(std::vector<int> indexes);
     void Clear();
     // Beat data or cue mark of the entry at `index`; saved at once. False if there is no such
     // entry or the save failed.

@@ -87,6 +87,9 @@ void LInitLocale()
     const char* now = std::setlocale(LC_ALL, nullptr);
     std::strncpy(gszLocale, now ? now : "", kLocaleChars - 1);
     gszLocale[kLocaleChars - 1] = 0;
+    // Numbers written to and read from files (library, settings, playlists) keep their point
+    // whatever the user's language.
+    std::setlocale(LC_NUMERIC, "C");
 }
 
 const char* LGetLocale()

@@ -5,7 +5,11 @@
 #include "gallery/GalleryLayout.h"
 #include "gallery/GalleryWindow.h"
 #include "gallery/ConsolePanels.h"
+#include "mainwindow/MainDialog.h"
+#include "ui/DJDeckGUI.h"
 #include "ui/LGuiApplication.h"
+
+#include <QApplication>
 
 #include <QBuffer>
 #include <QByteArray>
@@ -25,7 +29,8 @@ struct Options {
     bool still = false;
     std::string screenshot;  // empty: run the window
     std::string deck;        // deck mode: the track to load
-    bool play = false;       // deck mode: play from the start
+    bool play = false;       // deck and window modes: play from the start
+    std::string window[2];   // window mode: the tracks of deck A and deck B
 };
 
 void _PrintUsage(FILE* to)
@@ -33,12 +38,15 @@ void _PrintUsage(FILE* to)
     std::fprintf(to,
                  "Usage: orvane-gallery [--still] [--screenshot FILE.png]\n"
                  "       orvane-gallery --deck FILE.wav [--play]\n"
+                 "       orvane-gallery --window A.wav B.wav [--play]\n"
                  "  --still       start with the meters' test signal off, so nothing moves\n"
                  "  --screenshot  render the window into FILE.png and exit (no display needed)\n"
                  "  --deck        one deck panel over the console on the default sound device\n"
                  "                (the capture device while ORVANE_AUDIO_CAPTURE is set), with\n"
                  "                FILE.wav loaded and its beats scanned\n"
-                 "  --play        with --deck: play the track from the start\n");
+                 "  --window      the program's main window, with the user's settings and library,\n"
+                 "                A.wav on deck A and B.wav on deck B, their beats scanned\n"
+                 "  --play        with --deck or --window: play from the start\n");
 }
 
 bool _IsSet(const char* name)
@@ -62,6 +70,9 @@ int _ParseOptions(int argc, char** argv, Options& options)
             options.screenshot = argv[++i];
         } else if (std::strcmp(arg, "--deck") == 0 && i + 1 < argc && argv[i + 1][0]) {
             options.deck = argv[++i];
+        } else if (std::strcmp(arg, "--window") == 0 && i + 2 < argc && argv[i + 1][0] && argv[i + 2][0]) {
+            options.window[0] = argv[++i];
+            options.window[1] = argv[++i];
         } else if (std::strcmp(arg, "--play") == 0) {
             options.play = true;
         } else {
@@ -71,8 +82,11 @@ int _ParseOptions(int argc, char** argv, Options& options)
         }
     }
     const bool deckMode = !options.deck.empty();
-    if ((options.play && !deckMode) || (deckMode && (options.still || !options.screenshot.empty()))) {
-        std::fprintf(stderr, "orvane-gallery: --play goes with --deck alone\n");
+    const bool windowMode = !options.window[0].empty();
+    const bool otherOptions = options.still || !options.screenshot.empty();
+    if ((options.play && !deckMode && !windowMode) || ((deckMode || windowMode) && otherOptions) ||
+        (deckMode && windowMode)) {
+        std::fprintf(stderr, "orvane-gallery: --play goes with --deck or --window alone\n");
         _PrintUsage(stderr);
         return kExitUsage;
     }
@@ -91,6 +105,34 @@ int _RunDeck(LGuiApplication& application, const Options& options)
         return kExitFailed;
     }
     return application.Run();
+}
+
+// The program's main window with a track on each deck, until it is closed. A track that cannot
+// be loaded ends it at once.
+int _RunMainWindow(const Options& options)
+{
+    MainDialog dialog;
+    if (!dialog.MainWindowInitCommon()) {
+        std::fprintf(stderr, "orvane-gallery: the main window could not be made\n");
+        return kExitFailed;
+    }
+    for (int deck : {0, 1}) {
+        const std::string& path = options.window[deck];
+        if (!dialog.GetDeckPanel(deck)->Load(path.c_str(), 0, 0, 0)) {
+            std::fprintf(stderr, "orvane-gallery: cannot load %s\n", path.c_str());
+            dialog.MainWindowDestroyCommon();
+            return kExitFailed;
+        }
+    }
+    if (options.play) {
+        for (int deck : {0, 1}) {
+            dialog.GetDeckPanel(deck)->CmPlay();
+        }
+    }
+    // SIGTERM and the window's close button end the loop through the window's own quit.
+    const int result = QApplication::exec();
+    dialog.MainWindowDestroyCommon();
+    return result;
 }
 
 // The window as it paints, into a PNG written whole or not at all.
@@ -132,6 +174,9 @@ int main(int argc, char** argv)
     LGuiApplication application(argc, argv);
     if (!options.deck.empty()) {
         return _RunDeck(application, options);
+    }
+    if (!options.window[0].empty()) {
+        return _RunMainWindow(options);
     }
     GalleryMeters meters = options.still ? GalleryMeters::kSilent : GalleryMeters::kMoving;
     if (!options.screenshot.empty()) {

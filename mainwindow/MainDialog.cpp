@@ -4,7 +4,9 @@
 #include "app/LSettings.h"
 #include "base/LFile.h"
 #include "engine/CmdCounts.h"
+#include "files/LFilesSettings.h"
 #include "mainwindow/MainMenus.h"
+#include "mainwindow/MainCloseRequests.h"
 #include "mainwindow/MainQuitSignals.h"
 #include "ui/DJBottomPanel.h"
 #include "ui/DJConsoleGUI.h"
@@ -21,6 +23,7 @@
 #include <QResizeEvent>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTimer>
 
 #include <unistd.h>
 
@@ -32,11 +35,26 @@ constexpr int kBottomPanelHeight = 25;   // pixels
 constexpr int kListTop = 404;            // pixels below the content's top
 constexpr int kListBottomMargin = 36;    // pixels from the list's bottom to the content's
 constexpr int kPanelMargin = 5;          // pixels
+constexpr int kBackgroundGrey = 0xBE;    // 8-bit level of each component of the window's grey
 
-std::string _Setting(const char* key)
+constexpr char kProgramSettingsSection[] = "Settings";
+constexpr int kQuitRetryMs = 20;  // while a modal window goes
+
+// The window that shows the files layer's alerts (the cache is full); one main window a process.
+MainDialog* gAlertWindow = nullptr;
+
+// The files layer raises its alerts on the interface thread (while a load is started).
+void _FilesAlert(OpaqueWindowPtr* /*owner*/, const char* title, const char* text)
+{
+    if (gAlertWindow) {
+        gAlertWindow->GetUserPrompts().Alert(title ? title : "", text ? text : "");
+    }
+}
+
+std::string _Setting(const char* key, const char* section = MainDialog::kSettingsSection)
 {
     char value[kLTextBytes];
-    _LUserSettingGetString(MainDialog::kSettingsSection, key, "", value);
+    _LUserSettingGetString(section, key, "", value);
     return value;
 }
 
@@ -112,6 +130,7 @@ bool MainDialog::MainWindowInitCommon()
     }
     _windowCreated = true;
     _quitSignals = std::make_unique<MainQuitSignals>([this] { RequestQuit(); });
+    _closeRequests = std::make_unique<MainCloseRequests>(*window, [this] { RequestQuit(); });
     _filter = std::make_unique<_EventFilter>(*this);
     window->installEventFilter(_filter.get());
     window->setWindowTitle(kWindowTitle);
@@ -120,7 +139,7 @@ bool MainDialog::MainWindowInitCommon()
     _initialised = true;
     window->setMinimumSize(kMainWindowMinWidth, kMainWindowMinHeight + _ChromeHeight());
     _Place();
-    LUserSettingSetString("Settings", "FirstRun", "1");
+    LUserSettingSetString(kProgramSettingsSection, "FirstRun", "1");
     window->show();
     window->raise();
     window->activateWindow();
@@ -139,6 +158,13 @@ void MainDialog::InitDialog()
     if (!_prompts) {
         _prompts = MakeMainUserPromptsQt(GetWidget());
     }
+    gAlertWindow = this;
+    LSetFilesAlert(&_FilesAlert);
+    // The grey between and around the panels.
+    QPalette palette = GetWidget()->palette();
+    palette.setColor(QPalette::Window, QColor(kBackgroundGrey, kBackgroundGrey, kBackgroundGrey));
+    GetWidget()->setPalette(palette);
+    GetWidget()->setAutoFillBackground(true);
     _BuildMenuBar();
     _statusBar->showMessage(QStringLiteral(ORVANE_PRODUCT " v " ORVANE_VERSION));
     _BuildLibraryList();
@@ -156,10 +182,10 @@ void MainDialog::InitDialog()
     _console.UpdateDevice();
     TimerSet(kTimerOutputChannelCheck, 0);
     _list->SetFocus();
-    if (_Setting("DefaultRecordFolder").empty()) {
+    if (_Setting("DefaultRecordFolder", kProgramSettingsSection).empty()) {
         char folder[LFile::kPathBytes];
         if (LFile::GetUserDataFolderAppSubFolder(LFile::kRecordingFolder, folder)) {
-            LUserSettingSetString("Settings", "DefaultRecordFolder", folder);
+            LUserSettingSetString(kProgramSettingsSection, "DefaultRecordFolder", folder);
         }
     }
 }
@@ -189,6 +215,7 @@ void MainDialog::MainWindowDestroyCommon()
         window->removeEventFilter(_filter.get());
     }
     _quitSignals.reset();
+    _closeRequests.reset();
     // A counts file that cannot be written costs only the statistics.
     CmdCountsWrite(_files.countsPath.c_str());
     DestroyDialog();
@@ -201,6 +228,8 @@ void MainDialog::DestroyDialog()
     }
     _initialised = false;
     _StopConversions();
+    LSetFilesAlert(nullptr);
+    gAlertWindow = nullptr;
     _console.Stop();
     _library.Save();
     DeleteTmpWavFiles();
@@ -249,7 +278,16 @@ void MainDialog::RequestQuit()
         } else {
             modal->close();
         }
-        PostCommand(kCmQuit);
+        // Asked again once the modal window has had time to go. A Qt timer, not the program's
+        // queue: a long task drains that queue until it is empty, and a quit that re-posts
+        // itself there would keep it from ever being empty. Further quits meanwhile are absorbed.
+        if (!_quitRetryPending) {
+            _quitRetryPending = true;
+            QTimer::singleShot(kQuitRetryMs, GetWidget(), [this] {
+                _quitRetryPending = false;
+                RequestQuit();
+            });
+        }
         return;
     }
     if (CmCancel()) {
@@ -286,8 +324,8 @@ int MainDialog::GetContentHeight() const
 
 void MainDialog::_SetPanelGeometry(LWindow* panel, int x, int y, int width, int height)
 {
-    if (panel && panel->GetWidget()) {
-        panel->GetWidget()->setGeometry(x, y, std::max(width, 0), std::max(height, 0));
+    if (panel) {
+        panel->SetWindowPixels(x, y, width, height);
     }
 }
 

@@ -17,6 +17,7 @@
 class DJBottomPanel;
 class DJConsoleGUI;
 class DJDeckGUI;
+class MainCloseRequests;
 class MainQuitSignals;
 class QAction;
 class QMenuBar;
@@ -250,6 +251,11 @@ private:
     bool _conversionsStopped = false;     // completions after the stop change nothing
 
     // ---- MainDialogBPM.cpp
+    // Runs the BPM dialog for the track at `path`; true when confirmed, `bpm` then holds the
+    // value. Tests override it to answer without a modal loop.
+    virtual bool _RunBPMEditDlg(double& bpm, const char* title, const char* path);
+    // Loads list row `row` again onto each deck that holds its track, so it takes new beats.
+    void _ReloadDecksOfRow(int row);
 
     // ---- MainDialogLibrary.cpp
     void _BuildLibraryList();
@@ -284,4 +290,6 @@ private:
     std::map<int, QAction*> _actions;
     std::unique_ptr<QObject> _filter;
     std::unique_ptr<MainQuitSignals> _quitSignals;
+    std::unique_ptr<MainCloseRequests> _closeRequests;
+    bool _quitRetryPending = false;  // a quit waits for a modal window to close
 };

@@ -51,8 +51,9 @@ long long _Number(const LHashTable& fields, const char* key, long long fallback)
 std::string _TimeText(long long length, long long rate)
 {
     long long ms = 0;
-    if (rate > 0 && length > 0)
+    if (rate > 0 && length > 0) {
         ms = std::min<long long>(length / rate, INT_MAX / 1000) * 1000 + (length % rate) * 1000 / rate;
+    }
     char text[16];
     LSoundTime(static_cast<int>(std::min<long long>(ms, INT_MAX)))._GetTextHMMSSF(text);
     return text;
@@ -89,8 +90,9 @@ std::string _AudioFilter()
 std::string _FolderOf(const std::string& path)
 {
     char folder[LFile::kPathBytes];
-    if (path.empty() || !LFile::_GetFolderFromPath(folder, path.c_str()))
+    if (path.empty() || !LFile::_GetFolderFromPath(folder, path.c_str())) {
         return {};
+    }
     return folder;
 }
 
@@ -100,17 +102,20 @@ std::string _StartFolder()
 {
     char folder[LFile::kPathBytes] = "";
     _LUserSettingGetString("Settings", kFolderSetting, "", folder);
-    if (folder[0] && LFile::IsFolder(folder))
+    if (folder[0] && LFile::IsFolder(folder)) {
         return folder;
-    if (!LFile::GetUserMusicFolder(folder))
+    }
+    if (!LFile::GetUserMusicFolder(folder)) {
         folder[0] = '\0';
+    }
     return folder;
 }
 
 void _KeepStartFolder(const std::string& folder)
 {
-    if (!folder.empty())
+    if (!folder.empty()) {
         LUserSettingSetString("Settings", kFolderSetting, folder.c_str());
+    }
 }
 
 }  // namespace
@@ -129,8 +134,9 @@ void MainDialog::RefreshLibraryList()
     const LPlayList& list = _library.GetList();
     std::vector<LListViewRow> rows;
     rows.reserve(list.Count());
-    for (size_t i = 0; i < list.Count(); ++i)
+    for (size_t i = 0; i < list.Count(); ++i) {
         rows.push_back(_RowOf(*list.GetItem(i), static_cast<int>(i)));
+    }
     _list->SetRows(std::move(rows));
     UpdateDeckColumn();
     EnableControls();
@@ -148,8 +154,9 @@ LProcessResult MainDialog::_RunAddTask(T& task)
 void MainDialog::CmBrowseLoadFiles()
 {
     std::vector<std::string> files = _prompts->ChooseFiles("Locate Audio File(s)", _AudioFilter(), _StartFolder());
-    if (files.empty())
+    if (files.empty()) {
         return;
+    }
     _KeepStartFolder(_FolderOf(files.front()));
     DJAddMultiFiles task{_library, std::move(files)};
     _RunAddTask(task);
@@ -158,8 +165,9 @@ void MainDialog::CmBrowseLoadFiles()
 void MainDialog::CmBrowseLoadFolder()
 {
     const std::string folder = _prompts->ChooseFolder("Find Music Folder", "Load", _StartFolder());
-    if (folder.empty())
+    if (folder.empty()) {
         return;
+    }
     _KeepStartFolder(folder);
     DJAddFolder task{_library, folder};
     _RunAddTask(task);
@@ -168,53 +176,61 @@ void MainDialog::CmBrowseLoadFolder()
 void MainDialog::CmBrowseLoadPlaylist()
 {
     const std::string path = _prompts->ChooseFile("Load Playlist File", kPlaylistFilter, _StartFolder());
-    if (path.empty())
+    if (path.empty()) {
         return;
+    }
     _KeepStartFolder(_FolderOf(path));
-    if (!LPlayList::IsPlayListFile(path.c_str()))
+    if (!LPlayList::IsPlayListFile(path.c_str())) {
         return;
+    }
     // Only the list's paths count: each entry is added as a file of its own.
     DJAddPlayList task{_library, {}};
     task.list.Load(path.c_str());
     _RunAddTask(task);
-    if (_autoPlay && _list->GetRowCount() > 0)
+    if (_autoPlay && _list->GetRowCount() > 0) {
         _list->SelectRow(0);
+    }
 }
 
 void MainDialog::CmExportFiles()
 {
-    if (_library.GetList().IsEmpty())
+    if (_library.GetList().IsEmpty()) {
         return;
+    }
     const std::string path =
         _prompts->ChooseSaveFile(kExportTitle, kExportFilters, kExportDefaultExtension, _StartFolder());
-    if (path.empty())
+    if (path.empty()) {
         return;
+    }
     _KeepStartFolder(_FolderOf(path));
     if (!LPlayList::IsPlayListFile(path.c_str())) {
         _prompts->Alert(kExportTitle, "A playlist can only be written as .xml, .pls or .m3u: " + path);
         return;
     }
-    if (_library.GetList().Save(path.c_str(), false) < 0)
+    if (_library.GetList().Save(path.c_str(), false) < 0) {
         _prompts->Alert(kExportTitle, "The playlist could not be written to " + path + ".");
+    }
 }
 
 void MainDialog::CmRemoveFile()
 {
     const std::vector<int> rows = _list->GetSelectedRows();
-    if (rows.empty())
+    if (rows.empty()) {
         return;
+    }
     std::vector<int> indexes;
     indexes.reserve(rows.size());
-    for (int row : rows)
+    for (int row : rows) {
         indexes.push_back(_list->GetRowIndex(row));
+    }
     const MainLibraryRows::Removal plan =
         MainLibraryRows::PlanRemoval(indexes, static_cast<int>(_library.GetList().Count()), _rowOnDeck);
     for (DJDeckPosition position : {kDeckLeft, kDeckRight}) {
-        if (plan.clearDeck[position])
+        if (plan.clearDeck[position]) {
             _Panel(position).ClearDeck();
+        }
     }
-    for (int index : plan.indexes)
-        _library.RemoveItem(index);
+    _library.RemoveItems(plan.indexes);
     _rowOnDeck[kDeckLeft] = plan.rowOnDeck[kDeckLeft];
     _rowOnDeck[kDeckRight] = plan.rowOnDeck[kDeckRight];
     _library.Save();
@@ -226,21 +242,24 @@ void MainDialog::CmRemoveFile()
 void MainDialog::CmClearFiles()
 {
     if (_library.GetList().IsEmpty() ||
-        !_prompts->AskYesNo("Confirm Remove", "Are you sure you want to remove all the files?"))
+        !_prompts->AskYesNo("Confirm Remove", "Are you sure you want to remove all the files?")) {
         return;
+    }
     _library.Clear();
     _list->Clear();
     _rowOnDeck[kDeckLeft] = _rowOnDeck[kDeckRight] = -1;
-    for (DJDeckPosition position : {kDeckLeft, kDeckRight})
+    for (DJDeckPosition position : {kDeckLeft, kDeckRight}) {
         _Panel(position).ClearDeck();
+    }
     _library.Save();
     RefreshLibraryList();
 }
 
 void MainDialog::AddPaths(const std::vector<std::string>& paths)
 {
-    if (paths.empty())
+    if (paths.empty()) {
         return;
+    }
     DJAddDroppedFileData task{_library, paths};
     _RunAddTask(task);
 }
@@ -258,8 +277,9 @@ bool MainDialog::HasListSelection() const
 void MainDialog::EvListSelectionChanged()
 {
     Command(kLibraryList);
-    if (_bottomPanel)
+    if (_bottomPanel) {
         _bottomPanel->EnableControls();
+    }
 }
 
 void MainDialog::EvListContextMenu(int /*row*/)
@@ -271,35 +291,41 @@ void MainDialog::SortCompleted()
 {
     const int count = _list->GetRowCount();
     std::vector<int> indexOfRow(static_cast<size_t>(count));
-    for (int row = 0; row < count; ++row)
+    for (int row = 0; row < count; ++row) {
         indexOfRow[static_cast<size_t>(row)] = _list->GetRowIndex(row);
+    }
     const std::vector<int> table = MainLibraryRows::OldIndexToNewRow(indexOfRow);
     LPlayList& list = _library.GetList();
     if (table.size() != list.Count()) {
         RefreshLibraryList();  // list and library disagree: show the library as it stands
         return;
     }
-    for (int row = 0; row < count; ++row)
+    for (int row = 0; row < count; ++row) {
         _list->SetRowIndex(row, row);
-    for (const auto& item : list.GetItems())
+    }
+    for (const auto& item : list.GetItems()) {
         item->SetIndex(MainLibraryRows::RowAfterSort(item->GetIndex(), table));
+    }
     list.Sort();
-    for (int& row : _rowOnDeck)
+    for (int& row : _rowOnDeck) {
         row = MainLibraryRows::RowAfterSort(row, table);
+    }
 }
 
 void MainDialog::EvLVDragFinish(int from, int to)
 {
     LPlayList& list = _library.GetList();
     const int count = static_cast<int>(list.Count());
-    if (from < 0 || from >= count || to < 0)
+    if (from < 0 || from >= count || to < 0) {
         return;
+    }
     to = std::min(to, count - 1);  // a drop below the last row moves to the end
     const LPlayItem* moved = list.GetItem(static_cast<size_t>(from));
     list.MoveSingleItem(from, to);
     if (list.GetItem(static_cast<size_t>(to)) == moved) {
-        for (int& row : _rowOnDeck)
+        for (int& row : _rowOnDeck) {
             row = MainLibraryRows::RowAfterMove(row, from, to);
+        }
     }
     RefreshLibraryList();
     _list->SelectRow(to);

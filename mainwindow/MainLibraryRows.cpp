@@ -6,14 +6,18 @@ namespace MainLibraryRows {
 
 int RowAfterMove(int row, int from, int to)
 {
-    if (row < 0 || from == to)
+    if (row < 0 || from == to) {
         return row;
-    if (row == from)
+    }
+    if (row == from) {
         return to;
-    if (to < from && row >= to && row < from)
+    }
+    if (to < from && row >= to && row < from) {
         return row + 1;  // the moved row now stands before it
-    if (from < to && row > from && row <= to)
+    }
+    if (from < to && row > from && row <= to) {
         return row - 1;  // the moved row no longer stands before it
+    }
     return row;
 }
 
@@ -23,8 +27,9 @@ std::vector<int> OldIndexToNewRow(const std::vector<int>& indexOfRow)
     std::vector<int> table(indexOfRow.size(), -1);
     for (int row = 0; row < count; ++row) {
         const int index = indexOfRow[static_cast<size_t>(row)];
-        if (index < 0 || index >= count || table[static_cast<size_t>(index)] != -1)
+        if (index < 0 || index >= count || table[static_cast<size_t>(index)] != -1) {
             return {};
+        }
         table[static_cast<size_t>(index)] = row;
     }
     return table;
@@ -32,8 +37,9 @@ std::vector<int> OldIndexToNewRow(const std::vector<int>& indexOfRow)
 
 int RowAfterSort(int row, const std::vector<int>& oldIndexToNewRow)
 {
-    if (row < 0 || row >= static_cast<int>(oldIndexToNewRow.size()))
+    if (row < 0 || row >= static_cast<int>(oldIndexToNewRow.size())) {
         return -1;
+    }
     return oldIndexToNewRow[static_cast<size_t>(row)];
 }
 
@@ -42,13 +48,15 @@ Removal PlanRemoval(std::vector<int> selected, int rowCount, const int rowOnDeck
     std::sort(selected.begin(), selected.end());
     selected.erase(std::unique(selected.begin(), selected.end()), selected.end());
     Removal plan;
-    for (int deck = 0; deck < 2; ++deck)
+    for (int deck = 0; deck < 2; ++deck) {
         plan.rowOnDeck[deck] = rowOnDeck[deck] < rowCount ? rowOnDeck[deck] : -1;
+    }
     int removedSoFar = 0;
     for (int row : selected) {
-        if (row < 0 || row >= rowCount)
+        if (row < 0 || row >= rowCount) {
             continue;
-        const int index = row - removedSoFar;  // where the row stands now
+        }
+        const int index = row - removedSoFar;  // where the row stands once those before it went
         for (int deck = 0; deck < 2; ++deck) {
             int& onDeck = plan.rowOnDeck[deck];
             if (onDeck == index) {
@@ -58,7 +66,7 @@ Removal PlanRemoval(std::vector<int> selected, int rowCount, const int rowOnDeck
                 --onDeck;
             }
         }
-        plan.indexes.push_back(index);
+        plan.indexes.push_back(row);
         ++removedSoFar;
     }
     return plan;
@@ -66,8 +74,9 @@ Removal PlanRemoval(std::vector<int> selected, int rowCount, const int rowOnDeck
 
 int RowToSelectAfterRemoval(int firstRemovedRow, int rowCountAfter)
 {
-    if (rowCountAfter <= 0 || firstRemovedRow < 0)
+    if (rowCountAfter <= 0 || firstRemovedRow < 0) {
         return -1;
+    }
     return std::min(firstRemovedRow, rowCountAfter - 1);
 }
 

@@ -21,8 +21,7 @@ int RowAfterSort(int row, const std::vector<int>& oldIndexToNewRow);
 
 // What removing a set of rows does, worked out before anything changes.
 struct Removal {
-    // Library indexes to remove one after the other, each as it stands at its turn (earlier
-    // removals have already renumbered the rest).
+    // Library indexes to remove, as they stand before any goes: ascending, each once.
     std::vector<int> indexes;
     // Whether each deck's row is among the removed ones (that deck is cleared).
     bool clearDeck[2] = {false, false};

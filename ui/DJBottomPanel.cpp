@@ -166,7 +166,8 @@ void DJBottomPanel::EnableControls()
 {
     const bool rows = _ListHasRows();
     EnableControl(kBottomRemove, _ListHasSelection());
-    for (int id : {kBottomClear, kBottomExport, kBottomAutoPlay, kBottomRecording}) {
+    // Recording needs no track in the list: it records whatever the decks play.
+    for (int id : {kBottomClear, kBottomExport, kBottomAutoPlay}) {
         EnableControl(id, rows);
     }
     // A press-only button's value returns to 0 at its release; the flags hold its state.

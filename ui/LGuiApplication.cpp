@@ -9,6 +9,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <clocale>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -232,6 +233,8 @@ LGuiApplication::LGuiApplication(int& argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("Orvane"));
     QApplication::setApplicationDisplayName(QStringLiteral("Orvane DJ Software"));
     QApplication::setQuitOnLastWindowClosed(false);
+    // Qt takes the user's locale for everything; numbers in our files must keep their point.
+    std::setlocale(LC_NUMERIC, "C");
 }
 
 LGuiApplication::~LGuiApplication() = default;

@@ -43,17 +43,22 @@ private:
 };
 
 // Holds back input to every window but the progress window while that one is not shown yet.
+// Closing another window meanwhile cancels the task and goes ahead, as it would with the
+// progress window in front.
 class _InputHold : public QObject {
 public:
-    explicit _InputHold(const QWidget* window) : _window(window) {}
+    _InputHold(const QWidget* window, std::function<void()> cancel) : _window(window), _cancel(std::move(cancel)) {}
 
 protected:
     bool eventFilter(QObject* target, QEvent* event) override
     {
-        if (!_IsInput(event->type()))
-            return false;
         const auto* widget = qobject_cast<const QWidget*>(target);
-        return !(widget && _window && widget->window() == _window);
+        const bool ours = widget && _window && widget->window() == _window;
+        if (event->type() == QEvent::Close && widget && widget->isWindow() && !ours) {
+            _cancel();
+            return false;
+        }
+        return _IsInput(event->type()) && !ours;
     }
 
 private:
@@ -78,6 +83,7 @@ private:
     }
 
     QPointer<const QWidget> _window;
+    std::function<void()> _cancel;
 };
 
 QWidget* _LiveWidget(OpaqueWindowPtr* parent)
@@ -98,7 +104,7 @@ public:
         _window->setWindowTitle(_Q(title));
         _window->setWindowModality(Qt::ApplicationModal);
         _BuildControls(dialog);
-        _hold = std::make_unique<_InputHold>(_window);
+        _hold = std::make_unique<_InputHold>(_window, [&dialog] { dialog.Close(0); });
         qApp->installEventFilter(_hold.get());
         _showTimer.setSingleShot(true);
         QObject::connect(&_showTimer, &QTimer::timeout, _window, [this] { _Show(); });

@@ -261,6 +261,20 @@ bool LWindow::IsShown() const
     return _impl->widget && _impl->widget->isVisible();
 }
 
+void LWindow::SetWindowPixels(int x, int y, int width, int height)
+{
+    QWidget* widget = _impl->widget.data();
+    if (!widget) {
+        return;
+    }
+    const QSize before = widget->size();
+    widget->setGeometry(x, y, std::max(width, 0), std::max(height, 0));
+    // A hidden widget hears of its new size only when shown; a panel's layout is read before.
+    if (!widget->isVisible() && widget->size() != before && _impl->onResize) {
+        _impl->onResize(widget->width(), widget->height());
+    }
+}
+
 void LWindow::Close(int result)
 {
     _impl->result = result;

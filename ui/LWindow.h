@@ -44,6 +44,10 @@ public:
     void Show();
     void Hide();
     bool IsShown() const;
+    // Moves and sizes the window after it was made: an embedded window within its parent, a
+    // top-level window's client area on the screen. A negative size counts as 0. An embedded
+    // window lays out its controls for the new size.
+    void SetWindowPixels(int x, int y, int width, int height);
 
     virtual int _Run() { return 0; }
     virtual void InitDialog() {}

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -174,4 +175,36 @@ TEST(ProgramEntry, FoldersMadeInAFreshHomeUnderUmask0AreNotWritableByOthers)
         ASSERT_EQ(stat((home / below).c_str(), &st), 0) << below;
         EXPECT_EQ(st.st_mode & 07777, mode) << below;
     }
+}
+
+namespace {
+
+// A German locale built into a private folder: this machine may have none installed.
+bool _BuildCommaLocale(const std::string& folder)
+{
+    const std::string command = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
+    return std::system(command.c_str()) == 0;
+}
+
+}  // namespace
+
+TEST(ProgramEntry, TheUsersLanguageLeavesNumbersWithTheirPoint)
+{
+    TestHome home;
+    const std::string folder = home / "locales";
+    std::filesystem::create_directories(folder);
+    if (!_BuildCommaLocale(folder)) {
+        GTEST_SKIP() << "localedef cannot build de_DE here";
+    }
+    setenv("LOCPATH", folder.c_str(), 1);
+    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    LInitLocale();
+    EXPECT_NE(std::string(LGetLocale()).find("de_DE"), std::string::npos) << LGetLocale();
+    char text[32];
+    std::snprintf(text, sizeof text, "%.2f", 128.5);
+    EXPECT_STREQ(text, "128.50");
+    EXPECT_DOUBLE_EQ(std::strtod("1.25", nullptr), 1.25);
+    unsetenv("LC_ALL");
+    unsetenv("LOCPATH");
+    std::setlocale(LC_ALL, "C");
 }

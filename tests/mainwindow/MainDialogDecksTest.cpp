@@ -521,4 +521,16 @@ TEST_F(MainDialogDecks, ClosingDuringAConversionStopsItAndLeavesNoPartialFile)
     WriteWholeFile(home / "go", "");
 }
 
+// The files layer's "cache is full" warning reaches the user as an alert of the window.
+TEST_F(MainDialogDecks, AFullCacheIsSaidInTheWindow)
+{
+    LUserSettingSetString("Settings", "MaxCache", "1");
+    LUserSettingSetString("Settings", "DoNothingButWarn", "1");
+    Open({Tone("first.wav"), Tone("second.wav")});
+    LoadAndWait(kDeckLeft, 0);
+    EXPECT_EQ(AlertsTitled("Cache Full"), 0);
+    LoadAndWait(kDeckRight, 1);
+    EXPECT_EQ(AlertsTitled("Cache Full"), 1);
+}
+
 }  // namespace

@@ -1,14 +1,18 @@
 #include "mainwindow/MainDialog.h"
 
 #include "app/LSettings.h"
+#include "app/LTrackOpener.h"
 #include "base/LFile.h"
 #include "engine/ConsoleTestSupport.h"
 #include "support/QtTestApp.h"
 #include "support/TestHome.h"
 #include "ui/DJDeckGUI.h"
+#include "ui/LProgressViewQt.h"
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -104,6 +108,21 @@ public:
     }
 };
 
+// The program's own opener, made to take at least `waitMs` per file by turning the task's
+// events meanwhile, so a test can rely on a long add on any machine.
+class PacedOpener : public LTrackOpener {
+public:
+    PacedOpener() { LSetTrackOpener(this); }
+    ~PacedOpener() override { LSetTrackOpener(nullptr); }
+    bool Open(const char* path, LTrackFacts& facts, LProcessInterface& process) const override
+    {
+        if (waitMs > 0)
+            process.ProcessWait(static_cast<unsigned int>(waitMs));
+        return LTrackOpener::Open(path, facts, process);
+    }
+    int waitMs = 0;
+};
+
 Strings Paths(const LPlayList& list)
 {
     Strings out;
@@ -157,11 +176,13 @@ protected:
             out.push_back(List().GetCell(row, column));
         return out;
     }
-    // Puts the track of `row` on a deck the way a finished conversion does.
+    // Puts the track of `row` on a deck the way a finished conversion does: the deck plays a
+    // copy named after the whole source name with ".wav" added.
     void LoadOnDeck(DJDeckPosition deck, int row)
     {
-        const std::string path = dialog.GetLibrary().GetList().GetItem(static_cast<size_t>(row))->GetPath();
-        dialog.fcntfComplete(true, path.c_str(), deck, 0, 0, LSoundTime(200), row, 0);
+        const std::string source = dialog.GetLibrary().GetList().GetItem(static_cast<size_t>(row))->GetPath();
+        const std::string copy = Track("cache/" + source.substr(source.rfind('/') + 1) + ".wav");
+        dialog.fcntfComplete(true, copy.c_str(), deck, 0, 0, LSoundTime(200), row, 0);
         ASSERT_EQ(dialog.GetRowOnDeck(deck), row);
     }
     void ExpectEveryRowShowsItsOwnIndex()
@@ -176,6 +197,7 @@ protected:
     TestHome home;
     Capture capture{home / "capture.wav"};
     PromptScript script;
+    PacedOpener opener;  // before the window, whose library takes the opener in use
     MainDialog dialog{{home / "counts.txt"}};
 };
 
@@ -396,7 +418,8 @@ TEST_F(MainDialogLibraryTest, APlaylistIsAddedAndWithAutoPlayItsFirstRowSelected
     dialog.CmAutoPlay();
     script.paths = {home / "p/set.m3u"};
     dialog.CmBrowseLoadPlaylist();
-    EXPECT_EQ(script.asked.at(0), "file|Load Playlist File|Playlist Files (*.pls *.m3u *.asx *.xml)||" + home / "Music");
+    EXPECT_EQ(script.asked.at(0),
+              "file|Load Playlist File|Playlist Files (*.pls *.m3u *.asx *.xml)||" + home / "Music");
     EXPECT_EQ(Column(kColumnTitle), (Strings{"one", "two"}));
     EXPECT_EQ(List().GetSelectedRows(), std::vector<int>{0});
     ASSERT_EQ(gViews.errors.size(), 1u);
@@ -431,6 +454,38 @@ TEST_F(MainDialogLibraryTest, BadEntriesInADropAreReportedInOneAlertAndTheRestIs
     EXPECT_EQ(titles, (Strings{"good", "\xff odd"}));
     ASSERT_EQ(gViews.errors.size(), 1u);
     EXPECT_EQ(gViews.errors[0].rfind("Adding Files..|3 files could not be added:", 0), 0u) << gViews.errors[0];
+}
+
+TEST_F(MainDialogLibraryTest, TheProgressWindowMovesOnALongFolderAndCancelKeepsWhatWasAdded)
+{
+    LSetProgressViewFactory(LMakeProgressViewQt);  // the program's own window this time
+    const int files = 1000;
+    opener.waitMs = 5;  // the add takes 5 s at least: far beyond the window's delay
+    for (int i = 0; i < files; ++i)
+        Track("long/t" + std::to_string(i) + ".wav", 0.01);
+    int percentSeen = 0;
+    QTimer user;
+    QObject::connect(&user, &QTimer::timeout, [&] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->objectName() != kProgressWindowName || !window->isVisible())
+                continue;
+            auto* bar = window->findChild<QProgressBar*>(kProgressBarName);
+            auto* cancel = window->findChild<QPushButton*>(kProgressCancelName);
+            percentSeen = std::max(percentSeen, bar->value());
+            if (percentSeen > 0 && cancel->isEnabled())
+                cancel->click();
+        }
+    });
+    user.start(10);
+    dialog.AddPaths({home / "long"});
+    user.stop();
+    EXPECT_GT(percentSeen, 0);
+    const int added = List().GetRowCount();
+    EXPECT_GT(added, 0);
+    EXPECT_LT(added, files);
+    DJLibrary saved;  // what was added before Cancel is kept
+    ASSERT_TRUE(saved.Load());
+    EXPECT_EQ(saved.GetList().Count(), static_cast<size_t>(added));
 }
 
 // The program's own file dialogs: a save name without extension gets the chosen type's, and

@@ -106,6 +106,18 @@ TEST_F(MainDialogTest, InitBuildsDecksPanelsAndPlacesTheWindow)
     EXPECT_STREQ(value, "0");
 }
 
+TEST_F(MainDialogTest, AUsersRecordingFolderSurvivesTheStart)
+{
+    const std::string chosen = home / "my recordings";
+    LUserSettingSetString("Settings", "DefaultRecordFolder", chosen.c_str());
+    MainDialog dialog({home / "counts.txt"});
+    ASSERT_TRUE(dialog.MainWindowInitCommon());
+    char value[kLTextBytes];
+    _LUserSettingGetString("Settings", "DefaultRecordFolder", "", value);
+    EXPECT_EQ(std::string(value), chosen);
+    dialog.MainWindowDestroyCommon();
+}
+
 TEST_F(MainDialogTest, TeardownStopsTheConsoleBeforeSavingTheLibraryAndDeletesTemporaryWaves)
 {
     const std::string temp = UserDataSubFolder(LFile::kTempFolder);

@@ -84,11 +84,17 @@ TEST(MainLibraryRowsTest, RemovingRowsKeepsTheDecksOnTheirTracks)
     for (const Case& c : cases) {
         std::vector<int> tracks = Tracks(count);
         const Removal plan = PlanRemoval(c.selected, count, c.decks);
+        ASSERT_TRUE(std::is_sorted(plan.indexes.begin(), plan.indexes.end()));
+        ASSERT_EQ(std::adjacent_find(plan.indexes.begin(), plan.indexes.end()), plan.indexes.end());
         for (int index : plan.indexes) {
             ASSERT_GE(index, 0);
-            ASSERT_LT(index, static_cast<int>(tracks.size()));
-            tracks.erase(tracks.begin() + index);
+            ASSERT_LT(index, count);
         }
+        tracks.erase(std::remove_if(tracks.begin(), tracks.end(),
+                                    [&](int track) {
+                                        return std::binary_search(plan.indexes.begin(), plan.indexes.end(), track);
+                                    }),
+                     tracks.end());
         for (int deck = 0; deck < 2; ++deck) {
             const int track = c.decks[deck];
             if (track < 0) {

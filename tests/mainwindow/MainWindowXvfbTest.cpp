@@ -138,16 +138,19 @@ TEST_F(MainWindowXvfbTest, OpensOnScreenAndQuitsOnACloseRequest)
 // Absurd saved geometry still gives a window inside the 1280 x 1024 screen.
 TEST_F(MainWindowXvfbTest, AbsurdSavedGeometryStillOpensOnScreen)
 {
-    const char* cases[][4] = {
-        {"-99999", "-99999", "-5", "-5"},
-        {"99999999999", "99999999999", "99999999999", "99999999999"},
-        {"abc", "1e9", "wide", ""},
+    const char* cases[][5] = {
+        {"-99999", "-99999", "-5", "-5", ""},
+        {"99999999999", "99999999999", "99999999999", "99999999999", ""},
+        {"abc", "1e9", "wide", "", ""},
+        // Just past the int range, a hex number, a number with a unit, a maximize flag of words.
+        {"2147483648", "-2147483649", "0x5000", "  +1200px", "perhaps"},
     };
     for (const auto& c : cases) {
         LUserSettingSetString("MainWindow", "X", c[0]);
         LUserSettingSetString("MainWindow", "Y", c[1]);
         LUserSettingSetString("MainWindow", "Width", c[2]);
         LUserSettingSetString("MainWindow", "Height", c[3]);
+        LUserSettingSetString("MainWindow", "Maximized", c[4]);
         const pid_t pid = Start();
         const unsigned long window = FindMainWindow(pid);
         ASSERT_NE(window, 0u) << c[0];

@@ -163,6 +163,21 @@ TEST_F(ProgressViewTest, ClosingTheWindowOrEscapeAsksTheTaskToStop)
     }
 }
 
+TEST_F(ProgressViewTest, ClosingAnotherWindowBeforeTheProgressShowsCancelsTheTask)
+{
+    QWidget other;
+    other.show();
+    bool stopAsked = false;
+    const LProcessResult result = RunTask([&](LProcessInterface& process) {
+        other.close();
+        stopAsked = process.IsToStop();
+        return stopAsked ? kProcessStopped : kProcessFinished;
+    });
+    EXPECT_TRUE(stopAsked);
+    EXPECT_EQ(result, kProcessStopped);
+    EXPECT_FALSE(other.isVisible());  // the close itself went ahead
+}
+
 TEST_F(ProgressViewTest, AnErrorShowsAsABoxOverTheWindow)
 {
     QString title, text;
