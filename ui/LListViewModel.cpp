@@ -21,22 +21,27 @@ void LListViewModel::SetRows(std::vector<LListViewRow> rows)
 
 void LListViewModel::SetCell(int row, int column, const std::string& text)
 {
-    if (!IsRow(row) || !IsColumn(column)) {
+    if (!IsRow(row) || column < 0) {
         return;
     }
     std::vector<std::string>& cells = _rows[row].cells;
+    if (!IsColumn(column) && static_cast<size_t>(column) >= cells.size()) {
+        return;
+    }
     if (static_cast<size_t>(column) >= cells.size()) {
         cells.resize(static_cast<size_t>(column) + 1);
     }
     cells[column] = text;
-    const QModelIndex changed = index(row, column);
-    dataChanged(changed, changed, {Qt::DisplayRole});
+    if (IsColumn(column)) {
+        const QModelIndex changed = index(row, column);
+        dataChanged(changed, changed, {Qt::DisplayRole});
+    }
 }
 
 const std::string& LListViewModel::GetCell(int row, int column) const
 {
     static const std::string empty;
-    if (!IsRow(row) || !IsColumn(column) || static_cast<size_t>(column) >= _rows[row].cells.size()) {
+    if (!IsRow(row) || column < 0 || static_cast<size_t>(column) >= _rows[row].cells.size()) {
         return empty;
     }
     return _rows[row].cells[column];

@@ -33,7 +33,8 @@ public:
     {
         return column >= 0 && column < static_cast<int>(_columns.size());
     }
-    // Out-of-range rows and columns are ignored.
+    // Out-of-range rows and columns are ignored; a cell the row holds beyond the list's
+    // columns is kept and can be read and written, though not shown.
     void SetCell(int row, int column, const std::string& text);
     const std::string& GetCell(int row, int column) const;
     void SetRowIndex(int row, int index);

@@ -91,14 +91,15 @@ protected:
 
 TEST_F(ListViewTest, CellsRowsAndIndicesIgnoreOutOfRange)
 {
-    Fill({{"a", "1:00", "120"}, {"b"}});
+    Fill({{"a", "1:00", "120", "kept"}, {"b"}});
     ASSERT_EQ(list->GetRowCount(), 2);
     EXPECT_EQ(list->GetColumnCount(), kColumnCount);
     EXPECT_EQ(list->GetCell(0, 2), "120");
     EXPECT_EQ(list->GetCell(1, 2), "");  // a short row reads as empty cells
     list->SetCell(1, 2, "99");           // and grows when written
     EXPECT_EQ(list->GetCell(1, 2), "99");
-    for (auto [row, column] : {std::pair{-1, 0}, {2, 0}, {0, -1}, {0, 3}, {1000000, 1000000}}) {
+    EXPECT_EQ(list->GetCell(0, 3), "kept");  // beyond the columns: kept, not shown
+    for (auto [row, column] : {std::pair{-1, 0}, {2, 0}, {0, -1}, {0, 4}, {1, 3}, {1000000, 1000000}}) {
         list->SetCell(row, column, "x");
         EXPECT_EQ(list->GetCell(row, column), "") << row << "," << column;
     }
