@@ -11,8 +11,9 @@ public:
     // Waits at most `ms` (kWaitForever: no limit) for one event and dispatches it, or for
     // `fd` (-1: none) to become readable.
     virtual Wait WaitAndDispatchOne(unsigned int ms, int fd) = 0;
-    // Dispatches what waits now without waiting. False if nothing was, or when called again
-    // from inside one of its own dispatches.
+    // Dispatches what waits now without waiting. False if nothing was; a pump may also refuse
+    // a call from inside its own dispatches (the plain one always does, a toolkit's beyond
+    // some depth).
     virtual bool ClearEventQueue() = 0;
 };
 

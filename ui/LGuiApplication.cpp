@@ -133,16 +133,19 @@ public:
 
     bool ClearEventQueue() override
     {
-        if (_clearing) {
+        // A long task can run inside one of these turns (an event dispatched here opens a
+        // modal task); its own turns must still move the windows, or its Cancel and the
+        // window's close are never seen. Only a runaway nesting is refused.
+        if (_clearDepth >= kMaxNestedClears) {
             return false;
         }
-        _clearing = true;
+        ++_clearDepth;
         const size_t drainedBefore = _drained;
         bool dispatched = _queue->ClearEventQueue();
         // Qt's turn may drain more of the queue through the application's notifier.
         QCoreApplication::processEvents(QEventLoop::AllEvents);
         dispatched = dispatched || _drained != drainedBefore;
-        _clearing = false;
+        --_clearDepth;
         return dispatched;
     }
 
@@ -154,7 +157,8 @@ private:
     std::shared_ptr<LEventQueue> _queue;
     std::vector<Waiter*> _waiters;  // nested waits, innermost last
     size_t _drained = 0;            // events the application's notifier dispatched
-    bool _clearing = false;
+    static constexpr int kMaxNestedClears = 16;
+    int _clearDepth = 0;  // turns of ClearEventQueue in progress, nested
 };
 
 }  // namespace

@@ -144,4 +144,17 @@ TEST(GuiApplication, EventPumpTurnsQtAndTheQueue)
     EXPECT_TRUE(pump.ClearEventQueue());
     EXPECT_EQ(receiver.delivered, 4);
     EXPECT_FALSE(pump.ClearEventQueue());
+
+    // A task that runs inside a turn of the pump (opened by an event the turn dispatched)
+    // still moves Qt's events with its own turns.
+    bool nestedTimerRan = false, seenByTheTask = false;
+    QTimer::singleShot(0, [&] {
+        QTimer::singleShot(0, [&] { nestedTimerRan = true; });
+        for (int turn = 0; turn < 100 && !nestedTimerRan; ++turn) {
+            pump.ClearEventQueue();
+        }
+        seenByTheTask = nestedTimerRan;
+    });
+    pump.ClearEventQueue();
+    EXPECT_TRUE(seenByTheTask);
 }
