@@ -5,6 +5,7 @@
 // drops paths from outside, what the capture device heard and what library.xml kept.
 #include "app/DJLibrary.h"
 #include "app/LSettings.h"
+#include "mainwindow/WindowManagerRequests.h"
 #include "sound/LWaveFile.h"
 #include "support/TestHome.h"
 #include "ui/DJDeckGUI.h"
@@ -18,7 +19,6 @@
 #include <QMenuBar>
 #include <QWidget>
 
-#include <xcb/xcb.h>
 
 #include <sys/stat.h>
 
@@ -215,36 +215,6 @@ inline bool WaitCaptureSeconds(const std::string& path, double seconds)
 }
 
 // ---- the program
-
-inline xcb_atom_t _Atom(xcb_connection_t* connection, const char* name)
-{
-    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr);
-    const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-    std::free(reply);
-    return atom;
-}
-
-// What a window manager sends when the user clicks the close button.
-inline bool SendDeleteWindow(unsigned long window)
-{
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
-        return false;
-    }
-    xcb_client_message_event_t event{};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = 32;
-    event.window = static_cast<xcb_window_t>(window);
-    event.type = _Atom(connection, "WM_PROTOCOLS");
-    event.data.data32[0] = _Atom(connection, "WM_DELETE_WINDOW");
-    event.data.data32[1] = XCB_CURRENT_TIME;
-    xcb_send_event(connection, 0, event.window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&event));
-    const bool sent = xcb_flush(connection) > 0;
-    xcb_disconnect(connection);
-    return sent;
-}
 
 // Visible windows of a process whose name matches `name` (a regular expression; "" any).
 inline std::vector<unsigned long> VisibleWindows(pid_t pid, const std::string& name = "")

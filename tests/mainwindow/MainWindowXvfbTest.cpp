@@ -2,12 +2,11 @@
 // a close request from the window system ends the process cleanly.
 #include "app/LSettings.h"
 #include "mainwindow/MainWindowPlacement.h"
+#include "mainwindow/WindowManagerRequests.h"
 #include "support/TestHome.h"
 #include "ui/XvfbTestSupport.h"
 
 #include <gtest/gtest.h>
-
-#include <xcb/xcb.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -17,36 +16,6 @@
 using namespace XvfbTest;
 
 namespace {
-
-xcb_atom_t Atom(xcb_connection_t* connection, const char* name)
-{
-    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr);
-    const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-    std::free(reply);
-    return atom;
-}
-
-// What a window manager sends when the user clicks the close button.
-bool SendDeleteWindow(unsigned long window)
-{
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
-        return false;
-    }
-    xcb_client_message_event_t event{};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = 32;
-    event.window = static_cast<xcb_window_t>(window);
-    event.type = Atom(connection, "WM_PROTOCOLS");
-    event.data.data32[0] = Atom(connection, "WM_DELETE_WINDOW");
-    event.data.data32[1] = XCB_CURRENT_TIME;
-    xcb_send_event(connection, 0, event.window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&event));
-    const bool sent = xcb_flush(connection) > 0;
-    xcb_disconnect(connection);
-    return sent;
-}
 
 // Asks the window to close, as the user's click on its close button does, until the process
 // exits; answers its exit status, or -1. A request sent just as the window maps is at times
