@@ -6,6 +6,7 @@
 // Usage: bench_MainWindowDoubleClick TRACK [RUNS]   (bench/doubleclick_library.sh makes TRACK)
 #include "app/LSettings.h"
 #include "mainwindow/MainDialog.h"
+#include "tests/mainwindow/CancellingPrompts.h"
 #include "ui/DJDeckGUI.h"
 #include "ui/LGuiApplication.h"
 
@@ -25,26 +26,14 @@ namespace {
 
 constexpr int kTimeoutMs = 120000;
 
-class SilentPrompts : public MainUserPrompts {
+// Cancels every question; an alert means the measurement went wrong.
+class SilentPrompts : public CancellingPrompts {
 public:
     void Alert(const std::string& title, const std::string& text) override
     {
         std::fprintf(stderr, "alert: %s: %s\n", title.c_str(), text.c_str());
         failed = true;
     }
-    bool AskYesNo(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> ChooseFiles(const std::string&, const std::string&, const std::string&) override
-    {
-        return {};
-    }
-    std::string ChooseFile(const std::string&, const std::string&, const std::string&) override { return {}; }
-    std::string ChooseFolder(const std::string&, const std::string&, const std::string&) override { return {}; }
-    std::string ChooseSaveFile(const std::string&, const std::string&, const std::string&,
-                               const std::string&) override
-    {
-        return {};
-    }
-    int ChooseItem(const std::string&, const std::string&, const std::vector<std::string>&) override { return -1; }
     bool failed = false;
 };
 

@@ -4,6 +4,7 @@
 // Release build: build/release/bench/bench_MainWindowLibrary
 #include "app/LSettings.h"
 #include "mainwindow/MainDialog.h"
+#include "tests/mainwindow/CancellingPrompts.h"
 #include "ui/LGuiApplication.h"
 
 #include <QCoreApplication>
@@ -19,26 +20,13 @@
 
 namespace {
 
-// Answers every question with "no" and every file dialog with "cancel".
-class SilentPrompts : public MainUserPrompts {
+// Cancels every question and prints each alert.
+class SilentPrompts : public CancellingPrompts {
 public:
     void Alert(const std::string& title, const std::string& text) override
     {
         std::fprintf(stderr, "alert: %s: %s\n", title.c_str(), text.c_str());
     }
-    bool AskYesNo(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> ChooseFiles(const std::string&, const std::string&, const std::string&) override
-    {
-        return {};
-    }
-    std::string ChooseFile(const std::string&, const std::string&, const std::string&) override { return {}; }
-    std::string ChooseFolder(const std::string&, const std::string&, const std::string&) override { return {}; }
-    std::string ChooseSaveFile(const std::string&, const std::string&, const std::string&,
-                               const std::string&) override
-    {
-        return {};
-    }
-    int ChooseItem(const std::string&, const std::string&, const std::vector<std::string>&) override { return -1; }
 };
 
 std::string gHome;
